@@ -1,0 +1,33 @@
+// Equilibrium constants of the carbonate system in seawater.
+#pragma once
+
+#include "constants/arrays.h"
+
+namespace brinora {
+
+// pH-scale codes.
+namespace ph_scale {
+constexpr int kTotal = 1, kSeawater = 2, kFree = 3, kNBS = 4;
+}
+// Bisulfate-constant codes.
+namespace khso4 {
+constexpr int kDickson = 1, kKhoo = 2;
+}
+
+// Salinity-derived totals and every equilibrium constant for one salinity,
+// temperature and pressure, under constants set `whichKs` (1..14), bisulfate
+// constant `whichKSO4` (1..2) and pH scale `pHScale` (1..4).
+//   Sal    salinity
+//   TempC  temperature [deg C]
+//   Pdbar  pressure [dbar]; 0 is the surface, where no correction applies
+// Outputs: K0out CO2 solubility [mol/(kg-SW atm)]; K positions 1..10; T
+// positions 1..3 (TB, TF, TS); fH activity coefficient of H+ (in/out: left as
+// it was for a constants-set code outside 1..14); FugFacOut fugacity factor;
+// VPFac 1 minus the water-vapour pressure of seawater [atm].
+// Computes in double, stores every intermediate as float. Writes one
+// "peng %f %f %f" log line for sets 6 and 7.
+void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
+                   float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
+                   float& VPFac);
+
+}  // namespace brinora

@@ -1,0 +1,10 @@
+#include "constants/process_values.h"
+
+namespace brinora {
+
+float K0 = 0.0f;
+float FugFac = 0.0f;
+float fCO2m = 0.0f;
+float TCO2m = 0.0f;
+
+}  // namespace brinora
