@@ -1,1 +1,283 @@
-// (in progress)
+// CO2_Constants and its set-independent terms.
+// Numeric model: inputs are floats, each formula is evaluated in double, and
+// every named intermediate is stored as float; operations between two stored
+// floats that the model fixes as float operations are written on floats.
+#include "constants/co2_constants.h"
+
+#include <cmath>
+
+#include "constants/acid_constants.h"
+#include "constants/pressure_corrections.h"
+#include "constants/seawater_terms.h"
+
+namespace brinora {
+namespace constants_internal {
+
+float TotalBorateUppstrom1974(float Sal) {
+    const double S = Sal;
+    // Uppstrom (1974): 0.000232 g/kg per salinity-chlorinity unit over 10.811 g/mol
+    return static_cast<float>((0.000232 / 10.811) * (S / 1.80655));
+}
+
+float TotalBorateGEOSECS(float Sal) {
+    const double S = Sal;
+    // GEOSECS: 0.0004106 mol/kg at S = 35
+    return static_cast<float>(0.0004106 * S / 35.0);
+}
+
+float TotalBorate(int whichKs, float Sal) {
+    if ((whichKs >= 1 && whichKs <= 5) || (whichKs >= 9 && whichKs <= 14)) {
+        return TotalBorateUppstrom1974(Sal);
+    }
+    if (whichKs == 6 || whichKs == 7) {
+        return TotalBorateGEOSECS(Sal);
+    }
+    return 0.0f;  // code 8 (fresh water) and unknown codes
+}
+
+float TotalFluoride(float Sal) {
+    const double S = Sal;
+    // Riley (1965): 0.000067 g/kg per chlorinity over 18.998 g/mol
+    return static_cast<float>((0.000067 / 18.998) * (S / 1.80655));
+}
+
+float TotalSulfate(float Sal) {
+    const double S = Sal;
+    // Morris and Riley (1966): 0.14 g/kg per chlorinity over 96.062 g/mol
+    return static_cast<float>((0.14 / 96.062) * (S / 1.80655));
+}
+
+float K0_Weiss1974(float Sal, float TempK) {
+    const double S = Sal;
+    const float TempK100 = static_cast<float>(TempK / 100.0);
+    const double T100 = TempK100;
+    // Weiss (1974): lnK0 = -60.2409 + 93.4517/(T/100) + 23.3585 ln(T/100) + S(0.023517 - 0.023656 T/100 + 0.0047036 (T/100)^2)
+    const float lnK0 = static_cast<float>(-60.2409 + 93.4517 / T100 + 23.3585 * std::log(T100) +
+                                          S * (0.023517 - 0.023656 * T100 + 0.0047036 * T100 * T100));
+    return static_cast<float>(std::exp(static_cast<double>(lnK0)));
+}
+
+float IonicStrength(float Sal) {
+    const double S = Sal;
+    // DOE (1994) Handbook, ch. 5: I = 19.924 S/(1000 - 1.005 S)
+    return static_cast<float>(19.924 * S / (1000.0 - 1.005 * S));
+}
+
+float KS_Dickson1990(float Sal, float TempK, float logTempK, float IonS) {
+    const double S = Sal, TK = TempK, lnTK = logTempK, I = IonS;
+    const double sqrtI = std::sqrt(I);
+    // Dickson (1990), free scale, mol/kg-H2O; each addition stored as float
+    float lnKS = 0.0f;
+    lnKS = static_cast<float>(-4276.1 / TK);
+    lnKS = static_cast<float>(lnKS + 141.328);
+    lnKS = static_cast<float>(lnKS - 23.093 * lnTK);
+    lnKS = static_cast<float>(lnKS + (-13856.0 / TK + 324.57 - 47.986 * lnTK) * sqrtI);
+    lnKS = static_cast<float>(lnKS + (35474.0 / TK - 771.54 + 114.723 * lnTK) * I);
+    lnKS = static_cast<float>(lnKS - (2698.0 / TK) * sqrtI * I);
+    lnKS = static_cast<float>(lnKS + (1776.0 / TK) * I * I);
+    float KS = static_cast<float>(std::exp(static_cast<double>(lnKS)));
+    // mol/kg-H2O to mol/kg-SW
+    KS = static_cast<float>(KS * (1.0 - kH2OToSWPerSal * S));
+    return KS;
+}
+
+float KS_Khoo1977(float Sal, float TempK, float IonS) {
+    const double S = Sal, TK = TempK, I = IonS;
+    // Khoo et al. (1977): pKS = 647.59/T - 6.3451 + 0.019085 T - 0.5208 sqrt(I)
+    const float pKS = static_cast<float>(647.59 / TK - 6.3451 + 0.019085 * TK - 0.5208 * std::sqrt(I));
+    float KS = static_cast<float>(std::pow(10.0, -static_cast<double>(pKS)));
+    // mol/kg-H2O to mol/kg-SW
+    KS = static_cast<float>(KS * (1.0 - kH2OToSWPerSal * S));
+    return KS;
+}
+
+float KS_ByCode(int whichKSO4, float Sal, float TempK, float logTempK, float IonS) {
+    switch (whichKSO4) {
+        case khso4::kDickson:
+            return KS_Dickson1990(Sal, TempK, logTempK, IonS);
+        case khso4::kKhoo:
+            return KS_Khoo1977(Sal, TempK, IonS);
+        default:
+            return 0.0f;
+    }
+}
+
+float KF_DicksonRiley1979(float Sal, float TempK, float IonS) {
+    const double S = Sal, TK = TempK, I = IonS;
+    // Dickson and Riley (1979): lnKF = 1590.2/T - 12.641 + 1.525 sqrt(I), free scale
+    const float lnKF = static_cast<float>(1590.2 / TK - 12.641 + 1.525 * std::sqrt(I));
+    // mol/kg-H2O to mol/kg-SW
+    return static_cast<float>(std::exp(static_cast<double>(lnKF)) * (1.0 - kH2OToSWPerSal * S));
+}
+
+float SWStoTOTFactor(float TS, float KS, float TF, float KF) {
+    const float TSoverKS = TS / KS;  // float division
+    const float TFoverKF = TF / KF;  // float division
+    return static_cast<float>((1.0 + TSoverKS) / (1.0 + TSoverKS + TFoverKF));
+}
+
+float FREEtoTOTFactor(float TS, float KS) {
+    const float TSoverKS = TS / KS;  // float division
+    return static_cast<float>(1.0 + TSoverKS);
+}
+
+void ActivityCoefficientH(int whichKs, float Sal, float TempK, float& fH) {
+    const double S = Sal, TK = TempK;
+    if ((whichKs >= 1 && whichKs <= 6) || (whichKs >= 9 && whichKs <= 14)) {
+        // Takahashi et al. (1982): fH = 1.2948 - 0.002036 T + (0.0004607 - 0.000001475 T) S^2
+        fH = static_cast<float>(1.2948 - 0.002036 * TK);
+        fH = static_cast<float>(fH + (0.0004607 - 0.000001475 * TK) * S * S);
+    } else if (whichKs == 7) {
+        // GEOSECS: fH = 1.29 - 0.00204 T + (0.00046 - 0.00000148 T) S^2
+        fH = static_cast<float>(1.29 - 0.00204 * TK);
+        fH = static_cast<float>(fH + (0.00046 - 0.00000148 * TK) * S * S);
+    } else if (whichKs == 8) {
+        fH = 1.0f;  // fresh water
+    }
+    // Any other code: fH is left as the caller passed it.
+}
+
+float FugacityFactorWeiss1974(float TempK, float RT) {
+    const double TK = TempK;
+    // Weiss (1974): B = -1636.75 + 12.0408 T - 0.0327957 T^2 + 3.16528e-05 T^3 [cm3/mol]
+    const float B = static_cast<float>(-1636.75 + 12.0408 * TK - 0.0327957 * TK * TK +
+                                       3.16528e-05 * TK * TK * TK);
+    // Weiss (1974): delta(CO2-air) = 57.7 - 0.118 T [cm3/mol]
+    const float Delta = static_cast<float>(57.7 - 0.118 * TK);
+    const float P1atm = kOneAtmosphere;
+    // FugFac = exp((B + 2 delta) P/RT)
+    return static_cast<float>(std::exp((static_cast<double>(B) + 2.0 * Delta) * P1atm / RT));
+}
+
+float VapourPressureFactorWeissPrice1980(float Sal, float TempK) {
+    const double S = Sal, TK = TempK;
+    // Weiss and Price (1980): ln(VPWP) = 24.4543 - 67.4509 (100/T) - 4.8489 ln(T/100) [atm]
+    const float VPWP = static_cast<float>(std::exp(24.4543 - 67.4509 * (100.0 / TK) -
+                                                   4.8489 * std::log(TK / 100.0)));
+    // Weiss and Price (1980): seawater correction exp(-0.000544 S)
+    const float VPCorrWP = static_cast<float>(std::exp(-0.000544 * S));
+    const float VPSWWP = VPWP * VPCorrWP;  // float product
+    return static_cast<float>(1.0 - VPSWWP);
+}
+
+}  // namespace constants_internal
+
+void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
+                   float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
+                   float& VPFac) {
+    using namespace constants_internal;
+
+    // 1. Working values.
+    const float TempK = static_cast<float>(TempC + kCelsiusToKelvin);
+    const float R = kGasConstant;
+    const float RT = R * TempK;  // float product [mL bar/mol]
+    const float sqrSal = static_cast<float>(std::sqrt(static_cast<double>(Sal)));
+    const float logTempK = static_cast<float>(std::log(static_cast<double>(TempK)));
+    const float Pbar = static_cast<float>(Pdbar / 10.0);
+
+    // 2-3. Salinity totals [mol/kg-SW].
+    const float TB = TotalBorate(whichKs, Sal);
+    const float TF = TotalFluoride(Sal);
+    const float TS = TotalSulfate(Sal);
+    T[t::TB] = TB;
+    T[t::TF] = TF;
+    T[t::TS] = TS;
+
+    // 4. CO2 solubility [mol/(kg-SW atm)].
+    K0out = K0_Weiss1974(Sal, TempK);
+
+    // 5-7. Ionic strength and the free-scale bisulfate and fluoride constants.
+    const float IonS = IonicStrength(Sal);
+    float KS = KS_ByCode(whichKSO4, Sal, TempK, logTempK, IonS);
+    float KF = KF_DicksonRiley1979(Sal, TempK, IonS);
+
+    // 8. Surface pH-scale factors.
+    float SWStoTOT = SWStoTOTFactor(TS, KS, TF, KF);
+
+    // 9. Activity coefficient of H+ (left as passed for unknown codes).
+    ActivityCoefficientH(whichKs, Sal, TempK, fH);
+
+    // 10. Set-dependent constants on the seawater scale at the surface.
+    AcidInputs in;
+    in.whichKs = whichKs;
+    in.pHScale = pHScale;
+    in.Sal = Sal;
+    in.TempC = TempC;
+    in.TempK = TempK;
+    in.sqrSal = sqrSal;
+    in.logTempK = logTempK;
+    in.IonS = IonS;
+    in.SWStoTOT = SWStoTOT;
+    in.fH = fH;
+    const AcidConstants acid = AcidConstantsForSet(in);
+    float K1 = acid.K1, K2 = acid.K2, KW = acid.KW, KB = acid.KB;
+    float KP1 = acid.KP1, KP2 = acid.KP2, KP3 = acid.KP3, KSi = acid.KSi;
+
+    // 11. Pressure corrections, applied as float products.
+    const PressureFactors f = PressureCorrectionFactors(whichKs, TempC, Pbar, RT);
+    K1 = K1 * f.K1;
+    K2 = K2 * f.K2;
+    KW = KW * f.KW;
+    KB = KB * f.KB;
+    KF = KF * f.KF;
+    KS = KS * f.KS;
+    KP1 = KP1 * f.KP1;
+    KP2 = KP2 * f.KP2;
+    KP3 = KP3 * f.KP3;
+    KSi = KSi * f.KSi;
+
+    // 12. Store the pressure-corrected constants (seawater scale; KF, KS free).
+    K[k::K1] = K1;
+    K[k::K2] = K2;
+    K[k::KW] = KW;
+    K[k::KB] = KB;
+    K[k::KF] = KF;
+    K[k::KS] = KS;
+    K[k::KP1] = KP1;
+    K[k::KP2] = KP2;
+    K[k::KP3] = KP3;
+    K[k::KSi] = KSi;
+
+    // 13. Scale factors at pressure.
+    SWStoTOT = SWStoTOTFactor(TS, KS, TF, KF);
+    const float FREEtoTOT = FREEtoTOTFactor(TS, KS);
+
+    // 14. Factor from the seawater scale to the requested one (0 for unknown codes).
+    float pHfactor = 0.0f;
+    switch (pHScale) {
+        case ph_scale::kTotal:
+            pHfactor = SWStoTOT;
+            break;
+        case ph_scale::kSeawater:
+            pHfactor = 1.0f;
+            break;
+        case ph_scale::kFree:
+            pHfactor = SWStoTOT / FREEtoTOT;
+            break;
+        case ph_scale::kNBS:
+            pHfactor = fH;
+            break;
+        default:
+            break;
+    }
+
+    // 15. Convert entries 1-4 and 7-10; KF and KS stay on the free scale.
+    for (int i = k::K1; i <= k::KB; ++i) {
+        K[i] = K[i] * pHfactor;
+    }
+    for (int i = k::KP1; i <= k::KSi; ++i) {
+        K[i] = K[i] * pHfactor;
+    }
+
+    // 16. Fugacity factor; sets 6 and 7 work with pCO2 directly.
+    float FugFac = FugacityFactorWeiss1974(TempK, RT);
+    if (whichKs == 6 || whichKs == 7) {
+        FugFac = 1.0f;
+    }
+    FugFacOut = FugFac;
+
+    // 17. Vapour-pressure factor [atm].
+    VPFac = VapourPressureFactorWeissPrice1980(Sal, TempK);
+}
+
+}  // namespace brinora
