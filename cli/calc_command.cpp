@@ -1,1 +1,200 @@
+#include "cli/calc_command.h"
 
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "engine/board.h"
+#include "engine/compute_co2.h"
+#include "engine/slots.h"
+
+namespace brinora::cli {
+namespace {
+
+// Reads a whole argument as a number; the board keeps it as a float.
+bool parseNumber(const std::string& text, float& value) {
+    if (text.empty()) return false;
+    errno = 0;
+    char* end = nullptr;
+    const double parsed = std::strtod(text.c_str(), &end);
+    if (end != text.c_str() + text.size()) return false;
+    value = static_cast<float>(parsed);
+    return true;
+}
+
+const CLI::Validator kNumber(
+    [](std::string& text) -> std::string {
+        float ignored = 0.0f;
+        return parseNumber(text, ignored) ? std::string() : "'" + text + "' is not a number";
+    },
+    "NUMBER");
+
+// One input of the sample: its flag, board slot and help text.
+struct SampleInput {
+    const char* flag;
+    std::uint32_t slot;
+    const char* help;
+    bool required;
+};
+
+constexpr SampleInput kSampleInputs[] = {
+    {"--salinity", slot::kSalinity, "salinity", true},
+    {"--temperature", slot::kTemperature, "temperature at input conditions [deg C]", true},
+    {"--pressure", slot::kPressure, "pressure at input conditions [dbar]", false},
+    {"--phosphate", slot::kPhosphate, "total phosphate [umol/kg]", false},
+    {"--silicate", slot::kSilicate, "total silicate [umol/kg]", false},
+    {"--out-temperature", slot::kTemperatureOut,
+     "temperature at output conditions [deg C]; 0 or absent: as input", false},
+    {"--out-pressure", slot::kPressureOut,
+     "pressure at output conditions [dbar]; 0 or absent: as input", false},
+    {"--ta", slot::kTA, "total alkalinity [umol/kg]", false},
+    {"--tco2", slot::kTCO2, "total dissolved inorganic carbon [umol/kg]", false},
+    {"--ph", slot::kpH, "pH on the chosen scale", false},
+    {"--fco2", slot::kfCO2, "fugacity of CO2 [uatm]", false},
+    {"--pco2", slot::kpCO2, "partial pressure of CO2 [uatm]", false},
+    {"--pco2-air", slot::kpCO2Air, "pCO2 of the air [uatm], for the air-sea flux", false},
+    {"--wind", slot::kWindSpeed, "wind speed [m/s], for the air-sea flux", false},
+};
+
+// One option menu: its flag, board slot and the number of items after the placeholder.
+struct OptionInput {
+    const char* flag;
+    std::uint32_t slot;
+    int items;
+    const char* help;
+};
+
+constexpr OptionInput kOptionInputs[] = {
+    {"--constants", slot::kConstantsSet, 14, "carbonic-acid constants set, menu item 1..14"},
+    {"--khso4", slot::kKHSO4, 2, "bisulfate constant, menu item 1..2 (1 Dickson, 2 Khoo)"},
+    {"--ph-scale", slot::kpHScale, 4, "pH scale, menu item 1..4 (Total, Seawater, Free, NBS)"},
+    {"--flux", slot::kAirSeaFlux, 3,
+     "air-sea flux formula, menu item 1..3 (Wanninkhof, Nightingale, Ho)"},
+};
+
+// A result row: name, unit and the slots at input and at output conditions.
+struct ResultRow {
+    const char* name;
+    const char* unit;
+    std::uint32_t in;
+    std::uint32_t out;
+};
+
+constexpr ResultRow kResultRows[] = {
+    {"Salinity", "", slot::kSalinityUsed, slot::kSalinityUsed},
+    {"Temperature", "deg C", slot::kTemperatureUsed, slot::kTemperatureOutUsed},
+    {"Pressure", "dbar", slot::kPressureUsed, slot::kPressureOutUsed},
+    {"Total phosphate", "umol/kg", slot::kPhosphateUsed, slot::kPhosphateUsed},
+    {"Total silicate", "umol/kg", slot::kSilicateUsed, slot::kSilicateUsed},
+    {"TA", "umol/kg", slot::kTAOut, slot::kTAOut},
+    {"TCO2", "umol/kg", slot::kTCO2Out, slot::kTCO2Out},
+    {"pH", "", slot::kpHIn, slot::kpHOut},
+    {"fCO2", "uatm", slot::kfCO2In, slot::kfCO2Out},
+    {"pCO2", "uatm", slot::kpCO2In, slot::kpCO2Out},
+    {"HCO3", "umol/kg", slot::kHCO3In, slot::kHCO3Out},
+    {"CO3", "umol/kg", slot::kCO3In, slot::kCO3Out},
+    {"CO2", "umol/kg", slot::kCO2In, slot::kCO2Out},
+    {"Borate alkalinity", "umol/kg", slot::kBAlkIn, slot::kBAlkOut},
+    {"OH", "umol/kg", slot::kOHIn, slot::kOHOut},
+    {"Phosphate alkalinity", "umol/kg", slot::kPAlkIn, slot::kPAlkOut},
+    {"Silicate alkalinity", "umol/kg", slot::kSiAlkIn, slot::kSiAlkOut},
+    {"Revelle factor", "", slot::kRevelleIn, slot::kRevelleOut},
+    {"Omega calcite", "", slot::kOmegaCaIn, slot::kOmegaCaOut},
+    {"Omega aragonite", "", slot::kOmegaArIn, slot::kOmegaArOut},
+    {"xCO2 (dry air at 1 atm)", "ppm", slot::kxCO2In, slot::kxCO2Out},
+    {"Air-sea CO2 flux", "mmol/m2/d", slot::kCO2FluxIn, slot::kCO2FluxOut},
+    {"Sigma-t", "kg/m3", slot::kSigmaIn, slot::kSigmaOut},
+};
+
+const char* const kParameterNames[] = {"", "TA", "TCO2", "pH", "fCO2", "pCO2"};
+
+struct CalcArguments {
+    std::map<std::uint32_t, std::string> values;  // board slot -> number text
+    std::map<std::uint32_t, int> items;           // option slot -> menu item
+    bool board = false;
+};
+
+void printTable(const Board& board) {
+    std::printf("%-24s %18s %18s  %s\n", "", "Input conditions", "Output conditions", "Unit");
+    for (const ResultRow& row : kResultRows) {
+        std::printf("%-24s %18.3f %18.3f  %s\n", row.name, static_cast<double>(board.get(row.in)),
+                    static_cast<double>(board.get(row.out)), row.unit);
+    }
+}
+
+void printBoard(const Board& board) {
+    for (std::uint32_t pos = 0; pos < Board::kSize; ++pos) {
+        std::printf("%u %.9g\n", pos, static_cast<double>(board.get(pos)));
+    }
+}
+
+int runCalc(const CalcArguments& args) {
+    Board board;
+    for (const auto& [pos, text] : args.values) {
+        float value = 0.0f;
+        parseNumber(text, value);
+        board.set(pos, value);
+    }
+    for (const auto& [pos, item] : args.items) {
+        board.set(pos, static_cast<float>(item - 1));
+    }
+
+    ProcessValues values;
+    const ComputeOutcome outcome = BrinoraMain::ComputeCO2(board, values);
+    using Status = ComputeOutcome::Status;
+    switch (outcome.status) {
+        case Status::kComputed:
+            break;
+        case Status::kSalinityMissing:
+            std::fprintf(stderr,
+                         "brinora calc: refused: the salinity is missing (-9 and -999 mark a "
+                         "missing value)\n");
+            return 1;
+        case Status::kTemperatureMissing:
+            std::fprintf(stderr,
+                         "brinora calc: refused: the temperature is missing (-9 and -999 mark a "
+                         "missing value)\n");
+            return 1;
+        case Status::kNegativeParameter:
+            std::fprintf(stderr, "brinora calc: refused: %s is negative (%g)\n",
+                         kParameterNames[outcome.parameter],
+                         static_cast<double>(board.get(slot::kTA + outcome.parameter - 1)));
+            return 1;
+    }
+    if (args.board) {
+        printBoard(board);
+    } else {
+        printTable(board);
+    }
+    return 0;
+}
+
+}  // namespace
+
+void addCalcCommand(CLI::App& app, int& exitStatus) {
+    CLI::App* calc = app.add_subcommand(
+        "calc", "Compute the carbonate system of one sample at input and output conditions");
+    auto args = std::make_shared<CalcArguments>();
+    for (const SampleInput& input : kSampleInputs) {
+        CLI::Option* option = calc->add_option_function<std::string>(
+            input.flag, [args, input](const std::string& text) { args->values[input.slot] = text; },
+            input.help);
+        option->check(kNumber);
+        if (input.required) option->required();
+    }
+    for (const OptionInput& input : kOptionInputs) {
+        calc->add_option_function<int>(
+                input.flag, [args, input](const int& item) { args->items[input.slot] = item; },
+                input.help)
+            ->required()
+            ->check(CLI::Range(1, input.items));
+    }
+    calc->add_flag("--board", args->board,
+                   "print the 100 board slots as 'SLOT VALUE' lines (%.9g) instead of the table");
+    calc->callback([args, &exitStatus] { exitStatus = runCalc(*args); });
+}
+
+}  // namespace brinora::cli

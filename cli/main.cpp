@@ -1,1 +1,33 @@
-int main() { return 0; }
+// brinora: the carbonate system of seawater from the command line.
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+
+#include "cli/calc_command.h"
+
+int main(int argc, char** argv) {
+    CLI::App app{"Brinora: the carbonate system of seawater"};
+    app.set_version_flag("--version", "brinora 0.1.0");
+    app.require_subcommand(1);
+
+    int exitStatus = 0;
+    brinora::cli::addCalcCommand(app, exitStatus);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForAllHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        app.exit(e);
+        return 2;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "brinora: %s\n", e.what());
+        return 1;
+    }
+    return exitStatus;
+}
