@@ -1,1 +1,83 @@
-// (in progress)
+// Saturation states of calcite and aragonite. Every named quantity is a float;
+// a sub-expression with a numeric literal is evaluated in double and rounded
+// to float when it is stored.
+#include "solvers/saturation.h"
+
+#include <cmath>
+
+#include "solvers/alkalinity_terms.h"
+#include "solvers/solubility_products.h"
+
+namespace brinora {
+namespace detail {
+
+CalciumCarbonateSolubility CalciumCarbonateSolubilityProducts(short whichKs, float Sal,
+                                                              float TempC, float PdBar) {
+    // Gas constant in mL bar/(mol K), so that RT is in mL bar/mol.
+    const float R = 83.1451f;
+    const float TempK = TempC + 273.15;
+    const float RT = R * TempK;
+    const float Pbar = PdBar / 10.0;
+    const float sqrtS = std::sqrt(static_cast<double>(Sal));
+    const float logTempK = std::log(static_cast<double>(TempK));
+
+    // Dissolved calcium, Riley and Tongudai (1967): 0.02128 g/kg per unit chlorinity
+    // (Sal/1.80655), over 40.087 g/mol.
+    float Ca = 0.0005308454112305734 * (Sal / 1.80655);
+
+    // Calcite, Mucci (1983): log10 KCa accumulated term by term.
+    float logKCa = -171.9065;
+    logKCa = logKCa - 0.077993 * TempK;
+    logKCa = logKCa + 2839.319 / TempK;
+    logKCa = logKCa + 71.595 * logTempK / std::log(10.0);
+    logKCa = logKCa + (-0.77712 + 0.0028426 * TempK + 178.34 / TempK) * sqrtS;
+    logKCa = logKCa - 0.07711 * Sal;
+    logKCa = logKCa + 0.0041249 * sqrtS * Sal;
+    float KCa = std::pow(10.0, logKCa);
+
+    // Aragonite, Mucci (1983).
+    float logKAr = -171.945;
+    logKAr = logKAr - 0.077993 * TempK;
+    logKAr = logKAr + 2903.293 / TempK;
+    logKAr = logKAr + 71.595 * logTempK / std::log(10.0);
+    logKAr = logKAr + (-0.068393 + 0.0017276 * TempK + 88.135 / TempK) * sqrtS;
+    logKAr = logKAr - 0.10018 * Sal;
+    logKAr = logKAr + 0.0059415 * sqrtS * Sal;
+    float KAr = std::pow(10.0, logKAr);
+
+    // Pressure correction, Millero (1995): partial molal volume [mL/mol] and
+    // compressibility [mL/(mol bar)]; aragonite's volume is 2.8 mL/mol larger.
+    const float deltaVKCa = -48.76 + 0.5304 * TempC;
+    const float KappaKCa = (-11.76 + 0.3692 * TempC) / 1000.0;
+    KCa = KCa * std::exp((-deltaVKCa + 0.5 * KappaKCa * Pbar) * Pbar / RT);
+    const float deltaVKAr = deltaVKCa + 2.8;
+    const float KappaKAr = KappaKCa;
+    KAr = KAr * std::exp((-deltaVKAr + 0.5 * KappaKAr * Pbar) * Pbar / RT);
+
+    if (whichKs == 6 || whichKs == 7) {
+        // GEOSECS: calcium from Culkin (1965), calcite from Ingle (1975),
+        // aragonite 1.45 times calcite (Berner 1976), pressure after Ingle.
+        Ca = 0.01026 * Sal / 35.0;
+        KCa = 1e-7 * (-34.452 - 39.866 * std::pow(static_cast<double>(Sal), 0.3333333333333333) +
+                      110.21 * std::log(static_cast<double>(Sal)) / std::log(10.0) -
+                      7.5752e-6 * TempK * TempK);
+        KAr = 1.45 * KCa;
+        KCa = KCa * std::exp((36.0 - 0.2 * TempC) * Pbar / RT);
+        KAr = KAr * std::exp((33.3 - 0.22 * TempC) * Pbar / RT);
+    }
+    return {Ca, KCa, KAr};
+}
+
+}  // namespace detail
+
+void CaSolubility(short whichKs, float Sal, float TempC, float PdBar, float TC, float pH,
+                  float K1, float K2, float& OmegaCa, float& OmegaAr) {
+    const detail::CalciumCarbonateSolubility s =
+        detail::CalciumCarbonateSolubilityProducts(whichKs, Sal, TempC, PdBar);
+    const float H = detail::HydrogenIon(pH);
+    const float CO3 = TC * K1 * K2 / (K1 * H + H * H + K1 * K2);
+    OmegaCa = CO3 * s.Ca / s.KCa;
+    OmegaAr = CO3 * s.Ca / s.KAr;
+}
+
+}  // namespace brinora

@@ -1,0 +1,101 @@
+#include "solvers/co2_flux.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "engine/engine.h"
+#include "engine/slots.h"
+#include "solvers/density.h"
+#include "solvers/gas_transfer.h"
+
+namespace brinora {
+namespace {
+
+Board BoardWithFormula(float code) {
+    Board board;
+    board.set(slot::kAirSeaFlux, code);
+    return board;
+}
+
+TEST(SchmidtNumberCO2, At20DegreesIs665988Thousandths) {
+    // 2073.1 - 125.62*20 + 3.6276*400 - 0.043219*8000 = 665.988.
+    EXPECT_NEAR(detail::SchmidtNumberCO2(20.0), 665.988, 1e-9);
+    EXPECT_LT(std::pow(660.0 / detail::SchmidtNumberCO2(20.0), 0.5), 1.0);
+    EXPECT_GT(std::pow(660.0 / detail::SchmidtNumberCO2(20.0), 0.5), 0.995);
+}
+
+TEST(SolubilityCO2, WeissAtSalinity35And25Degrees) {
+    // Weiss (1974): ln K0 = -3.5617 (DOE 1994, ch. 5).
+    EXPECT_NEAR(std::log(detail::SolubilityCO2(25.0, 35.0)), -3.5617, 1e-4);
+}
+
+TEST(CalcCO2Flux, HandDerivedWanninkhofCase) {
+    // T 20 C, S 35, u 10 m/s, pCO2 500 (water) and 400 (air) microatm:
+    //   Sc  = 665.988, (660/Sc)^0.5 = 0.99549427
+    //   k   = 0.31 * 10^2 * 0.99549427 cm/h * 0.24 = 7.4064774 m/d
+    //   ln K0 = -60.2409 + 93.4517/2.9315 + 23.3585 ln 2.9315
+    //           + 35 (0.023517 - 0.023656*2.9315 + 0.0047036*2.9315^2)
+    //         = -3.4293671, K0 = 0.032407444 mol/(kg atm)
+    //   rho = 1024.76298 kg/m3, so K0*1000*rho = 33209.949 mmol/(m3 atm)
+    //   flux = 7.4064774 * 33209.949 * (500 - 400)e-6 = 24.59687 mmol m-2 d-1
+    const double flux = CalcCO2Flux(BoardWithFormula(0.0f), 20.0, 35.0, 10.0, 400.0, 500.0);
+    EXPECT_NEAR(flux, 24.59687, 0.0002);
+}
+
+TEST(CalcCO2Flux, FormulasAgreeWithTheirGasTransferVelocities) {
+    const double T = 10.0, S = 34.0, u = 7.5, air = 410.0, water = 350.0;
+    const double Sc = detail::SchmidtNumberCO2(T);
+    const double solubility = detail::SolubilityCO2(T, S) * 1000.0 * Density(T, S);
+    const double dp = water * 1e-6 - air * 1e-6;
+    const double k0 = 0.31 * std::pow(u, 2) * std::pow(660.0 / Sc, 0.5) * 0.24;
+    const double k1 = (0.333 * u + 0.222 * std::pow(u, 2)) * std::pow(Sc / 600.0, -0.5) * 0.24;
+    const double k2 = 0.266 * std::pow(u, 2) * std::pow(Sc / 600.0, -0.5) * 0.24;
+    EXPECT_EQ(CalcCO2Flux(BoardWithFormula(0.0f), T, S, u, air, water), k0 * solubility * dp);
+    EXPECT_EQ(CalcCO2Flux(BoardWithFormula(1.0f), T, S, u, air, water), k1 * solubility * dp);
+    EXPECT_EQ(CalcCO2Flux(BoardWithFormula(2.0f), T, S, u, air, water), k2 * solubility * dp);
+    EXPECT_LT(CalcCO2Flux(BoardWithFormula(0.0f), T, S, u, air, water), 0.0);  // uptake
+}
+
+TEST(CalcCO2Flux, FormulaCodeIsTruncatedTowardZero) {
+    const double ho = CalcCO2Flux(BoardWithFormula(2.0f), 15.0, 35.0, 8.0, 400.0, 450.0);
+    EXPECT_EQ(CalcCO2Flux(BoardWithFormula(2.9f), 15.0, 35.0, 8.0, 400.0, 450.0), ho);
+    const double wanninkhof = CalcCO2Flux(BoardWithFormula(0.0f), 15.0, 35.0, 8.0, 400.0, 450.0);
+    EXPECT_EQ(CalcCO2Flux(BoardWithFormula(-0.7f), 15.0, 35.0, 8.0, 400.0, 450.0), wanninkhof);
+    EXPECT_NE(ho, wanninkhof);
+}
+
+TEST(CalcCO2Flux, EqualPartialPressuresGiveNoFlux) {
+    for (float code : {0.0f, 1.0f, 2.0f}) {
+        EXPECT_EQ(CalcCO2Flux(BoardWithFormula(code), 18.0, 35.0, 12.0, 400.0, 400.0), 0.0)
+            << "formula " << code;
+    }
+}
+
+TEST(CalcCO2Flux, UnknownFormulaCodesGiveNoFlux) {
+    for (float code : {3.0f, -1.0f, 99.0f, NAN}) {
+        EXPECT_EQ(CalcCO2Flux(BoardWithFormula(code), 18.0, 35.0, 12.0, 400.0, 500.0), 0.0)
+            << "formula " << code;
+    }
+}
+
+TEST(CalcCO2Flux, NoWindGivesNoFlux) {
+    for (float code : {0.0f, 1.0f, 2.0f}) {
+        EXPECT_EQ(CalcCO2Flux(BoardWithFormula(code), 18.0, 35.0, 0.0, 400.0, 500.0), 0.0)
+            << "formula " << code;
+    }
+}
+
+TEST(CalcCO2Flux, WithoutABoardReadsTheProcessBoard) {
+    Engine* engine = Engine::sharedInstance();
+    const float saved = engine->getFieldValueAtPos(slot::kAirSeaFlux);
+    engine->setFieldValueAtPos(slot::kAirSeaFlux, 1.0f);
+    EXPECT_EQ(CalcCO2Flux(20.0, 35.0, 10.0, 400.0, 500.0),
+              CalcCO2Flux(BoardWithFormula(1.0f), 20.0, 35.0, 10.0, 400.0, 500.0));
+    engine->setFieldValueAtPos(slot::kAirSeaFlux, 3.0f);
+    EXPECT_EQ(CalcCO2Flux(20.0, 35.0, 10.0, 400.0, 500.0), 0.0);
+    engine->setFieldValueAtPos(slot::kAirSeaFlux, saved);
+}
+
+}  // namespace
+}  // namespace brinora
