@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "cli/batch_commands.h"
 #include "cli/calc_command.h"
 
 int main(int argc, char** argv) {
@@ -13,6 +14,9 @@ int main(int argc, char** argv) {
 
     int exitStatus = 0;
     brinora::cli::addCalcCommand(app, exitStatus);
+    brinora::cli::addBatchCommand(app, exitStatus);
+    brinora::cli::addPreviewCommand(app, exitStatus);
+    brinora::cli::addKmlCommand(app, exitStatus);
 
     try {
         app.parse(argc, argv);

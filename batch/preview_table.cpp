@@ -1,0 +1,48 @@
+#include "batch/preview_table.h"
+
+#include "app/settings_keys.h"
+#include "batch/lenient_number.h"
+
+namespace brinora {
+
+PreviewTableModel::PreviewTableModel(AppUi& ui, SettingsStore& defaults)
+    : ui_(ui), defaults_(defaults) {}
+
+void PreviewTableModel::addToPreviewTable(DictRecord record) {
+    previewTable_.push_back(std::move(record));
+    if (onRecordsChanged) onRecordsChanged();
+}
+
+void PreviewTableModel::clearPreviewTable() {
+    ui_.logLine("preview Table cleared");
+    previewTable_.clear();
+    if (onRecordsChanged) onRecordsChanged();
+}
+
+int PreviewTableModel::numberOfRowsInTableView() {
+    previewTableLengthInt =
+        lenientInteger(defaults_.value(settings::kNumberOfLinesInPreview).value_or(""));
+    updateControls();
+    ui_.setText(TextField::PreviewTableLength, std::to_string(previewTableLengthInt));
+    const int length = lenientInteger(ui_.text(TextField::PreviewTableLength));
+    return length == 0 ? 5 : length;
+}
+
+std::string PreviewTableModel::objectValue(std::string_view columnIdentifier, int row) const {
+    if (row < 0 || static_cast<std::size_t>(row) >= previewTable_.size()) return {};
+    const DictRecord& record = previewTable_[static_cast<std::size_t>(row)];
+    const auto found = record.find(columnIdentifier);
+    return found == record.end() ? std::string() : found->second;
+}
+
+void PreviewTableModel::controlDidChange(int senderValue) {
+    previewTableLengthInt = senderValue;
+    updateControls();
+}
+
+void PreviewTableModel::updateControls() {
+    ui_.setStepperValue(previewTableLengthInt);
+    ui_.setText(TextField::PreviewTableLength, std::to_string(previewTableLengthInt));
+}
+
+}  // namespace brinora

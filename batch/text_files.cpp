@@ -1,0 +1,293 @@
+#include "batch/text_files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace brinora {
+namespace {
+
+constexpr std::string_view kFileErrorDomain = "BrinoraFile";
+
+std::string errnoText(int errorNumber) { return std::strerror(errorNumber); }
+
+PresentedError fileError(const std::string& path, int errorNumber, const std::string& why) {
+    return PresentedError{std::string(kFileErrorDomain), errorNumber,
+                          "The file \"" + path + "\" could not be read: " + why};
+}
+
+WriteResult failure(const std::string& what, int errorNumber) {
+    return WriteResult{false, errorNumber, what + ": " + errnoText(errorNumber)};
+}
+
+// Writes all of `bytes` to `fd`, resuming after interrupted or short writes.
+bool writeAll(int fd, std::string_view bytes, int& errorNumber) {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            errorNumber = errno;
+            return false;
+        }
+        if (n == 0) {
+            errorNumber = EIO;
+            return false;
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+}  // namespace
+
+std::size_t firstInvalidUTF8Byte(std::string_view text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    const std::size_t size = text.size();
+    std::size_t i = 0;
+    while (i < size) {
+        const unsigned char lead = bytes[i];
+        if (lead < 0x80) {
+            ++i;
+            continue;
+        }
+        std::size_t length = 0;
+        unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            length = 2;
+        } else if (lead == 0xE0) {
+            length = 3, low = 0xA0;  // no overlong forms
+        } else if (lead >= 0xE1 && lead <= 0xEC) {
+            length = 3;
+        } else if (lead == 0xED) {
+            length = 3, high = 0x9F;  // no surrogates
+        } else if (lead >= 0xEE && lead <= 0xEF) {
+            length = 3;
+        } else if (lead == 0xF0) {
+            length = 4, low = 0x90;
+        } else if (lead >= 0xF1 && lead <= 0xF3) {
+            length = 4;
+        } else if (lead == 0xF4) {
+            length = 4, high = 0x8F;  // nothing above U+10FFFF
+        } else {
+            return i;
+        }
+        if (i + length > size) return i;
+        if (bytes[i + 1] < low || bytes[i + 1] > high) return i;
+        for (std::size_t k = 2; k < length; ++k) {
+            if (bytes[i + k] < 0x80 || bytes[i + k] > 0xBF) return i;
+        }
+        i += length;
+    }
+    return std::string_view::npos;
+}
+
+TextFileContents readUTF8TextFile(const std::string& path) {
+    TextFileContents result;
+    if (path.empty()) {
+        result.error = fileError(path, ENOENT, "no file was chosen");
+        return result;
+    }
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        const int e = errno;
+        result.error = fileError(path, e, errnoText(e));
+        return result;
+    }
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
+        ::close(fd);
+        result.error = fileError(path, EISDIR, errnoText(EISDIR));
+        return result;
+    }
+    std::string text;
+    char buffer[65536];
+    for (;;) {
+        const ssize_t n = ::read(fd, buffer, sizeof buffer);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            const int e = errno;
+            ::close(fd);
+            result.error = fileError(path, e, errnoText(e));
+            return result;
+        }
+        if (n == 0) break;
+        text.append(buffer, static_cast<std::size_t>(n));
+    }
+    ::close(fd);
+
+    const std::size_t bad = firstInvalidUTF8Byte(text);
+    if (bad != std::string_view::npos) {
+        int line = 1;
+        for (std::size_t k = 0; k < bad; ++k) {
+            if (text[k] == '\n') ++line;
+        }
+        char detail[160];
+        std::snprintf(detail, sizeof detail,
+                      "it is not UTF-8 text (byte 0x%02X at offset %zu, line %d)",
+                      static_cast<unsigned char>(text[bad]), bad, line);
+        result.error = fileError(path, EILSEQ, detail);
+        return result;
+    }
+    if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
+    result.ok = true;
+    result.text = std::move(text);
+    return result;
+}
+
+std::vector<TextLine> splitBatchLines(std::string_view text) {
+    // Every "\r" becomes "\n"; then one left-to-right pass turns "\n\n" into
+    // "\n". `origin[k]` is the offset in `text` of character k of the result.
+    std::string normalised;
+    std::vector<std::size_t> origin;
+    normalised.reserve(text.size());
+    origin.reserve(text.size() + 1);
+    std::size_t i = 0;
+    while (i < text.size()) {
+        const bool end1 = text[i] == '\r' || text[i] == '\n';
+        const bool end2 = i + 1 < text.size() && (text[i + 1] == '\r' || text[i + 1] == '\n');
+        normalised.push_back(end1 ? '\n' : text[i]);
+        origin.push_back(i);
+        i += (end1 && end2) ? 2 : 1;
+    }
+    origin.push_back(text.size());
+
+    // Line number of every offset of `text`: "\r\n", "\r" and "\n" each end a line.
+    std::vector<int> lineAt(text.size() + 1, 1);
+    int line = 1;
+    for (std::size_t k = 0; k < text.size(); ++k) {
+        lineAt[k] = line;
+        if (text[k] == '\n' || (text[k] == '\r' && !(k + 1 < text.size() && text[k + 1] == '\n'))) {
+            ++line;
+        }
+    }
+    lineAt[text.size()] = line;
+
+    std::vector<TextLine> lines;
+    std::size_t start = 0;
+    for (std::size_t k = 0; k <= normalised.size(); ++k) {
+        if (k == normalised.size() || normalised[k] == '\n') {
+            lines.push_back(TextLine{normalised.substr(start, k - start), lineAt[origin[start]]});
+            start = k + 1;
+        }
+    }
+    return lines;
+}
+
+std::vector<std::string> splitFields(std::string_view line) {
+    std::vector<std::string> fields;
+    std::size_t start = 0;
+    for (;;) {
+        const std::size_t comma = line.find(',', start);
+        if (comma == std::string_view::npos) {
+            fields.emplace_back(line.substr(start));
+            return fields;
+        }
+        fields.emplace_back(line.substr(start, comma - start));
+        start = comma + 1;
+    }
+}
+
+int countHeaderNames(std::string_view headerLine) {
+    int count = 0;
+    for (const std::string& name : splitFields(headerLine)) {
+        if (!name.empty()) ++count;
+    }
+    return count;
+}
+
+WriteResult writeFileAtomically(const std::string& path, std::string_view content) {
+    static std::atomic<unsigned> counter{0};
+    std::string temporary;
+    int fd = -1;
+    for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
+        temporary = path + ".brinora-" + std::to_string(::getpid()) + "-" +
+                    std::to_string(counter.fetch_add(1)) + ".tmp";
+        fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (fd < 0 && errno != EEXIST) return failure("cannot create \"" + temporary + "\"", errno);
+    }
+    if (fd < 0) return failure("cannot create a temporary file beside \"" + path + "\"", EEXIST);
+
+    int errorNumber = 0;
+    if (!writeAll(fd, content, errorNumber)) {
+        ::close(fd);
+        ::unlink(temporary.c_str());
+        return failure("cannot write \"" + path + "\"", errorNumber);
+    }
+    if (::fsync(fd) != 0 && errno != EINVAL && errno != EROFS) {
+        errorNumber = errno;
+        ::close(fd);
+        ::unlink(temporary.c_str());
+        return failure("cannot write \"" + path + "\"", errorNumber);
+    }
+    if (::close(fd) != 0) {
+        errorNumber = errno;
+        ::unlink(temporary.c_str());
+        return failure("cannot write \"" + path + "\"", errorNumber);
+    }
+    if (::rename(temporary.c_str(), path.c_str()) != 0) {
+        errorNumber = errno;
+        ::unlink(temporary.c_str());
+        return failure("cannot replace \"" + path + "\"", errorNumber);
+    }
+    return WriteResult{true, 0, {}};
+}
+
+WriteResult appendToExistingFile(const std::string& path, std::string_view bytes) {
+    if (path.empty()) return failure("no output file", ENOENT);
+    const int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (fd < 0) return failure("cannot open \"" + path + "\"", errno);
+    struct stat before {};
+    const bool sized = ::fstat(fd, &before) == 0 && S_ISREG(before.st_mode);
+    int errorNumber = 0;
+    if (!writeAll(fd, bytes, errorNumber)) {
+        // Cut a partly written record away so that the file ends with a whole one.
+        if (sized) (void)!::ftruncate(fd, before.st_size);
+        ::close(fd);
+        return failure("cannot append to \"" + path + "\"", errorNumber);
+    }
+    if (::close(fd) != 0) return failure("cannot append to \"" + path + "\"", errno);
+    return WriteResult{true, 0, {}};
+}
+
+std::string fileStem(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);
+    const std::size_t dot = name.rfind('.');
+    if (dot != std::string_view::npos && dot > 0) name = name.substr(0, dot);
+    return std::string(name);
+}
+
+std::string directoryOf(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string_view::npos) return {};
+    if (slash == 0) return "/";
+    return std::string(path.substr(0, slash));
+}
+
+std::string withoutExtension(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    const std::size_t nameStart = slash == std::string_view::npos ? 0 : slash + 1;
+    const std::size_t dot = path.rfind('.');
+    if (dot == std::string_view::npos || dot <= nameStart) return std::string(path);
+    return std::string(path.substr(0, dot));
+}
+
+std::string abbreviateWithTilde(std::string_view path, std::string_view home) {
+    while (home.size() > 1 && home.back() == '/') home.remove_suffix(1);
+    if (home.empty() || home == "/") return std::string(path);
+    if (path == home) return "~";
+    if (path.size() > home.size() && path.starts_with(home) && path[home.size()] == '/') {
+        std::string abbreviated = "~";
+        abbreviated.append(path.substr(home.size()));
+        return abbreviated;
+    }
+    return std::string(path);
+}
+
+}  // namespace brinora

@@ -1,0 +1,109 @@
+// `brinora batch INPUT.csv -o OUTPUT.csv`: a full batch run.
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+
+#include "app/settings_keys.h"
+#include "cli/batch_commands.h"
+#include "cli/batch_support.h"
+#include "log/log.h"
+
+namespace brinora::cli {
+namespace {
+
+struct BatchArgs {
+    std::string input;
+    std::string output;
+    OptionFlags options;
+    bool append = false;
+    bool force = false;
+    bool verbose = false;
+};
+
+int runBatch(const BatchArgs& args) {
+    Session session("batch");
+    std::unique_ptr<log::ScopedSink> logToStderr;
+    if (args.verbose) {
+        logToStderr = std::make_unique<log::ScopedSink>([](std::string_view line) {
+            std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
+        });
+    }
+    session.ui.drawProgress = !args.verbose && ::isatty(STDERR_FILENO) == 1;
+
+    if (const int status = applyOptions(session, args.options); status != 0) return status;
+
+    // Everything that can be known before the output is touched.
+    const auto lines = readInputLines(session, args.input);
+    if (!lines) return 1;
+    if (lines->size() - 1 == 0) {
+        session.error(where(args.input, 0) + "There are no datapoints to process.");
+        return 1;
+    }
+    const int names = countHeaderNames((*lines)[0].text);
+    if (names != 21) {
+        session.error(where(args.input, (*lines)[0].sourceLine) +
+                      "There is an incorrect number of data columns in the input CSV. (The header names " +
+                      std::to_string(names) + " columns; a batch input file has 21.)");
+        return 1;
+    }
+    warnOverlongLines(session, args.input, *lines, lines->size());
+    bool anySample = false;
+    for (std::size_t i = 1; i < lines->size() && !anySample; ++i) {
+        anySample = !splitFields((*lines)[i].text)[0].empty();
+    }
+    if (!anySample) {
+        session.error(where(args.input, 0) + "There are no datapoints to process. (No line has a sample id.)");
+        return 1;
+    }
+    const ExistingOutput existing =
+        args.append ? ExistingOutput::Append : (args.force ? ExistingOutput::Replace : ExistingOutput::Refuse);
+    if (!checkOutputPath(session, args.input, args.output, existing)) return 1;
+
+    // The input file as chosen on the batch tab, then the output file.
+    BrinoraAppControllerCore& core = session.core;
+    core.batchInputFilesChosen({args.input});
+    if (args.append) {
+        core.outputFileOpened(args.output);
+        session.ui.setText(TextField::PathFieldOut, args.output);
+    } else if (!core.batchOutputFileCreated(args.output)) {
+        session.error("cannot create \"" + args.output + "\": " + core.lastWriteError);
+        return 1;
+    }
+
+    const std::string message = core.batchProcess(args.input, false);
+    if (!message.empty()) {
+        session.error(where(args.input, core.stoppedAtSourceLine) + message);
+        std::fprintf(stderr, "%d record%s written to %s before the stop\n", core.recordsWritten,
+                     core.recordsWritten == 1 ? "" : "s", args.output.c_str());
+        return 1;
+    }
+    if (core.failedWrites > 0) {
+        session.error(std::to_string(core.failedWrites) + " record(s) could not be written: " +
+                      core.lastWriteError);
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+void addBatchCommand(CLI::App& app, int& exitStatus) {
+    auto args = std::make_shared<BatchArgs>();
+    CLI::App* command = app.add_subcommand(
+        "batch",
+        "Compute every sample of a batch input file and write the records to an output file "
+        "(a new file starts with the header line)");
+    command->add_option("INPUT", args->input, "batch input file (CSV, a header and 21 fields per line)")
+        ->required();
+    command->add_option("-o,--output", args->output, "output file (CSV)")->required();
+    addOptionFlags(*command, args->options);
+    CLI::Option* append =
+        command->add_flag("--append", args->append, "add the records to an existing output file, without a header");
+    CLI::Option* force = command->add_flag("--force", args->force, "replace an existing output file");
+    append->excludes(force);
+    command->add_flag("-v,--verbose", args->verbose, "print the log lines on stderr");
+    command->callback([args, &exitStatus] { exitStatus = runBatch(*args); });
+}
+
+}  // namespace brinora::cli

@@ -1,0 +1,92 @@
+// What the batch, preview and kml subcommands share: the option flags and
+// their fall-back to the stored settings, the terminal's side of the
+// controller's interface objects, and the checks of input and output paths.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "batch/controller_core.h"
+#include "batch/plain_ui.h"
+#include "batch/text_files.h"
+
+namespace brinora::cli {
+
+// The four option menus as command-line flags: menu item numbers, unset when
+// the stored setting is to be used.
+struct OptionFlags {
+    std::optional<int> constants;  // --constants 1..14
+    std::optional<int> khso4;      // --khso4 1..2
+    std::optional<int> pHScale;    // --ph-scale 1..4
+    std::optional<int> flux;       // --flux 1..3
+};
+
+// Adds --constants, --khso4, --ph-scale and --flux, and a help footer that
+// lists the menu items.
+void addOptionFlags(CLI::App& command, OptionFlags& flags);
+
+// The terminal as the controller's interface objects: errors on stderr,
+// alerts on stdout, a progress bar on stderr when it is a terminal.
+class TerminalUi : public PlainUi {
+public:
+    explicit TerminalUi(std::string commandName);
+
+    void presentError(const PresentedError& error) override;
+    void runAlert(const Alert& alert) override;
+    void setProgressIndicatorHidden(bool hidden) override;
+    void setProgressIndicatorValue(double percent) override;
+
+    // Draw the progress bar (stderr is a terminal and the log is not shown).
+    bool drawProgress = false;
+
+private:
+    std::string commandName_;
+    bool barShown_ = false;
+};
+
+// Shared state of one subcommand run.
+struct Session {
+    explicit Session(const std::string& commandName);
+    // Writes "brinora <command>: <message>" to stderr.
+    void error(const std::string& message) const;
+
+    std::string name;
+    MemorySettings defaults;
+    TerminalUi ui;
+    BrinoraAppControllerCore core;
+};
+
+// Puts the options on the menus (flags first, then the stored settings) and
+// runs the controller's option check. Returns 0, or the exit status 2 after
+// the message and a hint naming the flag.
+int applyOptions(Session& session, const OptionFlags& flags);
+
+// Reads the input file and cuts it into lines; prints the reason and returns
+// nothing when it cannot be read.
+std::optional<std::vector<TextLine>> readInputLines(const Session& session, const std::string& path);
+
+// Warns on stderr about each sample line in [1, end) with more than 21
+// fields: the fields after the 21st are ignored by the run. Returns how many
+// such lines there are.
+std::size_t warnOverlongLines(const Session& session, const std::string& input,
+                              const std::vector<TextLine>& lines, std::size_t end);
+
+// How an existing output file is treated.
+enum class ExistingOutput {
+    Refuse,   // neither --force nor --append
+    Replace,  // --force
+    Append,   // --append: the file must exist
+};
+
+// Checks that `output` can be written as asked before anything is touched;
+// prints the reason and returns false when it cannot.
+bool checkOutputPath(const Session& session, const std::string& input, const std::string& output,
+                     ExistingOutput existing);
+
+// "<path>:<line>: " or "<path>: " when `line` is 0.
+std::string where(const std::string& path, int line);
+
+}  // namespace brinora::cli

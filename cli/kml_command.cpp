@@ -1,0 +1,78 @@
+// `brinora kml INPUT.csv -o OUTPUT.kml`: a KML document with one placemark per sample.
+#include <cstdio>
+#include <memory>
+
+#include "cli/batch_commands.h"
+#include "cli/batch_support.h"
+#include "log/log.h"
+
+namespace brinora::cli {
+namespace {
+
+struct KmlArgs {
+    std::string input;
+    std::string output;
+    OptionFlags options;
+    bool force = false;
+    bool verbose = false;
+};
+
+int runKml(const KmlArgs& args) {
+    Session session("kml");
+    std::unique_ptr<log::ScopedSink> logToStderr;
+    if (args.verbose) {
+        logToStderr = std::make_unique<log::ScopedSink>([](std::string_view line) {
+            std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
+        });
+    }
+
+    if (const int status = applyOptions(session, args.options); status != 0) return status;
+
+    const auto lines = readInputLines(session, args.input);
+    if (!lines) return 1;
+    // Placemarks are made from lines 1 up to the one before the last piece.
+    const std::size_t end = lines->size() - 1;
+    if (end <= 1) {
+        std::string detail;
+        if (lines->size() == 2 && !(*lines)[1].text.empty()) {
+            detail = " (The last line is a sample only when the file ends with a line end.)";
+        }
+        session.error(where(args.input, 0) + "There are no datapoints to process." + detail);
+        return 1;
+    }
+    warnOverlongLines(session, args.input, *lines, end);
+    if (!checkOutputPath(session, args.input, args.output,
+                         args.force ? ExistingOutput::Replace : ExistingOutput::Refuse)) {
+        return 1;
+    }
+
+    // The panels are answered with the paths given.
+    session.ui.onOpenPanel = [&args](const OpenPanelRequest&) { return std::vector<std::string>{args.input}; };
+    session.ui.onSavePanel = [&args](const SavePanelRequest&) -> std::optional<std::string> {
+        return args.output;
+    };
+    BrinoraAppControllerCore& core = session.core;
+    core.writeKML();
+    if (core.failedWrites > 0 || !core.lastWriteError.empty()) {
+        session.error("the KML document is incomplete: " + core.lastWriteError);
+        return 1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+void addKmlCommand(CLI::App& app, int& exitStatus) {
+    auto args = std::make_shared<KmlArgs>();
+    CLI::App* command = app.add_subcommand(
+        "kml", "Compute every sample of a batch input file and write a KML document with one placemark each");
+    command->add_option("INPUT", args->input, "batch input file (CSV, a header and 21 fields per line)")
+        ->required();
+    command->add_option("-o,--output", args->output, "KML document to write")->required();
+    addOptionFlags(*command, args->options);
+    command->add_flag("--force", args->force, "replace an existing KML document");
+    command->add_flag("-v,--verbose", args->verbose, "print the log lines on stderr");
+    command->callback([args, &exitStatus] { exitStatus = runKml(*args); });
+}
+
+}  // namespace brinora::cli
