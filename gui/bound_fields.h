@@ -1,0 +1,59 @@
+// Text fields of the form bound to board slots by their tag. Each field's
+// delegate is the main window controller, which moves values between the
+// field and the board.
+#pragma once
+
+#include <QLineEdit>
+
+#include "app/form_controller.h"
+
+namespace brinora {
+
+class BrinoraAppController;
+
+// A field the user types a sample value into.
+class InputTextField : public QLineEdit, public BoundField {
+    Q_OBJECT
+public:
+    // Registers itself with `delegate` (the window load of the design).
+    InputTextField(std::uint32_t tag, BrinoraAppController* delegate, QWidget* parent = nullptr);
+
+    std::uint32_t tag() const override { return tag_; }
+    std::string text() const override;
+    void setText(std::string_view text) override;
+
+    // Sends registerInput: with itself to the delegate.
+    void registerSelf();
+    // Sends pushInputValue: (the text into the board slot).
+    void pushValue();
+    // Sends pullOutputValue: (the board slot into the text).
+    void pullValue();
+    // Sends clearOutputValue: (empties the text).
+    void clearValue();
+
+private:
+    std::uint32_t tag_;
+    BrinoraAppController* delegate_;
+};
+
+// A read-only field that shows a result slot.
+class OutputTextField : public QLineEdit, public BoundField {
+    Q_OBJECT
+public:
+    OutputTextField(std::uint32_t tag, BrinoraAppController* delegate, QWidget* parent = nullptr);
+
+    std::uint32_t tag() const override { return tag_; }
+    std::string text() const override;
+    void setText(std::string_view text) override;
+
+    // Sends registerOutput: with itself to the delegate.
+    void registerSelf();
+    void pullValue();
+    void clearValue();
+
+private:
+    std::uint32_t tag_;
+    BrinoraAppController* delegate_;
+};
+
+}  // namespace brinora

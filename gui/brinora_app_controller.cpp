@@ -1,0 +1,242 @@
+#include "gui/brinora_app_controller.h"
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QDir>
+
+#include <algorithm>
+#include <cmath>
+
+#include "gui/bound_fields.h"
+#include "gui/help_viewer.h"
+#include "gui/preview_window.h"
+
+namespace brinora {
+
+namespace {
+
+QString toQString(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+CalendarDateTime toCalendar(const QDateTime& value) {
+    const QDate date = value.date();
+    const QTime time = value.time();
+    return CalendarDateTime{date.year(), date.month(), date.day(),
+                            time.hour(), time.minute(), time.second()};
+}
+
+// Current date and time to the second, as the pickers hold it.
+QDateTime nowToTheSecond() {
+    QDateTime now = QDateTime::currentDateTime();
+    const QTime time = now.time();
+    now.setTime(QTime(time.hour(), time.minute(), time.second()));
+    return now;
+}
+
+}  // namespace
+
+BrinoraAppController::BrinoraAppController(SettingsStore& defaults, QWidget* parent)
+    : QMainWindow(parent),
+      defaults_(defaults),
+      core_(std::make_unique<BrinoraAppControllerCore>(*this, defaults)),
+      form_(*core_, *this, *this, *Engine::sharedInstance()) {
+    setObjectName("BrinoraAppController");
+    setWindowTitle(tr("Brinora"));
+    buildWindow();
+    buildMenus();
+
+    core_->previewTableController.onRecordsChanged = [this] { previewModel_->reload(); };
+    previewModel_->reload();
+
+    // The window load of the design: start-up values of the date pickers,
+    // the first item of every tab view, the batch widgets hidden.
+    core_->awakeFromNib();
+    form_.awakeFromNib();
+    setProgressIndicatorHidden(true);
+    setPreviewTableHidden(true);
+}
+
+BrinoraAppController::~BrinoraAppController() {
+    core_->previewTableController.onRecordsChanged = nullptr;
+}
+
+void BrinoraAppController::setUserDialogs(UserDialogs* dialogs) {
+    dialogs_ = dialogs ? dialogs : &qtDialogs_;
+}
+
+// ---------------------------------------------------------------- AppUi
+
+QComboBox* BrinoraAppController::menu(Menu which) const {
+    const auto found = menus_.find(which);
+    return found == menus_.end() ? nullptr : found->second;
+}
+
+QLineEdit* BrinoraAppController::textField(TextField which) const {
+    const auto found = textFields_.find(which);
+    return found == textFields_.end() ? nullptr : found->second;
+}
+
+QDateTimeEdit* BrinoraAppController::datePicker(DatePicker picker) const {
+    return picker == DatePicker::CruiseDate ? cruiseDate_ : cruiseTime_;
+}
+
+QTabWidget* BrinoraAppController::tabWidget(TabView view) const { return tabs_.at(view); }
+
+InputTextField* BrinoraAppController::inputField(std::uint32_t tag) const {
+    return dynamic_cast<InputTextField*>(form_.inputFieldWithTag(tag));
+}
+
+std::vector<OutputTextField*> BrinoraAppController::outputFields(std::uint32_t tag) const {
+    std::vector<OutputTextField*> fields;
+    for (BoundField* field : form_.outputFields()) {
+        if (field->tag() == tag) fields.push_back(dynamic_cast<OutputTextField*>(field));
+    }
+    return fields;
+}
+
+int BrinoraAppController::selectedIndex(Menu which) const {
+    const QComboBox* box = menu(which);
+    return box ? std::max(0, box->currentIndex()) : 0;
+}
+
+void BrinoraAppController::selectItem(Menu which, int index) {
+    if (QComboBox* box = menu(which)) box->setCurrentIndex(index);
+}
+
+std::string BrinoraAppController::selectedTitle(Menu which) const {
+    const QComboBox* box = menu(which);
+    return box ? box->currentText().toStdString() : std::string();
+}
+
+std::string BrinoraAppController::text(TextField which) const {
+    const QLineEdit* field = textField(which);
+    return field ? field->QLineEdit::text().toStdString() : std::string();
+}
+
+void BrinoraAppController::setText(TextField which, std::string_view value) {
+    if (QLineEdit* field = textField(which)) field->QLineEdit::setText(toQString(value));
+}
+
+void BrinoraAppController::setPlaceholder(TextField which, std::string_view placeholder) {
+    if (QLineEdit* field = textField(which)) field->setPlaceholderText(toQString(placeholder));
+}
+
+CalendarDateTime BrinoraAppController::dateValue(DatePicker picker) const {
+    return toCalendar(datePicker(picker)->dateTime());
+}
+
+CalendarDateTime BrinoraAppController::currentDateTime() const {
+    return toCalendar(QDateTime::currentDateTime());
+}
+
+int BrinoraAppController::checkBoxState() const { return checkBox_->isChecked() ? 1 : 0; }
+
+void BrinoraAppController::setCheckBoxState(int state) { checkBox_->setChecked(state == 1); }
+
+std::vector<std::string> BrinoraAppController::runOpenPanel(const OpenPanelRequest& request) {
+    return dialogs_->runOpenPanel(this, request);
+}
+
+std::optional<std::string> BrinoraAppController::runSavePanel(const SavePanelRequest& request) {
+    return dialogs_->runSavePanel(this, request);
+}
+
+void BrinoraAppController::presentError(const PresentedError& error) {
+    dialogs_->presentError(this, error);
+}
+
+void BrinoraAppController::runAlert(const Alert& alert) { dialogs_->runAlert(this, alert); }
+
+void BrinoraAppController::setProgressIndicatorHidden(bool hidden) {
+    progressIndicator_->setVisible(!hidden);
+}
+
+void BrinoraAppController::setProgressIndicatorValue(double percent) {
+    const double clamped = std::isfinite(percent) ? std::clamp(percent, 0.0, 100.0) : 0.0;
+    progressIndicator_->setValue(static_cast<int>(std::lround(clamped * kProgressStepsPerPercent)));
+    // The batch runs inside the button's action: draw the bar now and let the
+    // window repaint, but take no user input until the run is over.
+    progressIndicator_->repaint();
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    Q_EMIT progressChanged(percent);
+}
+
+void BrinoraAppController::setPreviewTableHidden(bool hidden) {
+    batchPreviewTable_->setVisible(!hidden);
+}
+
+void BrinoraAppController::noteNumberOfRowsChanged() { previewModel_->reload(); }
+
+void BrinoraAppController::setStepperValue(int value) { previewWindow_->stepper()->setValue(value); }
+
+void BrinoraAppController::runPreviewWindowModal() {
+    PreviewSession session;
+    previewSessions_.push_back(&session);
+    previewModel_->reload();
+    previewWindow_->show();
+    previewWindow_->raise();
+    previewWindow_->activateWindow();
+    Q_EMIT previewWindowShown();
+    // A button may already have ended the session (a test answering at once).
+    if (!session.stopped) {
+        QEventLoop loop;
+        session.loop = &loop;
+        loop.exec(QEventLoop::DialogExec);
+        session.loop = nullptr;
+    }
+    previewSessions_.erase(std::find(previewSessions_.begin(), previewSessions_.end(), &session));
+}
+
+void BrinoraAppController::closePreviewWindow() { previewWindow_->hide(); }
+
+void BrinoraAppController::stopPreviewModal() {
+    // Ends the innermost session still running; a new preview started from a
+    // button (Refresh) then runs its own session inside it.
+    for (auto it = previewSessions_.rbegin(); it != previewSessions_.rend(); ++it) {
+        if ((*it)->stopped) continue;
+        (*it)->stopped = true;
+        if ((*it)->loop) (*it)->loop->exit(0);
+        return;
+    }
+}
+
+void BrinoraAppController::performCalculate() { calculate(); }
+
+// ---------------------------------------------------------------- TabViews
+
+int BrinoraAppController::selectedTab(TabView view) const { return tabs_.at(view)->currentIndex(); }
+
+void BrinoraAppController::selectTab(TabView view, int index) { tabs_.at(view)->setCurrentIndex(index); }
+
+// ---------------------------------------------------------------- actions
+
+void BrinoraAppController::calculate() { form_.calculate(); }
+
+void BrinoraAppController::clear() { form_.clear(); }
+
+void BrinoraAppController::switchToInput() { form_.switchToInput(); }
+void BrinoraAppController::switchToResultsInputConditions() { form_.switchToResultsInputConditions(); }
+void BrinoraAppController::switchToResultsOutputConditions() { form_.switchToResultsOutputConditions(); }
+void BrinoraAppController::switchToConstants() { form_.switchToConstants(); }
+void BrinoraAppController::switchToBatchProcessing() { form_.switchToBatchProcessing(); }
+
+void BrinoraAppController::getCurrentTime() { cruiseTime_->setDateTime(nowToTheSecond()); }
+
+void BrinoraAppController::getCurrentDate() { cruiseDate_->setDateTime(nowToTheSecond()); }
+
+void BrinoraAppController::showHelp_MainHelp() { showHelpPage(QString()); }
+
+void BrinoraAppController::showHelpFor() {
+    const QObject* origin = sender();
+    showHelpPage(origin ? origin->property("alternateTitle").toString() : QString());
+}
+
+void BrinoraAppController::showHelpPage(const QString& page) {
+    helpViewer_->openPage(page);
+    helpViewer_->show();
+    helpViewer_->raise();
+    helpViewer_->activateWindow();
+}
+
+}  // namespace brinora

@@ -1,0 +1,171 @@
+// The main window of the desktop program and its controller: the one-sample
+// form, the constants choice, the results at input and output conditions, and
+// the batch tab. The toolkit-free parts (the form's checks, the batch run, the
+// output file, the option operations) live in FormController and
+// BrinoraAppControllerCore; this class gives them Qt widgets.
+#pragma once
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDateTimeEdit>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTableView>
+
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "app/form_controller.h"
+#include "batch/controller_core.h"
+#include "batch/ui.h"
+#include "gui/user_dialogs.h"
+
+class QEventLoop;
+
+namespace brinora {
+
+class InputTextField;
+class OutputTextField;
+class PreviewTableItemModel;
+class PreviewWindow;
+class HelpViewer;
+
+class BrinoraAppController : public QMainWindow, public AppUi, public TabViews {
+    Q_OBJECT
+public:
+    // The window reads and writes the stored settings in `defaults`, which
+    // must outlive it.
+    explicit BrinoraAppController(SettingsStore& defaults, QWidget* parent = nullptr);
+    ~BrinoraAppController() override;
+
+    // ---- Field delegate (the bound text fields call these) ----
+    void registerInput(BoundField* field) { form_.registerInput(field); }
+    void registerOutput(BoundField* field) { form_.registerOutput(field); }
+    void pushInputValue(BoundField* field) { form_.pushInputValue(*field); }
+    void pullOutputValue(BoundField* field) { form_.pullOutputValue(*field); }
+    void clearOutputValue(BoundField* field) { form_.clearOutputValue(*field); }
+
+    // ---- AppUi ----
+    int selectedIndex(Menu menu) const override;
+    void selectItem(Menu menu, int index) override;
+    std::string selectedTitle(Menu menu) const override;
+    std::string text(TextField field) const override;
+    void setText(TextField field, std::string_view text) override;
+    void setPlaceholder(TextField field, std::string_view placeholder) override;
+    CalendarDateTime dateValue(DatePicker picker) const override;
+    CalendarDateTime currentDateTime() const override;
+    int checkBoxState() const override;
+    void setCheckBoxState(int state) override;
+    std::vector<std::string> runOpenPanel(const OpenPanelRequest& request) override;
+    std::optional<std::string> runSavePanel(const SavePanelRequest& request) override;
+    void presentError(const PresentedError& error) override;
+    void runAlert(const Alert& alert) override;
+    void setProgressIndicatorHidden(bool hidden) override;
+    void setProgressIndicatorValue(double percent) override;
+    void setPreviewTableHidden(bool hidden) override;
+    void noteNumberOfRowsChanged() override;
+    void setStepperValue(int value) override;
+    void runPreviewWindowModal() override;
+    void closePreviewWindow() override;
+    void stopPreviewModal() override;
+    void performCalculate() override;
+
+    // ---- TabViews ----
+    int selectedTab(TabView view) const override;
+    void selectTab(TabView view, int index) override;
+
+    // Replaces the dialogs that answer panels, errors and alerts (not owned;
+    // nullptr restores the real dialogs).
+    void setUserDialogs(UserDialogs* dialogs);
+
+    // ---- Parts, for the tests and the screenshot tour ----
+    BrinoraAppControllerCore& core() { return *core_; }
+    FormController& form() { return form_; }
+    QComboBox* menu(Menu menu) const;
+    QLineEdit* textField(TextField field) const;
+    QDateTimeEdit* datePicker(DatePicker picker) const;
+    QTabWidget* tabWidget(TabView view) const;
+    // The first input field with board slot `tag`, or nullptr.
+    InputTextField* inputField(std::uint32_t tag) const;
+    // Every output field showing board slot `tag`.
+    std::vector<OutputTextField*> outputFields(std::uint32_t tag) const;
+    QCheckBox* checkBox() const { return checkBox_; }
+    QProgressBar* progressIndicator() const { return progressIndicator_; }
+    QTableView* batchPreviewTable() const { return batchPreviewTable_; }
+    PreviewWindow* previewWindow() const { return previewWindow_; }
+    HelpViewer* helpViewer() const { return helpViewer_; }
+    QPushButton* calculateButton() const { return calculateButton_; }
+    QPushButton* clearButton() const { return clearButton_; }
+    // Depth of nested preview window sessions now running.
+    int previewSessionDepth() const { return static_cast<int>(previewSessions_.size()); }
+
+    // Steps of the progress bar per percent, so that long files still move it.
+    static constexpr int kProgressStepsPerPercent = 10;
+
+public Q_SLOTS:
+    // ---- Actions of the form ----
+    void calculate();
+    void clear();
+    void switchToInput();
+    void switchToResultsInputConditions();
+    void switchToResultsOutputConditions();
+    void switchToConstants();
+    void switchToBatchProcessing();
+    void getCurrentTime();
+    void getCurrentDate();
+    // Opens the help book at its start page.
+    void showHelp_MainHelp();
+    // Opens the help book at the page named by the sender's "alternateTitle" property.
+    void showHelpFor();
+    // Opens the help book at `page` (a page name such as "batch-input").
+    void showHelpPage(const QString& page);
+
+Q_SIGNALS:
+    // The preview window is on screen and its modal session is about to run.
+    void previewWindowShown();
+    // A full batch run moved its progress indicator to `percent`.
+    void progressChanged(double percent);
+
+private:
+    struct PreviewSession {
+        bool stopped = false;
+        QEventLoop* loop = nullptr;
+    };
+
+    void buildWindow();
+    QWidget* buildInputPage();
+    QWidget* buildConstantsPage();
+    QWidget* buildResultsPage(bool outputConditions);
+    QWidget* buildBatchPage();
+    void buildMenus();
+    void bindMenuToSetting(QComboBox* menu, std::string_view indexKey, std::string_view titleKey = {});
+    QPushButton* helpButton(const QString& page);
+
+    SettingsStore& defaults_;
+    std::unique_ptr<BrinoraAppControllerCore> core_;
+    FormController form_;
+    QtUserDialogs qtDialogs_;
+    UserDialogs* dialogs_ = &qtDialogs_;
+
+    std::map<Menu, QComboBox*> menus_;
+    std::map<TextField, QLineEdit*> textFields_;
+    std::map<TabView, QTabWidget*> tabs_;
+    QDateTimeEdit* cruiseDate_ = nullptr;
+    QDateTimeEdit* cruiseTime_ = nullptr;
+    QCheckBox* checkBox_ = nullptr;
+    QProgressBar* progressIndicator_ = nullptr;
+    QTableView* batchPreviewTable_ = nullptr;
+    QPushButton* calculateButton_ = nullptr;
+    QPushButton* clearButton_ = nullptr;
+    PreviewTableItemModel* previewModel_ = nullptr;
+    PreviewWindow* previewWindow_ = nullptr;
+    HelpViewer* helpViewer_ = nullptr;
+    std::vector<PreviewSession*> previewSessions_;
+};
+
+}  // namespace brinora

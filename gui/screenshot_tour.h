@@ -1,0 +1,16 @@
+// The screenshot tour: fills in a sample, calculates it, runs a small batch
+// with its preview and saves a picture of every tab, for the README.
+#pragma once
+
+#include <QString>
+
+namespace brinora {
+
+class BrinoraAppController;
+
+// Saves input.png, constants.png, results-input.png, results-output.png,
+// batch.png, preview.png and help.png in `folder`. Returns 0 on success,
+// 1 when a picture could not be saved or the program refused a step.
+int runScreenshotTour(BrinoraAppController& window, const QString& folder);
+
+}  // namespace brinora
