@@ -20,10 +20,16 @@ Sink& currentSink() {
     return sink;
 }
 
+// Longest line handed to syslog(3); system loggers keep far less, and a
+// record line of a batch file with a huge comment would otherwise be copied
+// whole into the logger's buffer (and its length overflow the int precision).
+constexpr std::size_t kMaxSyslogLine = 65536;
+
 void writeToSyslog(std::string_view text) {
     static std::once_flag opened;
     std::call_once(opened, [] { openlog("brinora", LOG_PID, LOG_USER); });
-    syslog(LOG_NOTICE, "%.*s", static_cast<int>(text.size()), text.data());
+    const std::size_t length = text.size() < kMaxSyslogLine ? text.size() : kMaxSyslogLine;
+    syslog(LOG_NOTICE, "%.*s", static_cast<int>(length), text.data());
 }
 
 }  // namespace

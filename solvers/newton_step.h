@@ -6,7 +6,8 @@
 namespace brinora::detail {
 
 // The step actually applied for a Newton step `deltapH` [pH units]: halved
-// while its magnitude is above 1 (so 3.5 becomes 0.875, 1 stays 1).
+// while its magnitude is above 1 (so 3.5 becomes 0.875, 1 stays 1). An
+// infinite step gives not-a-number, which stops the iteration.
 float HalveNewtonStep(float deltapH);
 
 // Raw Newton step Residual/Slope at `pH` for the TA-TC pair [mol/kg-SW],

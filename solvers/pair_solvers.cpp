@@ -3,7 +3,10 @@
 // evaluated in double and rounded to float when it is stored.
 #include "solvers/pair_solvers.h"
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 
 #include "constants/co2_constants.h"
 #include "solvers/alkalinity_terms.h"
@@ -72,6 +75,10 @@ int lastNewtonSteps() { return newtonSteps; }
 namespace detail {
 
 float HalveNewtonStep(float deltapH) {
+    // An infinite step (an infinite TA or TC, or a slope of 0) would be halved
+    // for ever; it becomes not-a-number instead, which ends the iteration as
+    // any not-a-number step does. Finite steps are unaffected.
+    if (std::isinf(deltapH)) return std::numeric_limits<float>::quiet_NaN();
     while (std::fabs(deltapH) > 1.0) {
         deltapH = deltapH / 2.0;
     }
@@ -123,9 +130,152 @@ void SolvepHfromTAfCO2(float TA, float fCO2, float K0, const ConstantsArray& K,
 
 }  // namespace detail
 
+namespace {
+
+// ---- The TA-TC Newton solve, its repeated work done once ----
+//
+// A sample solves pH from TA and TC six times, three times for each set of
+// conditions (its TC and TC plus and minus 1 micromol/kg for the Revelle
+// factor), every time from pH 8. The terms of a step that do not change from
+// step to step are formed once per set of constants, and the terms of the
+// first step at pH 8 that do not depend on TA and TC once for all three
+// solves. Each term is the same operation on the same values as in
+// NewtonStepFromTATC and NonCarbonateTerms (a product of three floats, say,
+// multiplied in the same order), so every step, and the pH, are the same to
+// the bit. Only where a step is not a number can the two differ, in the sign
+// of that not-a-number, which depends on which operand the compiled code
+// puts first; such a solve is run again by the solver that has always run.
+
+// The constants and totals of one solve, and what follows from them alone.
+struct PreparedTATC {
+    ConstantsArray K{};
+    TotalsArray T{};
+    float K1 = 0, K2 = 0, KW = 0, KB = 0, KF = 0, KS = 0, KP1 = 0, KSi = 0;
+    float TS = 0, TF = 0, TP = 0;
+    float K1K2 = 0;       // K1 * K2
+    float TBKB = 0;       // TB * KB
+    float KP1KP2 = 0;     // KP1 * KP2
+    float KP1KP2KP3 = 0;  // KP1 * KP2 * KP3
+    float TSiKSi = 0;     // TSi * KSi
+    double twoK2 = 0;           // 2.0 * K2
+    double twoKP1KP2KP3 = 0;    // 2.0 * KP1 * KP2 * KP3
+    double onePlusTSoverKS = 0;  // 1.0 + TS / KS
+};
+
+// The terms of a step at one H that do not depend on TA and TC.
+struct StepTerms {
+    float H, HH, Denom, BAlk, OH, PAlk, SiAlk, Hfree, HSO4, HF, BAlkSlope;
+};
+
+StepTerms TermsAt(float H, const PreparedTATC& p) {
+    StepTerms s{};
+    s.H = H;
+    s.HH = H * H;
+    s.Denom = s.HH + p.K1 * H + p.K1K2;
+    // NonCarbonateTerms.
+    s.BAlk = p.TBKB / (p.KB + H);
+    s.OH = p.KW / H;
+    const float HHH = s.HH * H;
+    s.PAlk = static_cast<double>(p.TP) *
+             (static_cast<double>(p.KP1KP2 * H) + p.twoKP1KP2KP3 - static_cast<double>(HHH)) /
+             static_cast<double>(HHH + p.KP1 * H * H + p.KP1KP2 * H + p.KP1KP2KP3);
+    s.SiAlk = p.TSiKSi / (p.KSi + H);
+    s.Hfree = static_cast<double>(H) / p.onePlusTSoverKS;
+    s.HSO4 = static_cast<double>(p.TS) / (1.0 + static_cast<double>(p.KS / s.Hfree));
+    s.HF = static_cast<double>(p.TF) / (1.0 + static_cast<double>(p.KF / s.Hfree));
+    // The borate term of the slope.
+    s.BAlkSlope = s.BAlk * H / (p.KB + H);
+    return s;
+}
+
+// NewtonStepFromTATC from the terms of the step; TCK1 is TC * K1.
+float StepFromTerms(const StepTerms& s, float TA, float TCK1, const PreparedTATC& p) {
+    const float ln10 = std::log(10.0);
+    const float CAlk = static_cast<double>(TCK1) * (static_cast<double>(s.H) + p.twoK2) / static_cast<double>(s.Denom);
+    const float Residual = TA - CAlk - s.BAlk - s.OH - s.PAlk - s.SiAlk + s.Hfree + s.HSO4 + s.HF;
+    const float Slope =
+        static_cast<double>(ln10) *
+        (static_cast<double>(TCK1 * s.H) *
+             (static_cast<double>(s.HH + p.K1K2) + 4.0 * static_cast<double>(s.H) * static_cast<double>(p.K2)) /
+             static_cast<double>(s.Denom) / static_cast<double>(s.Denom) +
+         static_cast<double>(s.BAlkSlope) + static_cast<double>(s.OH) + static_cast<double>(s.H));
+    return Residual / Slope;
+}
+
+bool SameBits(const float* a, const float* b, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        if (std::bit_cast<std::uint32_t>(a[i]) != std::bit_cast<std::uint32_t>(b[i])) return false;
+    }
+    return true;
+}
+
+// The prepared constants of the latest solve and its first step, per thread.
+struct PreparedSolve {
+    PreparedTATC constants;
+    StepTerms start{};
+    bool prepared = false;
+};
+
+thread_local PreparedSolve preparedSolve;
+
+const PreparedSolve& Prepare(const ConstantsArray& K, const TotalsArray& T) {
+    PreparedSolve& solve = preparedSolve;
+    // Positions 1..10 and 1..5 are the ones read.
+    if (solve.prepared && SameBits(&K[1], &solve.constants.K[1], 10) && SameBits(&T[1], &solve.constants.T[1], 5)) {
+        return solve;
+    }
+    PreparedTATC& p = solve.constants;
+    p.K = K;
+    p.T = T;
+    p.K1 = K[k::K1];
+    p.K2 = K[k::K2];
+    p.KW = K[k::KW];
+    p.KB = K[k::KB];
+    p.KF = K[k::KF];
+    p.KS = K[k::KS];
+    p.KP1 = K[k::KP1];
+    p.KSi = K[k::KSi];
+    p.TS = T[t::TS];
+    p.TF = T[t::TF];
+    p.TP = T[t::TP];
+    p.K1K2 = p.K1 * p.K2;
+    p.TBKB = T[t::TB] * p.KB;
+    p.KP1KP2 = p.KP1 * K[k::KP2];
+    p.KP1KP2KP3 = p.KP1KP2 * K[k::KP3];
+    p.TSiKSi = T[t::TSi] * p.KSi;
+    p.twoK2 = 2.0 * static_cast<double>(p.K2);
+    p.twoKP1KP2KP3 = 2.0 * static_cast<double>(p.KP1) * static_cast<double>(K[k::KP2]) * static_cast<double>(K[k::KP3]);
+    p.onePlusTSoverKS = 1.0 + static_cast<double>(p.TS / p.KS);
+    solve.start = TermsAt(detail::HydrogenIon(8.0f), p);
+    solve.prepared = true;
+    return solve;
+}
+
+// NewtonSolve over NewtonStepFromTATC, step for step.
+void SolvepHfromTATCPrepared(float TA, float TC, const ConstantsArray& K, const TotalsArray& T, float& pH) {
+    constexpr float kTolerance = 0.0001f;
+    const PreparedSolve& solve = Prepare(K, T);
+    const PreparedTATC& p = solve.constants;
+    const float TCK1 = TC * p.K1;
+    int steps = 0;
+    pH = 8.0f;
+    float deltapH = 0.0f;
+    do {
+        const float rawStep = steps == 0 ? StepFromTerms(solve.start, TA, TCK1, p)
+                                         : StepFromTerms(TermsAt(detail::HydrogenIon(pH), p), TA, TCK1, p);
+        deltapH = detail::HalveNewtonStep(rawStep);
+        pH = pH + deltapH;
+        ++steps;
+    } while (std::fabs(deltapH) > kTolerance && steps < kMaxNewtonSteps);
+    newtonSteps = steps;
+}
+
+}  // namespace
+
 void CalculatepHfromTATC(float TA, float TC, const ConstantsArray& K, const TotalsArray& T,
                          float& pH) {
-    detail::SolvepHfromTATC(TA, TC, K, T, pH, kMaxNewtonSteps);
+    SolvepHfromTATCPrepared(TA, TC, K, T, pH);
+    if (std::isnan(pH)) detail::SolvepHfromTATC(TA, TC, K, T, pH, kMaxNewtonSteps);
 }
 
 void CalculatepHfromTAfCO2(float TA, float fCO2, float K0, const ConstantsArray& K,

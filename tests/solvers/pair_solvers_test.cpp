@@ -23,6 +23,27 @@ TEST(HalveNewtonStep, HalvesUntilAtMostOnepHUnit) {
     EXPECT_EQ(detail::HalveNewtonStep(1.0f), 1.0f);  // the test is strict
     EXPECT_EQ(detail::HalveNewtonStep(0.3f), 0.3f);
     EXPECT_EQ(detail::HalveNewtonStep(13.0f), 0.8125f);
+    EXPECT_EQ(detail::HalveNewtonStep(3.0e38f), std::ldexp(3.0e38f, -128));
+}
+
+TEST(HalveNewtonStep, InfiniteStepBecomesNotANumber) {
+    // Halving an infinity never reaches 1: the step would loop for ever.
+    EXPECT_TRUE(std::isnan(detail::HalveNewtonStep(INFINITY)));
+    EXPECT_TRUE(std::isnan(detail::HalveNewtonStep(-INFINITY)));
+}
+
+TEST(CalculatepHfromTATC, InfiniteTAStopsAfterOneStep) {
+    // TA beyond the float range (a field of 1e39 micromol/kg) makes the first
+    // raw step infinite.
+    const ConstantsArray K = test::SurfaceConstants();
+    const TotalsArray T = test::SurfaceTotals();
+    float pH = 0.0f;
+    CalculatepHfromTATC(INFINITY, test::kTC, K, T, pH);
+    EXPECT_EQ(lastNewtonSteps(), 1);
+    EXPECT_TRUE(std::isnan(pH));
+    CalculatepHfromTAfCO2(-INFINITY, static_cast<float>(kRootfCO2), test::kSurfaceK0, K, T, pH);
+    EXPECT_EQ(lastNewtonSteps(), 1);
+    EXPECT_TRUE(std::isnan(pH));
 }
 
 TEST(CalculatepHfromTATC, FirstStepAboveOnepHUnitIsHalved) {
