@@ -1,6 +1,10 @@
 # Brinora: set-up, build, test and run on a Debian machine.
-#   make run    install what is missing, build, run the example job
-#   make test   install what is missing, build, run every test
+#   make run            install what is missing, build, run the example job
+#   make test           install what is missing, build, run every test
+#   make test-sanitize  every test again, built with AddressSanitizer and UBSan
+#   make fuzz           build the fuzz targets (clang, libFuzzer) and run each
+#                       for FUZZ_SECONDS seconds
+#   make bench          build the benchmarks in BENCH_DIR, run them, print a table
 
 BUILD_DIR ?= build
 BUILD_TYPE ?= Release
@@ -11,7 +15,19 @@ PACKAGES := cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev libcli11-d
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps configure build test run clean gui screenshots
+# Sanitizer build and fuzz build, each in a folder of its own.
+SANITIZE_DIR ?= build-asan
+FUZZ_DIR ?= build-fuzz
+FUZZ_SECONDS ?= 60
+FUZZ_PACKAGES := cmake make clang libclang-rt-14-dev
+
+# A sanitizer report ends the test that raised it. LeakSanitizer suppressions
+# (third-party libraries only) are in tests/sanitizer/lsan.supp.
+SANITIZE_ENV := ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1:strict_string_checks=1 \
+  UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
+  LSAN_OPTIONS=suppressions=$(CURDIR)/tests/sanitizer/lsan.supp:print_suppressions=0
+
+.PHONY: all deps configure build test run clean gui screenshots test-sanitize fuzz fuzz-deps
 
 all: build
 
@@ -63,3 +79,36 @@ gui: build
 # Pictures of every tab for the README, made under Xvfb into docs/.
 screenshots: build
 	BUILD_DIR=$(BUILD_DIR) scripts/screenshots.sh docs
+
+# Every test, built with AddressSanitizer and UndefinedBehaviorSanitizer.
+test-sanitize: deps
+	cmake -S . -B $(SANITIZE_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DBRINORA_SANITIZE=address,undefined
+	cmake --build $(SANITIZE_DIR) -j $(JOBS)
+	$(SANITIZE_ENV) ctest --test-dir $(SANITIZE_DIR) --output-on-failure -j $(JOBS)
+
+# The fuzz targets of fuzz/, each run for FUZZ_SECONDS seconds over its corpus.
+fuzz-deps:
+	@$(MAKE) --no-print-directory deps PACKAGES="$(FUZZ_PACKAGES)"
+
+fuzz: fuzz-deps
+	cmake -S . -B $(FUZZ_DIR) -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DBRINORA_BUILD_FUZZ=ON -DBRINORA_BUILD_TESTS=OFF -DBRINORA_BUILD_CLI=OFF -DBRINORA_BUILD_GUI=OFF
+	cmake --build $(FUZZ_DIR) -j $(JOBS) --target fuzz_lenient_number fuzz_batch_reader fuzz_compute_co2 fuzz_kml_writer
+	FUZZ_SECONDS=$(FUZZ_SECONDS) fuzz/run.sh $(FUZZ_DIR)
+
+# Benchmarks (Google Benchmark) and the timing and peak memory of `brinora
+# batch`, in a Release folder of their own; bench/run.sh prints the table
+# (BENCH_HUGE=1 adds a 10^7-line file; see bench/README.md).
+BENCH_DIR ?= build-bench
+BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cruise brinora_board_digest
+
+.PHONY: bench bench-deps
+
+bench-deps:
+	@$(MAKE) --no-print-directory deps PACKAGES="cmake make g++ libbenchmark-dev libcli11-dev qt6-base-dev time"
+
+bench: bench-deps
+	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DBRINORA_BUILD_BENCH=ON -DBRINORA_BUILD_TESTS=OFF \
+	  -DBRINORA_BUILD_GUI=OFF
+	cmake --build $(BENCH_DIR) -j $(JOBS) --target $(BENCH_TARGETS)
+	bench/run.sh $(BENCH_DIR)

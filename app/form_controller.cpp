@@ -66,7 +66,11 @@ void FormController::calculate() {
         return;
     }
     if (tabs_.selectedTab(TabView::SingleBatch) == 1) {
-        core_.batchProcess(ui_.text(TextField::PathField), false);
+        const std::string message = core_.batchProcess(ui_.text(TextField::PathField), false);
+        // A run's stopping message only reaches the log, except when a record
+        // could not be written: then the output file is incomplete, and the
+        // user is told.
+        if (core_.failedWrites > 0) presentAppError(message);
         return;
     }
 
@@ -105,7 +109,9 @@ void FormController::calculate() {
                                    board_.getFieldValueAtPos(slot::kPressureOut);
     tabs_.selectTab(TabView::Sub, outputConditions != 0.0f ? 1 : 0);
 
-    if (ui_.checkBoxState() == 1) core_.saveString();
+    if (ui_.checkBoxState() == 1 && !core_.saveString()) {
+        presentAppError("The record could not be written to the output file (" + core_.lastWriteError + ").");
+    }
 }
 
 void FormController::clear() {

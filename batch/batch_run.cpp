@@ -1,5 +1,6 @@
 // The batch run over an input file, its preview and the preview window's buttons.
 #include <array>
+#include <utility>
 
 #include "app/settings_keys.h"
 #include "batch/controller_core.h"
@@ -77,7 +78,7 @@ std::string BrinoraAppControllerCore::batchProcess(std::string_view /*path*/, bo
     ui_.logLine("Dealing with file " + inputPath);
 
     // 2. Read the whole file.
-    const TextFileContents contents = readUTF8TextFile(inputPath);
+    TextFileContents contents = readUTF8TextFile(inputPath);
     if (!contents.ok) {
         ui_.presentError(contents.error);
         const std::string message = "There was an error reading from the file";
@@ -85,8 +86,9 @@ std::string BrinoraAppControllerCore::batchProcess(std::string_view /*path*/, bo
         return message;
     }
 
-    // 3. Lines.
+    // 3. Lines. The text itself is not needed once it is cut into lines.
     const std::vector<TextLine> lines = splitBatchLines(contents.text);
+    std::string().swap(contents.text);
     const int pieces = static_cast<int>(lines.size());
     ui_.logLine("The file is " + std::to_string(pieces) + " lines long");
 
@@ -161,14 +163,16 @@ std::string BrinoraAppControllerCore::batchProcess(std::string_view /*path*/, bo
             return stopAtLine("To batch process records, Brinora needs values for at least two carbonate parameters");
         }
 
+        // Fields 0..5 and 20 are text only: they move into the dictionary
+        // (storeSampleValues reads fields 6..19).
         cruiseInformationDictionary.clear();
-        cruiseInformationDictionary["SampleID"] = fields[0];
-        cruiseInformationDictionary["Name"] = fields[1];
-        cruiseInformationDictionary["Time"] = fields[2];
-        cruiseInformationDictionary["Date"] = fields[3];
-        cruiseInformationDictionary["Latitude"] = fields[4];
-        cruiseInformationDictionary["Longitude"] = fields[5];
-        cruiseInformationDictionary["Comment"] = fields[kCommentField];
+        cruiseInformationDictionary["SampleID"] = std::move(fields[0]);
+        cruiseInformationDictionary["Name"] = std::move(fields[1]);
+        cruiseInformationDictionary["Time"] = std::move(fields[2]);
+        cruiseInformationDictionary["Date"] = std::move(fields[3]);
+        cruiseInformationDictionary["Latitude"] = std::move(fields[4]);
+        cruiseInformationDictionary["Longitude"] = std::move(fields[5]);
+        cruiseInformationDictionary["Comment"] = std::move(fields[kCommentField]);
 
         // The options go on the board before the wind speed, which a batch
         // therefore always takes as m/s.
@@ -181,11 +185,16 @@ std::string BrinoraAppControllerCore::batchProcess(std::string_view /*path*/, bo
             previewTableController.addToPreviewTable(std::get<DictRecord>(formatOutputAs("Dict")));
             board->reset();
         } else {
-            if (saveString()) {
-                ++recordsWritten;
-            } else {
+            if (!saveString()) {
+                // The output device is full or the file can no longer be
+                // written: stop here, so that the output holds the records of
+                // every line before this one and nothing else.
                 ++failedWrites;
+                board->reset();
+                return stopAtLine("The record could not be written to the output file (" + lastWriteError +
+                                  ").");
             }
+            ++recordsWritten;
             board->reset();
             ui_.setProgressIndicatorValue(progressValue);
         }

@@ -137,7 +137,9 @@ std::string BrinoraAppControllerCore::formatStringRecord() {
     const std::string comment = batchWriteMode != 0
                                     ? withoutCarriageReturns(entry(cruiseInformationDictionary, "Comment"))
                                     : ui_.text(TextField::CruiseComment);
-    record += "," + comment + "\n";
+    record += ',';
+    record += comment;
+    record += '\n';
 
     stringToWrite = record;
     return record;
@@ -198,9 +200,9 @@ DictRecord BrinoraAppControllerCore::formatDictRecord() {
 }
 
 bool BrinoraAppControllerCore::saveString() {
-    const std::string record = formatStringRecord();
-    ui_.logLine("stringToWrite: " + record);
-    const WriteResult written = appendToExistingFile(fullPathOut, record);
+    formatStringRecord();  // the record is kept in stringToWrite
+    ui_.logLine("stringToWrite: " + stringToWrite);
+    const WriteResult written = appendToExistingFile(fullPathOut, stringToWrite);
     if (!written.ok) lastWriteError = written.message;
     return written.ok;
 }

@@ -105,11 +105,12 @@ public:
     void refreshTable();
 
     // Editor line number (1-based) of the batch line that stopped the last
-    // run, 0 when the run was not stopped by a line.
+    // run (batch or KML), 0 when the run was not stopped by a line.
     int stoppedAtSourceLine = 0;
     // Index of that line among the normalised lines (header = 0), 0 when none.
     int stoppedAtLine = 0;
-    // Records of the last full run that could not be appended, and why.
+    // Records of the last full run that could not be appended (a full run
+    // stops at the first), and why.
     int failedWrites = 0;
     std::string lastWriteError;
     // Records appended by the last full run.
@@ -118,7 +119,9 @@ public:
     // ---- KML document ----
 
     // An open panel for a batch input file, then one placemark per line into
-    // the KML file chosen on the first line.
+    // the KML file chosen on the first line. A placemark that cannot be
+    // appended ends the placemarks (failedWrites 1, lastWriteError with the
+    // input line, stoppedAtSourceLine) and the footer is left out.
     void writeKML();
     // Number of placemarks appended by the last KML run.
     int placemarksWritten = 0;

@@ -1,6 +1,7 @@
 // Fixed pieces of the KML document that writeKML produces.
 #pragma once
 
+#include <span>
 #include <string_view>
 
 namespace brinora {
@@ -10,5 +11,7 @@ namespace brinora {
 std::string_view kmlDocumentHeader();
 // Closes the folder, the document and the kml element.
 std::string_view kmlDocumentFooter();
+// The 18 pieces of one placemark, with their #PLACEHOLDER# marks, in order.
+std::span<const std::string_view> kmlPlacemarkPieces();
 
 }  // namespace brinora

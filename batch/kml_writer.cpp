@@ -27,8 +27,8 @@ constexpr std::string_view kKmlHeader =
 
 constexpr std::string_view kKmlFooter = "</Folder></Document></kml>";
 
-// The placemark pieces, in order. Placeholders of each piece are filled in
-// the whole placemark right after the piece is appended.
+// The placemark pieces, in order. Each piece's placeholders are filled as
+// the piece is appended; every placeholder of a piece is filled by that piece.
 constexpr std::string_view kPieces[18] = {
     "<Placemark><styleUrl>#Brinora-style</styleUrl><Snippet maxLines=\"2\"></Snippet><name>#SAMPLENAME# "
     "#SAMPLENUMBER#</name><address></address>",
@@ -75,12 +75,39 @@ constexpr std::string_view kPieces[18] = {
     "</Point></Placemark>",
 };
 
-void replaceAll(std::string& text, std::string_view placeholder, std::string_view value) {
+using Fill = std::vector<std::pair<std::string_view, std::string>>;
+
+// Appends `piece` to `placemark` with each of its placeholders ("#NAME#")
+// that `fill` names replaced by the value given. Only the piece's own text is
+// searched: values, the line's fields among them, are inserted as read and
+// never searched again, so a field that looks like a placeholder stays as it
+// is and a placemark grows with its line by a fixed factor at most.
+void appendFilled(std::string& placemark, std::string_view piece, const Fill& fill) {
     std::size_t at = 0;
-    while ((at = text.find(placeholder, at)) != std::string::npos) {
-        text.replace(at, placeholder.size(), value);
-        at += value.size();
+    while (at < piece.size()) {
+        const std::size_t open = piece.find('#', at);
+        if (open == std::string_view::npos) break;
+        const std::size_t close = piece.find('#', open + 1);
+        if (close == std::string_view::npos) break;
+        const std::string_view candidate = piece.substr(open, close + 1 - open);
+        const std::string* value = nullptr;
+        for (const auto& [placeholder, text] : fill) {
+            if (placeholder == candidate) {
+                value = &text;
+                break;
+            }
+        }
+        if (value == nullptr) {
+            // A literal "#" (a colour, a style reference): keep it, look on.
+            placemark.append(piece.substr(at, open + 1 - at));
+            at = open + 1;
+            continue;
+        }
+        placemark.append(piece.substr(at, open - at));
+        placemark.append(*value);
+        at = close + 1;
     }
+    placemark.append(piece.substr(at));
 }
 
 float slotValue(std::uint32_t pos) { return Engine::sharedInstance()->getFieldValueAtPos(pos); }
@@ -89,12 +116,12 @@ float slotValue(std::uint32_t pos) { return Engine::sharedInstance()->getFieldVa
 
 std::string_view kmlDocumentHeader() { return kKmlHeader; }
 std::string_view kmlDocumentFooter() { return kKmlFooter; }
+std::span<const std::string_view> kmlPlacemarkPieces() { return kPieces; }
 
 std::string BrinoraAppControllerCore::placemarkFor(const std::vector<std::string>& fields) {
     // A field that the line does not have reads as empty.
     const auto field = [&fields](std::size_t k) { return k < fields.size() ? fields[k] : std::string(); };
     const auto number = [](std::uint32_t pos) { return formatNumber(slotValue(pos)); };
-    using Fill = std::vector<std::pair<std::string_view, std::string>>;
 
     std::string sampleNumber = std::to_string(sampleID);
     ++sampleID;
@@ -156,16 +183,14 @@ std::string BrinoraAppControllerCore::placemarkFor(const std::vector<std::string
     };
 
     std::string placemark;
-    for (std::size_t piece = 0; piece < 18; ++piece) {
-        placemark += kPieces[piece];
-        for (const auto& [placeholder, value] : fills[piece]) replaceAll(placemark, placeholder, value);
-    }
+    for (std::size_t piece = 0; piece < 18; ++piece) appendFilled(placemark, kPieces[piece], fills[piece]);
     return placemark;
 }
 
 void BrinoraAppControllerCore::writeKML() {
     placemarksWritten = 0;
     failedWrites = 0;
+    stoppedAtSourceLine = 0;
     lastWriteError.clear();
 
     // 1. The input file.
@@ -217,22 +242,30 @@ void BrinoraAppControllerCore::writeKML() {
         stringToWrite = placemarkFor(fields);
         ui_.logLine("stringToWrite: " + stringToWrite);
         const WriteResult appended = appendToExistingFile(fullPathOut, stringToWrite);
-        if (appended.ok) {
-            ++placemarksWritten;
-        } else {
-            ++failedWrites;
-            lastWriteError = appended.message;
-        }
-        ui_.logLine("Done with the line!");
         alreadySaved = 1;
         board->reset();
+        if (!appended.ok) {
+            // The device is full or the document can no longer be written:
+            // the placemarks stop here, so the document holds whole
+            // placemarks only and, lacking its footer, shows that it is cut.
+            ++failedWrites;
+            stoppedAtSourceLine = lines[static_cast<std::size_t>(i)].sourceLine;
+            lastWriteError = appended.message + " (the placemark of input line " +
+                             std::to_string(stoppedAtSourceLine) + ")";
+            ui_.logLine(lastWriteError);
+            break;
+        }
+        ++placemarksWritten;
+        ui_.logLine("Done with the line!");
     }
 
     // 5. Close the document.
-    const WriteResult closed = appendToExistingFile(fullPathOut, kKmlFooter);
-    if (!closed.ok && placemarksWritten > 0) {
-        ++failedWrites;
-        lastWriteError = closed.message;
+    if (failedWrites == 0) {
+        const WriteResult closed = appendToExistingFile(fullPathOut, kKmlFooter);
+        if (!closed.ok && placemarksWritten > 0) {
+            ++failedWrites;
+            lastWriteError = closed.message;
+        }
     }
 
     // 6. Report.

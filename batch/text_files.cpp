@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
@@ -141,42 +142,35 @@ TextFileContents readUTF8TextFile(const std::string& path) {
 }
 
 std::vector<TextLine> splitBatchLines(std::string_view text) {
-    // Every "\r" becomes "\n"; then one left-to-right pass turns "\n\n" into
-    // "\n". `origin[k]` is the offset in `text` of character k of the result.
-    std::string normalised;
-    std::vector<std::size_t> origin;
-    normalised.reserve(text.size());
-    origin.reserve(text.size() + 1);
-    std::size_t i = 0;
-    while (i < text.size()) {
-        const bool end1 = text[i] == '\r' || text[i] == '\n';
-        const bool end2 = i + 1 < text.size() && (text[i + 1] == '\r' || text[i + 1] == '\n');
-        normalised.push_back(end1 ? '\n' : text[i]);
-        origin.push_back(i);
-        i += (end1 && end2) ? 2 : 1;
-    }
-    origin.push_back(text.size());
-
-    // Line number of every offset of `text`: "\r\n", "\r" and "\n" each end a line.
-    std::vector<int> lineAt(text.size() + 1, 1);
-    int line = 1;
-    for (std::size_t k = 0; k < text.size(); ++k) {
-        lineAt[k] = line;
-        if (text[k] == '\n' || (text[k] == '\r' && !(k + 1 < text.size() && text[k + 1] == '\n'))) {
-            ++line;
-        }
-    }
-    lineAt[text.size()] = line;
-
+    // One pass over `text`: a run of two line-end characters ("\r\n", "\n\n",
+    // "\r\r", "\n\r") ends one piece, a single one ends one piece, and the
+    // pair search goes on after the pair (left to right, not repeated). This
+    // is "every \r becomes \n, then every \n\n becomes \n, then split at \n"
+    // without a second copy of the text, so a file takes about twice its
+    // size while it is cut into lines.
+    const auto isLineEnd = [](char c) { return c == '\r' || c == '\n'; };
+    const std::size_t size = text.size();
     std::vector<TextLine> lines;
-    std::size_t start = 0;
-    for (std::size_t k = 0; k <= normalised.size(); ++k) {
-        if (k == normalised.size() || normalised[k] == '\n') {
-            lines.push_back(TextLine{normalised.substr(start, k - start), lineAt[origin[start]]});
-            start = k + 1;
+    // Line number, as an editor counts it, of the character at `i`: "\r\n",
+    // "\r" and "\n" each end a line.
+    int editorLine = 1;
+    int pieceLine = 1;
+    std::size_t i = 0;
+    for (;;) {
+        std::size_t end = i;
+        while (end < size && !isLineEnd(text[end])) ++end;
+        if (end == size) {
+            lines.push_back(TextLine{std::string(text.substr(i)), pieceLine});
+            return lines;
         }
+        lines.push_back(TextLine{std::string(text.substr(i, end - i)), pieceLine});
+        const std::size_t step = end + 1 < size && isLineEnd(text[end + 1]) ? 2 : 1;
+        for (std::size_t k = end; k < end + step; ++k) {
+            if (text[k] == '\n' || !(k + 1 < size && text[k + 1] == '\n')) ++editorLine;
+        }
+        i = end + step;
+        pieceLine = editorLine;
     }
-    return lines;
 }
 
 std::vector<std::string> splitFields(std::string_view line) {
@@ -242,12 +236,42 @@ WriteResult appendToExistingFile(const std::string& path, std::string_view bytes
     if (path.empty()) return failure("no output file", ENOENT);
     const int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
     if (fd < 0) return failure("cannot open \"" + path + "\"", errno);
-    struct stat before {};
-    const bool sized = ::fstat(fd, &before) == 0 && S_ISREG(before.st_mode);
+    // One write per record (per 2 GiB piece of a larger one, the most one
+    // write takes): with O_APPEND the kernel puts it at the end of the file in
+    // one step, so no record of another process appending to the file can
+    // fall inside it. A short write means the device is full or a size limit
+    // is reached; the record is not continued then.
+    constexpr std::size_t kLargestWrite = 0x7ffff000;
+    std::size_t done = 0;
     int errorNumber = 0;
-    if (!writeAll(fd, bytes, errorNumber)) {
-        // Cut a partly written record away so that the file ends with a whole one.
-        if (sized) (void)!::ftruncate(fd, before.st_size);
+    while (done < bytes.size()) {
+        const std::size_t wanted = std::min(bytes.size() - done, kLargestWrite);
+        const ssize_t n = ::write(fd, bytes.data() + done, wanted);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            errorNumber = errno;
+            break;
+        }
+        done += static_cast<std::size_t>(n);
+        if (static_cast<std::size_t>(n) < wanted) {
+            // Why it stopped: a write of the next byte fails with the reason
+            // (or, when room has just appeared, adds that byte, taken away below).
+            const ssize_t probe = ::write(fd, bytes.data() + done, 1);
+            errorNumber = probe < 0 ? errno : ENOSPC;
+            if (probe == 1) ++done;
+            break;
+        }
+    }
+    if (errorNumber != 0) {
+        // Take the part of the record that was written away again, so that
+        // the file ends with a whole record; only while it is still the end
+        // of the file (another process may have appended after it).
+        const off_t end = ::lseek(fd, 0, SEEK_CUR);
+        struct stat now {};
+        if (done > 0 && end >= static_cast<off_t>(done) && ::fstat(fd, &now) == 0 && S_ISREG(now.st_mode) &&
+            now.st_size == end) {
+            (void)!::ftruncate(fd, end - static_cast<off_t>(done));
+        }
         ::close(fd);
         return failure("cannot append to \"" + path + "\"", errorNumber);
     }

@@ -56,8 +56,10 @@ struct WriteResult {
 WriteResult writeFileAtomically(const std::string& path, std::string_view content);
 
 // Appends `bytes` to the existing file at `path` with a single write on a
-// file opened for appending (never created here). A write that fails part way
-// is cut back, so the file only ever gains whole records.
+// file opened for appending (never created here), so that records of other
+// processes appending to the same file never fall inside it. A write that
+// fails part way is cut back while it is still at the end of the file, so
+// the file only ever gains whole records.
 WriteResult appendToExistingFile(const std::string& path, std::string_view bytes);
 
 // Last component of `path`, without its extension ("a/b/c.csv" -> "c").

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "app/settings_keys.h"
+#include "batch/parallel_batch.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
 #include "log/log.h"
@@ -19,6 +20,7 @@ struct BatchArgs {
     bool append = false;
     bool force = false;
     bool verbose = false;
+    unsigned jobs = 0;  // 0: every core
 };
 
 int runBatch(const BatchArgs& args) {
@@ -33,26 +35,26 @@ int runBatch(const BatchArgs& args) {
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
 
-    // Everything that can be known before the output is touched.
-    const auto lines = readInputLines(session, args.input);
-    if (!lines) return 1;
-    if (lines->size() - 1 == 0) {
+    // Everything that can be known before the output is touched, in one pass
+    // over the input.
+    const BatchFileSurvey survey = surveyBatchFile(args.input);
+    if (!survey.ok) {
+        session.error(survey.error.localizedDescription);
+        return 1;
+    }
+    if (survey.pieces - 1 == 0) {
         session.error(where(args.input, 0) + "There are no datapoints to process.");
         return 1;
     }
-    const int names = countHeaderNames((*lines)[0].text);
+    const int names = countHeaderNames(survey.header);
     if (names != 21) {
-        session.error(where(args.input, (*lines)[0].sourceLine) +
+        session.error(where(args.input, survey.headerSourceLine) +
                       "There is an incorrect number of data columns in the input CSV. (The header names " +
                       std::to_string(names) + " columns; a batch input file has 21.)");
         return 1;
     }
-    warnOverlongLines(session, args.input, *lines, lines->size());
-    bool anySample = false;
-    for (std::size_t i = 1; i < lines->size() && !anySample; ++i) {
-        anySample = !splitFields((*lines)[i].text)[0].empty();
-    }
-    if (!anySample) {
+    warnOverlongLines(session, args.input, survey, false);
+    if (!survey.anySample) {
         session.error(where(args.input, 0) + "There are no datapoints to process. (No line has a sample id.)");
         return 1;
     }
@@ -71,7 +73,10 @@ int runBatch(const BatchArgs& args) {
         return 1;
     }
 
-    const std::string message = core.batchProcess(args.input, false);
+    FastRunOptions options;
+    options.jobs = args.jobs;
+    options.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
+    const std::string message = fastBatchProcess(core, session.ui, options, &survey);
     if (!message.empty()) {
         session.error(where(args.input, core.stoppedAtSourceLine) + message);
         std::fprintf(stderr, "%d record%s written to %s before the stop\n", core.recordsWritten,
@@ -102,7 +107,10 @@ void addBatchCommand(CLI::App& app, int& exitStatus) {
         command->add_flag("--append", args->append, "add the records to an existing output file, without a header");
     CLI::Option* force = command->add_flag("--force", args->force, "replace an existing output file");
     append->excludes(force);
-    command->add_flag("-v,--verbose", args->verbose, "print the log lines on stderr");
+    addJobsFlag(*command, args->jobs);
+    command->add_flag("-v,--verbose", args->verbose,
+                      "print every log line on stderr, the lines of each sample included (the samples are then "
+                      "computed on one thread); without it the system log gets only the run's own lines");
     command->callback([args, &exitStatus] { exitStatus = runBatch(*args); });
 }
 

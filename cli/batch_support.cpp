@@ -88,6 +88,7 @@ void TerminalUi::runAlert(const Alert& alert) {
         std::fputs("\r\033[K", stderr);
         std::fflush(stderr);
         barShown_ = false;
+        redraws_.reset();
     }
     std::string text = alert.messageText + "\n" + alert.informativeText;
     if (text.back() != '\n') text += '\n';
@@ -101,6 +102,7 @@ void TerminalUi::setProgressIndicatorHidden(bool hidden) {
         std::fputs("\r\033[K", stderr);
         std::fflush(stderr);
         barShown_ = false;
+        redraws_.reset();
     }
 }
 
@@ -111,8 +113,16 @@ void TerminalUi::setProgressIndicatorValue(double percent) {
     int filled = static_cast<int>(percent / 100.0 * kWidth + 0.5);
     if (filled < 0) filled = 0;
     if (filled > kWidth) filled = kWidth;
-    std::fprintf(stderr, "\r[%s%s] %5.1f%%", std::string(static_cast<std::size_t>(filled), '#').c_str(),
-                 std::string(static_cast<std::size_t>(kWidth - filled), ' ').c_str(), percent);
+    char number[32];
+    std::snprintf(number, sizeof number, "%5.1f", percent);
+    // What the bar shows: the filled width and the percentage in tenths.
+    long long tenths = 0;
+    for (const char* c = number; *c != '\0'; ++c) {
+        if (*c >= '0' && *c <= '9') tenths = (tenths * 10 + (*c - '0')) % 1000000000LL;
+    }
+    if (!redraws_.redraw(static_cast<long long>(filled) * 1000000000LL + tenths)) return;
+    std::fprintf(stderr, "\r[%s%s] %s%%", std::string(static_cast<std::size_t>(filled), '#').c_str(),
+                 std::string(static_cast<std::size_t>(kWidth - filled), ' ').c_str(), number);
     std::fflush(stderr);
     barShown_ = true;
 }
@@ -166,25 +176,32 @@ std::optional<std::vector<TextLine>> readInputLines(const Session& session, cons
     return splitBatchLines(contents.text);
 }
 
-std::size_t warnOverlongLines(const Session& session, const std::string& input,
-                              const std::vector<TextLine>& lines, std::size_t end) {
+std::size_t warnOverlongLines(const Session& session, const std::string& input, const BatchFileSurvey& survey,
+                              bool kml) {
     constexpr std::size_t kShown = 10;
-    std::size_t count = 0;
-    for (std::size_t i = 1; i < end && i < lines.size(); ++i) {
-        const std::size_t fields = splitFields(lines[i].text).size();
-        if (fields <= 21) continue;
-        if (++count <= kShown) {
-            session.error("warning: " + where(input, lines[i].sourceLine) + "the line has " +
-                          std::to_string(fields) +
-                          " fields; the fields after the 21st are ignored (is there a comma "
-                          "inside a name or comment?)");
-        }
+    std::size_t count = survey.overlongCount;
+    std::size_t listed = survey.overlong.size();
+    if (kml && survey.lastPieceOverlong) {
+        // The last piece is the last of them; the KML document leaves it out.
+        --count;
+        if (listed > 0 && survey.overlong[listed - 1].index + 1 == survey.pieces) --listed;
+    }
+    for (std::size_t k = 0; k < listed && k < kShown; ++k) {
+        const OverlongLine& line = survey.overlong[k];
+        session.error("warning: " + where(input, line.sourceLine) + "the line has " + std::to_string(line.fields) +
+                      " fields; the fields after the 21st are ignored (is there a comma inside a name or "
+                      "comment?)");
     }
     if (count > kShown) {
-        session.error("warning: " + std::to_string(count - kShown) +
-                      " more lines have more than 21 fields");
+        session.error("warning: " + std::to_string(count - kShown) + " more lines have more than 21 fields");
     }
     return count;
+}
+
+void addJobsFlag(CLI::App& command, unsigned& jobs) {
+    command.add_option("-j,--jobs", jobs, "threads that compute the samples (default: one per core)")
+        ->check(CLI::Range(1u, 4096u))
+        ->option_text("N");
 }
 
 bool checkOutputPath(const Session& session, const std::string& input, const std::string& output,

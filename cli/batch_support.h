@@ -11,6 +11,8 @@
 
 #include "batch/controller_core.h"
 #include "batch/plain_ui.h"
+#include "batch/redraw_throttle.h"
+#include "batch/stream_reader.h"
 #include "batch/text_files.h"
 
 namespace brinora::cli {
@@ -45,6 +47,8 @@ public:
 private:
     std::string commandName_;
     bool barShown_ = false;
+    // The bar is redrawn when what it shows changes, at most 25 times a second.
+    RedrawThrottle redraws_;
 };
 
 // Shared state of one subcommand run.
@@ -68,11 +72,16 @@ int applyOptions(Session& session, const OptionFlags& flags);
 // nothing when it cannot be read.
 std::optional<std::vector<TextLine>> readInputLines(const Session& session, const std::string& path);
 
-// Warns on stderr about each sample line in [1, end) with more than 21
-// fields: the fields after the 21st are ignored by the run. Returns how many
-// such lines there are.
-std::size_t warnOverlongLines(const Session& session, const std::string& input,
-                              const std::vector<TextLine>& lines, std::size_t end);
+// Warns on stderr about each sample line with more than 21 fields (the
+// fields after the 21st are ignored by the run): every piece after the header,
+// or with `kml` all but the last piece (which the KML document never holds).
+// Returns how many such lines there are.
+std::size_t warnOverlongLines(const Session& session, const std::string& input, const BatchFileSurvey& survey,
+                              bool kml);
+
+// Adds -j/--jobs: threads that compute the samples (0, the default, means
+// one per core).
+void addJobsFlag(CLI::App& command, unsigned& jobs);
 
 // How an existing output file is treated.
 enum class ExistingOutput {

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "batch/parallel_batch.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
 #include "log/log.h"
@@ -15,6 +16,7 @@ struct KmlArgs {
     OptionFlags options;
     bool force = false;
     bool verbose = false;
+    unsigned jobs = 0;  // 0: every core
 };
 
 int runKml(const KmlArgs& args) {
@@ -28,19 +30,21 @@ int runKml(const KmlArgs& args) {
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
 
-    const auto lines = readInputLines(session, args.input);
-    if (!lines) return 1;
+    const BatchFileSurvey survey = surveyBatchFile(args.input);
+    if (!survey.ok) {
+        session.error(survey.error.localizedDescription);
+        return 1;
+    }
     // Placemarks are made from lines 1 up to the one before the last piece.
-    const std::size_t end = lines->size() - 1;
-    if (end <= 1) {
+    if (survey.pieces - 1 <= 1) {
         std::string detail;
-        if (lines->size() == 2 && !(*lines)[1].text.empty()) {
+        if (survey.pieces == 2 && !survey.secondPieceEmpty) {
             detail = " (The last line is a sample only when the file ends with a line end.)";
         }
         session.error(where(args.input, 0) + "There are no datapoints to process." + detail);
         return 1;
     }
-    warnOverlongLines(session, args.input, *lines, end);
+    warnOverlongLines(session, args.input, survey, true);
     if (!checkOutputPath(session, args.input, args.output,
                          args.force ? ExistingOutput::Replace : ExistingOutput::Refuse)) {
         return 1;
@@ -52,7 +56,10 @@ int runKml(const KmlArgs& args) {
         return args.output;
     };
     BrinoraAppControllerCore& core = session.core;
-    core.writeKML();
+    FastRunOptions options;
+    options.jobs = args.jobs;
+    options.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
+    fastWriteKML(core, session.ui, session.defaults, options);
     if (core.failedWrites > 0 || !core.lastWriteError.empty()) {
         session.error("the KML document is incomplete: " + core.lastWriteError);
         return 1;
@@ -71,7 +78,10 @@ void addKmlCommand(CLI::App& app, int& exitStatus) {
     command->add_option("-o,--output", args->output, "KML document to write")->required();
     addOptionFlags(*command, args->options);
     command->add_flag("--force", args->force, "replace an existing KML document");
-    command->add_flag("-v,--verbose", args->verbose, "print the log lines on stderr");
+    addJobsFlag(*command, args->jobs);
+    command->add_flag("-v,--verbose", args->verbose,
+                      "print every log line on stderr, the lines of each sample included (the samples are then "
+                      "computed on one thread); without it the system log gets only the run's own lines");
     command->callback([args, &exitStatus] { exitStatus = runKml(*args); });
 }
 

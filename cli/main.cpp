@@ -1,13 +1,29 @@
 // brinora: the carbonate system of seawater from the command line.
 #include <CLI/CLI.hpp>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 
 #include "cli/batch_commands.h"
 #include "cli/calc_command.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+// What went to standard output must have reached it: a full device is an
+// error of the command, not a silent loss. Returns the exit status.
+int finishStandardOutput(int status) {
+    errno = 0;
+    const bool flushed = std::fflush(stdout) == 0;
+    if (flushed && std::ferror(stdout) == 0) return status;
+    const int error = errno;
+    std::fprintf(stderr, "brinora: cannot write to standard output: %s\n",
+                 error != 0 ? std::strerror(error) : "write error");
+    return status == 0 ? 1 : status;
+}
+
+int run(int argc, char** argv) {
     CLI::App app{"Brinora: the carbonate system of seawater"};
     app.set_version_flag("--version", "brinora 0.1.0");
     app.require_subcommand(1);
@@ -35,3 +51,7 @@ int main(int argc, char** argv) {
     }
     return exitStatus;
 }
+
+}  // namespace
+
+int main(int argc, char** argv) { return finishStandardOutput(run(argc, argv)); }

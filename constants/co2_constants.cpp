@@ -4,10 +4,14 @@
 // floats that the model fixes as float operations are written on floats.
 #include "constants/co2_constants.h"
 
+#include <array>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 
 #include "constants/acid_constants.h"
 #include "constants/pressure_corrections.h"
+#include "constants/process_values.h"
 #include "constants/seawater_terms.h"
 
 namespace brinora {
@@ -162,9 +166,13 @@ float VapourPressureFactorWeissPrice1980(float Sal, float TempK) {
 
 }  // namespace constants_internal
 
-void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
-                   float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
-                   float& VPFac) {
+namespace {
+
+// The routine itself; CO2_Constants below hands out a kept result instead
+// when the arguments are those of a recent call.
+void ComputeConstants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
+                      float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
+                      float& VPFac) {
     using namespace constants_internal;
 
     // 1. Working values.
@@ -278,6 +286,95 @@ void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float Tem
 
     // 17. Vapour-pressure factor [atm].
     VPFac = VapourPressureFactorWeissPrice1980(Sal, TempK);
+}
+
+// ---- Exact reuse ----
+//
+// A sample calls the routine two or three times, twice with the same
+// arguments when TA and TCO2 are given, and consecutive samples of a cast
+// often share their conditions. The routine is a pure function of its
+// arguments (and, for sets 10 and 11, of fCO2m and TCO2m), so each thread
+// keeps the results of its last few calls and hands them out again for
+// arguments that are equal to the bit. Not kept: sets 6 and 7, which write a
+// log line on every call, and codes outside 1..14, for which fH passes
+// through from the caller.
+
+// One call: its arguments, bit for bit, and everything it wrote.
+struct KeptConstants {
+    int pHScale = 0, whichKs = 0, whichKSO4 = 0;
+    std::uint32_t Sal = 0, TempC = 0, Pdbar = 0, fCO2m = 0, TCO2m = 0;
+    float K0 = 0.0f;
+    std::array<float, 10> K{};  // positions 1..10
+    std::array<float, 3> T{};   // positions 1..3
+    float fH = 0.0f, FugFac = 0.0f, VPFac = 0.0f;
+
+    bool matches(const KeptConstants& other) const {
+        return pHScale == other.pHScale && whichKs == other.whichKs && whichKSO4 == other.whichKSO4 &&
+               Sal == other.Sal && TempC == other.TempC && Pdbar == other.Pdbar && fCO2m == other.fCO2m &&
+               TCO2m == other.TCO2m;
+    }
+};
+
+// Calls kept per thread: a sample's input and output conditions and those of
+// the sample before it.
+constexpr std::size_t kKeptCalls = 4;
+
+struct ConstantsReuse {
+    std::array<KeptConstants, kKeptCalls> calls;
+    std::size_t filled = 0;
+    std::size_t next = 0;  // the slot the next new call replaces
+    bool on = true;
+};
+
+thread_local ConstantsReuse reuse;
+
+bool Reusable(int whichKs) { return whichKs >= 1 && whichKs <= 14 && whichKs != 6 && whichKs != 7; }
+
+}  // namespace
+
+void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
+                   float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
+                   float& VPFac) {
+    if (!reuse.on || !Reusable(whichKs)) {
+        ComputeConstants(pHScale, whichKs, whichKSO4, Sal, TempC, Pdbar, K0out, K, T, fH, FugFacOut, VPFac);
+        return;
+    }
+    KeptConstants key;
+    key.pHScale = pHScale;
+    key.whichKs = whichKs;
+    key.whichKSO4 = whichKSO4;
+    key.Sal = std::bit_cast<std::uint32_t>(Sal);
+    key.TempC = std::bit_cast<std::uint32_t>(TempC);
+    key.Pdbar = std::bit_cast<std::uint32_t>(Pdbar);
+    key.fCO2m = std::bit_cast<std::uint32_t>(fCO2m);
+    key.TCO2m = std::bit_cast<std::uint32_t>(TCO2m);
+    for (std::size_t i = 0; i < reuse.filled; ++i) {
+        const KeptConstants& kept = reuse.calls[i];
+        if (!kept.matches(key)) continue;
+        K0out = kept.K0;
+        for (int k = 0; k < 10; ++k) K[static_cast<std::size_t>(k + 1)] = kept.K[static_cast<std::size_t>(k)];
+        for (int t = 0; t < 3; ++t) T[static_cast<std::size_t>(t + 1)] = kept.T[static_cast<std::size_t>(t)];
+        fH = kept.fH;
+        FugFacOut = kept.FugFac;
+        VPFac = kept.VPFac;
+        return;
+    }
+    ComputeConstants(pHScale, whichKs, whichKSO4, Sal, TempC, Pdbar, K0out, K, T, fH, FugFacOut, VPFac);
+    key.K0 = K0out;
+    for (int k = 0; k < 10; ++k) key.K[static_cast<std::size_t>(k)] = K[static_cast<std::size_t>(k + 1)];
+    for (int t = 0; t < 3; ++t) key.T[static_cast<std::size_t>(t)] = T[static_cast<std::size_t>(t + 1)];
+    key.fH = fH;
+    key.FugFac = FugFacOut;
+    key.VPFac = VPFac;
+    reuse.calls[reuse.next] = key;
+    reuse.next = (reuse.next + 1) % kKeptCalls;
+    if (reuse.filled < kKeptCalls) ++reuse.filled;
+}
+
+void setConstantsReuse(bool on) {
+    reuse.on = on;
+    reuse.filled = 0;
+    reuse.next = 0;
 }
 
 }  // namespace brinora

@@ -26,8 +26,16 @@ constexpr int kDickson = 1, kKhoo = 2;
 // VPFac 1 minus the water-vapour pressure of seawater [atm].
 // Computes in double, stores every intermediate as float. Writes one
 // "peng %f %f %f" log line for sets 6 and 7.
+// Each thread keeps the results of its last few calls and gives them again,
+// to the bit, for the same arguments (codes and float bits; for sets 10 and 11
+// also fCO2m and TCO2m); sets 6 and 7 and codes outside 1..14 are always
+// computed.
 void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
                    float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
                    float& VPFac);
+
+// Switches the reuse of kept results on or off for the calling thread and
+// forgets what it kept (for tests and benchmarks; on by default).
+void setConstantsReuse(bool on);
 
 }  // namespace brinora

@@ -23,8 +23,12 @@ bool IsSeawaterSet(int whichKs) {
     return (whichKs >= 1 && whichKs <= 5) || (whichKs >= 9 && whichKs <= 14);
 }
 
-// exp of a stored lnKfac, stored as float.
-float FactorFromLn(float lnKfac) { return static_cast<float>(std::exp(static_cast<double>(lnKfac))); }
+// exp of a stored lnKfac, stored as float. At the surface lnKfac is 0 (of
+// either sign), and exp(+0) and exp(-0) are exactly 1: no call needed.
+float FactorFromLn(float lnKfac) {
+    if (lnKfac == 0.0f) return 1.0f;
+    return static_cast<float>(std::exp(static_cast<double>(lnKfac)));
+}
 
 // GEOSECS linear form: lnKfac = (a - b t) Pbar/RT.
 float LinearPressureFactor(double a, double b, double t, float Pbar, float RT) {

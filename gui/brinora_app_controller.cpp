@@ -146,20 +146,36 @@ void BrinoraAppController::presentError(const PresentedError& error) {
     dialogs_->presentError(this, error);
 }
 
-void BrinoraAppController::runAlert(const Alert& alert) { dialogs_->runAlert(this, alert); }
+void BrinoraAppController::runAlert(const Alert& alert) {
+    // The run is over: the bar shows where it ended before the alert comes.
+    if (progressRedrawThrottle_.pending()) {
+        progressRedrawThrottle_.flush();
+        drawProgress(pendingProgress_);
+    }
+    dialogs_->runAlert(this, alert);
+}
 
 void BrinoraAppController::setProgressIndicatorHidden(bool hidden) {
     progressIndicator_->setVisible(!hidden);
+    if (hidden) progressRedrawThrottle_.reset();
 }
 
 void BrinoraAppController::setProgressIndicatorValue(double percent) {
     const double clamped = std::isfinite(percent) ? std::clamp(percent, 0.0, 100.0) : 0.0;
-    progressIndicator_->setValue(static_cast<int>(std::lround(clamped * kProgressStepsPerPercent)));
-    // The batch runs inside the button's action: draw the bar now and let the
-    // window repaint, but take no user input until the run is over.
-    progressIndicator_->repaint();
-    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    pendingProgress_ = static_cast<int>(std::lround(clamped * kProgressStepsPerPercent));
+    // The batch runs inside the button's action: draw the bar and let the
+    // window repaint, but take no user input until the run is over. A bar
+    // redrawn for every line of a large file would cost more than the
+    // calculation: it is redrawn when it moves, a few dozen times a second.
+    if (progressRedrawThrottle_.redraw(pendingProgress_)) drawProgress(pendingProgress_);
     Q_EMIT progressChanged(percent);
+}
+
+void BrinoraAppController::drawProgress(int value) {
+    progressIndicator_->setValue(value);
+    progressIndicator_->repaint();
+    ++progressRedraws_;
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
 void BrinoraAppController::setPreviewTableHidden(bool hidden) {

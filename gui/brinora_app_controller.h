@@ -22,6 +22,7 @@
 
 #include "app/form_controller.h"
 #include "batch/controller_core.h"
+#include "batch/redraw_throttle.h"
 #include "batch/ui.h"
 #include "gui/user_dialogs.h"
 
@@ -106,6 +107,11 @@ public:
 
     // Steps of the progress bar per percent, so that long files still move it.
     static constexpr int kProgressStepsPerPercent = 10;
+    // Redraws of the progress bar per second at most, so that a long batch is
+    // bounded by its calculation, not by drawing.
+    static constexpr int kProgressRedrawsPerSecond = 30;
+    // Times the progress bar was redrawn since the window opened.
+    int progressRedraws() const { return progressRedraws_; }
 
 public Q_SLOTS:
     // ---- Actions of the form ----
@@ -166,6 +172,11 @@ private:
     PreviewWindow* previewWindow_ = nullptr;
     HelpViewer* helpViewer_ = nullptr;
     std::vector<PreviewSession*> previewSessions_;
+    // Draws the progress bar at `value` steps and lets the window repaint.
+    void drawProgress(int value);
+    RedrawThrottle progressRedrawThrottle_{kProgressRedrawsPerSecond};
+    int pendingProgress_ = 0;
+    int progressRedraws_ = 0;
 };
 
 }  // namespace brinora

@@ -2,7 +2,9 @@
 // in double precision.
 #include "solvers/co2_flux.h"
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 
 #include "engine/engine.h"
 #include "engine/slots.h"
@@ -26,8 +28,16 @@ double SolubilityCO2(double TempC, double Sal) {
 
 }  // namespace detail
 
-double CalcCO2Flux(const Board& board, double TempC, double Sal, double u, double pCO2air,
-                   double pCO2water) {
+namespace {
+
+// The flux as the formula has always been evaluated: every gas-transfer
+// velocity, then the chosen one. Kept as it was and compiled on its own for
+// the samples whose transfer factor (below) is not a number: the sign of a
+// not-a-number product of two not-a-numbers is that of the operand the
+// compiled code happens to put first, so only the code that has always run
+// gives the same bits there.
+__attribute__((noipa)) double FluxOfEveryFormula(const Board& board, double TempC, double Sal, double u,
+                                                double pCO2air, double pCO2water) {
     const double Sc = detail::SchmidtNumberCO2(TempC);
     const double K0 = detail::SolubilityCO2(TempC, Sal);  // mol/(kg atm)
 
@@ -55,6 +65,100 @@ double CalcCO2Flux(const Board& board, double TempC, double Sal, double u, doubl
         return 0.0;
     }
     return k * solubility * (pCO2waterAtm - pCO2airAtm);
+}
+
+// The gas-transfer velocity [m/d] times the solubility per volume
+// [mmol m-3 atm-1] for one temperature, salinity, wind speed and formula,
+// per thread, for the two flux calls of a sample (input and output
+// temperature, often equal) and the samples that share their conditions.
+// Kept by the bits of the arguments; it is the factor the formula multiplies
+// the pCO2 difference by, so the flux is the same to the bit.
+struct KeptTransfer {
+    std::uint64_t TempC = 0, Sal = 0, u = 0;
+    double code = 0.0;
+    double transfer = 0.0;
+    bool kept = false;
+};
+
+thread_local KeptTransfer keptTransfers[2];
+thread_local unsigned nextKeptTransfer = 0;
+
+// k * solubility of the formula `code` (0, 1 or 2), as FluxOfEveryFormula
+// forms it, with each power of the temperature computed once (the same pow
+// calls, so the same values) and only the velocity of that formula. Any
+// not-a-number on the way makes the result one, and FluxOfEveryFormula
+// takes over.
+double TransferTimesSolubility(double code, double TempC, double Sal, double u) {
+    const double T = TempC;
+    const double T3 = std::pow(T, 3);
+    const double T4 = std::pow(T, 4);
+    const double T5 = std::pow(T, 5);
+
+    // SchmidtNumberCO2(TempC).
+    const double Sc = 2073.1 - 125.62 * T + 3.6276 * std::pow(T, 2) - 0.043219 * T3;
+    const double K0 = detail::SolubilityCO2(TempC, Sal);  // mol/(kg atm)
+
+    // Gas-transfer velocity in cm/h, times 0.24 for m/d.
+    double k = 0.0;
+    if (code == flux_formula::kWanninkhof1992) {
+        k = 0.31 * std::pow(u, 2) * std::pow(660.0 / Sc, 0.5) * 0.24;
+    } else if (code == flux_formula::kNightingale2000) {
+        k = (0.333 * u + 0.222 * std::pow(u, 2)) * std::pow(Sc / 600.0, -0.5) * 0.24;
+    } else {
+        k = 0.266 * std::pow(u, 2) * std::pow(Sc / 600.0, -0.5) * 0.24;
+    }
+
+    // Density(TempC, Sal), rounded to float as it rounds it.
+    const double S = Sal;
+    const double rho = 999.842594 + 0.06793952 * T - 0.00909529 * std::pow(T, 2) + 0.0001001685 * T3 -
+                       1.120083e-06 * T4 + 6.536332e-09 * T5 +
+                       (0.824493 - 0.0040899 * T + 7.6438e-05 * std::pow(T, 2) - 8.2476e-07 * T3 +
+                        5.3875e-09 * T4) *
+                           S +
+                       (-0.00572466 + 0.00010227 * T - 1.6546e-06 * std::pow(T, 2)) * std::pow(S, 1.5) +
+                       0.00048314 * std::pow(S, 2);
+    const double density = static_cast<float>(rho);
+
+    // Solubility per volume, mmol m-3 atm-1.
+    const double solubility = K0 * 1000.0 * density;
+    return k * solubility;
+}
+
+}  // namespace
+
+double CalcCO2Flux(const Board& board, double TempC, double Sal, double u, double pCO2air,
+                   double pCO2water) {
+    // Formula code: the integer part of the board value (NaN matches no code).
+    const double code = std::trunc(static_cast<double>(board.get(slot::kAirSeaFlux)));
+    if (code != flux_formula::kWanninkhof1992 && code != flux_formula::kNightingale2000 &&
+        code != flux_formula::kHo2006) {
+        return 0.0;
+    }
+
+    const std::uint64_t TempCBits = std::bit_cast<std::uint64_t>(TempC);
+    const std::uint64_t SalBits = std::bit_cast<std::uint64_t>(Sal);
+    const std::uint64_t uBits = std::bit_cast<std::uint64_t>(u);
+    double transfer = 0.0;
+    bool found = false;
+    for (const KeptTransfer& kept : keptTransfers) {
+        if (kept.kept && kept.TempC == TempCBits && kept.Sal == SalBits && kept.u == uBits && kept.code == code) {
+            transfer = kept.transfer;
+            found = true;
+            break;
+        }
+    }
+    if (!found) {
+        transfer = TransferTimesSolubility(code, TempC, Sal, u);
+        keptTransfers[nextKeptTransfer] = KeptTransfer{TempCBits, SalBits, uBits, code, transfer, true};
+        nextKeptTransfer = 1 - nextKeptTransfer;
+    }
+    if (std::isnan(transfer)) return FluxOfEveryFormula(board, TempC, Sal, u, pCO2air, pCO2water);
+
+    // Partial pressures in atm; a number times the difference has one result
+    // whatever the order of the operands.
+    const double pCO2waterAtm = pCO2water * 1e-6;
+    const double pCO2airAtm = pCO2air * 1e-6;
+    return transfer * (pCO2waterAtm - pCO2airAtm);
 }
 
 double CalcCO2Flux(double TempC, double Sal, double u, double pCO2air, double pCO2water) {

@@ -3,13 +3,23 @@
 // to float when it is stored.
 #include "solvers/saturation.h"
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 
 #include "solvers/alkalinity_terms.h"
 #include "solvers/solubility_products.h"
 
 namespace brinora {
 namespace detail {
+
+namespace {
+
+// exp(x); at the surface x is 0 (of either sign), and exp(+0) and exp(-0)
+// are exactly 1: no call needed.
+double ExpOrOneAtZero(double x) { return x == 0.0 ? 1.0 : std::exp(x); }
+
+}  // namespace
 
 CalciumCarbonateSolubility CalciumCarbonateSolubilityProducts(short whichKs, float Sal,
                                                               float TempC, float PdBar) {
@@ -49,10 +59,10 @@ CalciumCarbonateSolubility CalciumCarbonateSolubilityProducts(short whichKs, flo
     // compressibility [mL/(mol bar)]; aragonite's volume is 2.8 mL/mol larger.
     const float deltaVKCa = -48.76 + 0.5304 * TempC;
     const float KappaKCa = (-11.76 + 0.3692 * TempC) / 1000.0;
-    KCa = KCa * std::exp((-deltaVKCa + 0.5 * KappaKCa * Pbar) * Pbar / RT);
+    KCa = KCa * ExpOrOneAtZero((-deltaVKCa + 0.5 * KappaKCa * Pbar) * Pbar / RT);
     const float deltaVKAr = deltaVKCa + 2.8;
     const float KappaKAr = KappaKCa;
-    KAr = KAr * std::exp((-deltaVKAr + 0.5 * KappaKAr * Pbar) * Pbar / RT);
+    KAr = KAr * ExpOrOneAtZero((-deltaVKAr + 0.5 * KappaKAr * Pbar) * Pbar / RT);
 
     if (whichKs == 6 || whichKs == 7) {
         // GEOSECS: calcium from Culkin (1965), calcite from Ingle (1975),
@@ -70,10 +80,44 @@ CalciumCarbonateSolubility CalciumCarbonateSolubilityProducts(short whichKs, flo
 
 }  // namespace detail
 
+namespace {
+
+// The solubility products of the latest conditions, per thread: a sample asks
+// for those of its input and its output conditions, which are often the same,
+// as are those of consecutive samples of a cast. Kept by the bits of the
+// arguments; the values are those of the same function.
+struct KeptSolubility {
+    short whichKs = 0;
+    std::uint32_t Sal = 0, TempC = 0, PdBar = 0;
+    detail::CalciumCarbonateSolubility products{};
+    bool kept = false;
+};
+
+thread_local KeptSolubility keptSolubility[2];
+thread_local unsigned nextKeptSolubility = 0;
+
+detail::CalciumCarbonateSolubility SolubilityProducts(short whichKs, float Sal, float TempC, float PdBar) {
+    const std::uint32_t SalBits = std::bit_cast<std::uint32_t>(Sal);
+    const std::uint32_t TempCBits = std::bit_cast<std::uint32_t>(TempC);
+    const std::uint32_t PdBarBits = std::bit_cast<std::uint32_t>(PdBar);
+    for (const KeptSolubility& kept : keptSolubility) {
+        if (kept.kept && kept.whichKs == whichKs && kept.Sal == SalBits && kept.TempC == TempCBits &&
+            kept.PdBar == PdBarBits) {
+            return kept.products;
+        }
+    }
+    const detail::CalciumCarbonateSolubility products =
+        detail::CalciumCarbonateSolubilityProducts(whichKs, Sal, TempC, PdBar);
+    keptSolubility[nextKeptSolubility] = KeptSolubility{whichKs, SalBits, TempCBits, PdBarBits, products, true};
+    nextKeptSolubility = 1 - nextKeptSolubility;
+    return products;
+}
+
+}  // namespace
+
 void CaSolubility(short whichKs, float Sal, float TempC, float PdBar, float TC, float pH,
                   float K1, float K2, float& OmegaCa, float& OmegaAr) {
-    const detail::CalciumCarbonateSolubility s =
-        detail::CalciumCarbonateSolubilityProducts(whichKs, Sal, TempC, PdBar);
+    const detail::CalciumCarbonateSolubility s = SolubilityProducts(whichKs, Sal, TempC, PdBar);
     const float H = detail::HydrogenIon(pH);
     const float CO3 = TC * K1 * K2 / (K1 * H + H * H + K1 * K2);
     OmegaCa = CO3 * s.Ca / s.KCa;

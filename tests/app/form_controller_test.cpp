@@ -341,6 +341,36 @@ TEST_F(FormControllerTest, NoRecordWithCheckBoxOff) {
     EXPECT_TRUE(core.stringToWrite.empty());
 }
 
+TEST_F(FormControllerTest, RecordThatCannotBeWrittenIsShown) {
+    chooseOptions();
+    typeSample();
+    core.outputFileOpened("/nonexistent/records.csv");
+    form.calculate();
+    EXPECT_EQ(onlyMessage(),
+              "The record could not be written to the output file (cannot open \"/nonexistent/records.csv\": "
+              "No such file or directory).");
+    EXPECT_EQ(shown(slot::kTAOut), "2300.000");  // the results are shown all the same
+}
+
+TEST_F(FormControllerTest, BatchRecordThatCannotBeWrittenIsShown) {
+    const auto folder = std::filesystem::temp_directory_path() /
+                        ("brinora-form-batch-" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()));
+    std::filesystem::create_directories(folder);
+    const std::string input = (folder / "in.csv").string();
+    std::ofstream(input) << "SampleID,Name,Time,Date,Latitude,Longitude,Salinity,Temperature,Pressure,Phosphate,"
+                            "Silicate,TempOut,PressureOut,TA,TCO2,pH,fCO2,pCO2,pCO2air,Windspeed,Comment\n"
+                            "1,A,,,0,0,35,20,0,0,0,,,2300,2000,,,,,,\n";
+    chooseOptions();
+    core.batchInputFilesChosen({input});
+    core.fullPathOut = (folder / "missing.csv").string();
+    tabs.selectTab(TabView::SingleBatch, 1);
+    form.calculate();
+    EXPECT_EQ(onlyMessage(), "The record could not be written to the output file (cannot open \"" +
+                                 core.fullPathOut + "\": No such file or directory).");
+    EXPECT_EQ(core.stoppedAtSourceLine, 2);
+    std::filesystem::remove_all(folder);
+}
+
 TEST_F(FormControllerTest, TabSwitchingActions) {
     form.switchToBatchProcessing();
     EXPECT_EQ(tabs.selectedTab(TabView::SingleBatch), 1);

@@ -48,6 +48,28 @@ protected:
     std::string previewRun() { return core.batchProcess(ui.text(TextField::PathField), true); }
 };
 
+TEST_F(BatchRunTest, RecordThatCannotBeWrittenStopsTheRunAtItsLine) {
+    useInput(kInputHeader + "\n" + sampleLine("1") + "\n\n\n" + sampleLine("2") + "\n" + sampleLine("3") + "\n");
+    const std::string output = useOutput();
+    // The output file disappears after the first record: the second cannot be
+    // appended (records are only appended, never created).
+    int records = 0;
+    ui.onProgress = [&](double) {
+        if (++records == 1) std::filesystem::remove(output);
+    };
+    const std::string message = fullRun();
+    EXPECT_EQ(message, "The record could not be written to the output file (cannot open \"" + output +
+                           "\": No such file or directory).");
+    EXPECT_EQ(core.recordsWritten, 1);
+    EXPECT_EQ(core.failedWrites, 1);
+    EXPECT_EQ(core.stoppedAtLine, 3);
+    EXPECT_EQ(core.stoppedAtSourceLine, 5);
+    EXPECT_EQ(computeCalls, 2);  // line 3 is not computed
+    EXPECT_TRUE(alerts.empty());
+    EXPECT_TRUE(ui.progressHidden);
+    EXPECT_TRUE(logged(message));
+}
+
 TEST_F(BatchRunTest, FullRunWritesOneRecordPerSample) {
     const std::string input = useInput(kInputHeader + "\n" + sampleLine("1") + "\n" + sampleLine("2", "34") +
                                        "\n" + sampleLine("3", "33") + "\n");

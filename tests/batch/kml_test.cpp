@@ -201,6 +201,32 @@ TEST_F(KmlTest, OneSaveCancelledAppendsToTheEarlierOutput) {
     EXPECT_FALSE(std::filesystem::exists(kmlPath));
 }
 
+TEST_F(KmlTest, PlacemarkThatCannotBeWrittenEndsTheDocumentWithoutItsFooter) {
+    input(kInputHeader + "\n" + kAlpha + "\n" + kAlpha + "\n" + kAlpha + "\n");
+    // The document becomes read-only-by-absence after the first placemark:
+    // the second one cannot be appended (placemarks are only appended).
+    const auto compute = core.computeCO2;
+    int calls = 0;
+    std::string kept;
+    core.computeCO2 = [&] {
+        if (++calls == 2) {
+            kept = readFile(kmlPath);
+            std::filesystem::remove(kmlPath);
+        }
+        compute();
+    };
+    core.writeKML();
+    EXPECT_EQ(kept, kHeader + kAlphaPlacemark);
+    EXPECT_EQ(calls, 2);  // line 3 is not computed
+    EXPECT_EQ(core.placemarksWritten, 1);
+    EXPECT_EQ(core.failedWrites, 1);
+    EXPECT_EQ(core.stoppedAtSourceLine, 3);
+    EXPECT_EQ(core.lastWriteError, "cannot open \"" + kmlPath +
+                                       "\": No such file or directory (the placemark of input line 3)");
+    EXPECT_FALSE(std::filesystem::exists(kmlPath));  // no footer appended to a new file either
+    EXPECT_EQ(core.batchWriteMode, 0);
+}
+
 TEST_F(KmlTest, CancelledOpenPanelDoesNothing) {
     ui.onOpenPanel = [](const OpenPanelRequest&) { return std::vector<std::string>{}; };
     core.writeKML();
@@ -218,12 +244,33 @@ TEST_F(KmlTest, UnreadableInputIsPresented) {
     EXPECT_FALSE(std::filesystem::exists(kmlPath));
 }
 
-TEST_F(KmlTest, PlaceholderLookalikesInTextAreFilledLikeThePieces) {
-    // A name is put in before the later pieces fill the whole placemark, so a
-    // name that looks like a placeholder of a later piece gets that value.
+TEST_F(KmlTest, PlaceholderLookalikesInTextAreKeptAsRead) {
+    // Fields are inserted as read: a name that looks like a placeholder of a
+    // later piece is not filled by that piece.
     input(kInputHeader + "\n1,#TA#,,,0,0,35,20,0,0,0,,,2300,2000,,,,,,\n");
     core.writeKML();
-    EXPECT_EQ(placemarkNames(), (std::vector<std::string>{"35.250 0"}));
+    EXPECT_EQ(placemarkNames(), (std::vector<std::string>{"#TA# 0"}));
+}
+
+TEST_F(KmlTest, NestedPlaceholderLookalikesDoNotMultiply) {
+    // Time, wind speed, longitude and latitude each full of the placeholder
+    // that a later piece fills with the next of them: filled in the whole
+    // placemark, 300 bytes of fields would become 200^4 bytes. Inserted as read,
+    // the placemark grows with the line only.
+    std::string time, wind, longitude, latitude(200, 'x');
+    for (int k = 0; k < 200; ++k) {
+        time += "#cruiseComment#";
+        wind += "#cruiseLongitude#";
+        longitude += "#cruiseLatitude#";
+    }
+    const std::string line = "1,Nest," + time + ",," + latitude + "," + longitude + ",35,20,0,0,0,,,2300,2000,,,,," +
+                             wind + ",";
+    input(kInputHeader + "\n" + line + "\n");
+    core.writeKML();
+    const std::string text = readFile(kmlPath);
+    EXPECT_LT(text.size(), kHeader.size() + kAlphaPlacemark.size() + 2 * line.size());
+    EXPECT_NE(text.find(time + " </font>"), std::string::npos);
+    EXPECT_NE(text.find("<coordinates>" + longitude + "," + latitude + ",0</coordinates>"), std::string::npos);
 }
 
 }  // namespace

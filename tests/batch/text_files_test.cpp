@@ -1,6 +1,8 @@
 #include "batch/text_files.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -169,6 +171,28 @@ TEST_F(FileTest, AppendToAFullDeviceLeavesNoPartialRecord) {
     const WriteResult result = appendToExistingFile("/dev/full", "a record\n");
     EXPECT_FALSE(result.ok);
     EXPECT_EQ(result.errorNumber, ENOSPC);
+}
+
+TEST_F(FileTest, AppendPastAFileSizeLimitLeavesNoPartialRecord) {
+    // The file may grow by 5 bytes only: the record is written in part, then
+    // taken away again, and the reason is that of the failed write.
+    const std::string path = (dir / "out.csv").string();
+    writeFile(path, "h\n");
+    rlimit saved{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+    const auto previousHandler = ::signal(SIGXFSZ, SIG_IGN);
+    rlimit limited = saved;
+    limited.rlim_cur = 7;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
+    const WriteResult result = appendToExistingFile(path, "a record of 24 bytes...\n");
+    const WriteResult small = appendToExistingFile(path, "r1\n");
+    ::setrlimit(RLIMIT_FSIZE, &saved);
+    ::signal(SIGXFSZ, previousHandler);
+    EXPECT_FALSE(result.ok);
+    EXPECT_EQ(result.errorNumber, EFBIG);
+    EXPECT_EQ(result.message, "cannot append to \"" + path + "\": File too large");
+    EXPECT_TRUE(small.ok);
+    EXPECT_EQ(readFile(path), "h\nr1\n");
 }
 
 TEST(PathPieces, StemsFoldersAndTilde) {

@@ -1,0 +1,27 @@
+// The fields of a batch line without copies: the first 21 comma-separated
+// fields as views into the line, and their numbers read with the lenient rule
+// of lenient_number.h but without allocating.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+namespace brinora {
+
+// Fields of a batch line that are used; the ones after them are ignored.
+inline constexpr std::size_t kBatchLineFields = 21;
+
+using BatchFields = std::array<std::string_view, kBatchLineFields>;
+
+// Splits `line` at "," as splitFields does and keeps the first 21 fields;
+// the missing ones are empty. Returns the number of fields of the whole line.
+std::size_t splitBatchFields(std::string_view line, BatchFields& fields);
+
+// lenientDouble(text) to the bit, without allocating for the usual texts.
+double lenientDoubleFast(std::string_view text);
+
+// lenientFloat(text) to the bit: lenientDoubleFast narrowed to float.
+float lenientFloatFast(std::string_view text);
+
+}  // namespace brinora

@@ -1,0 +1,307 @@
+#include "batch/stream_reader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <bit>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace brinora {
+namespace {
+
+constexpr std::string_view kFileErrorDomain = "BrinoraFile";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+// Fields of a batch line; the ones after it are ignored.
+constexpr std::size_t kBatchFieldCount = 21;
+
+PresentedError fileError(const std::string& path, int errorNumber, const std::string& why) {
+    return PresentedError{std::string(kFileErrorDomain), errorNumber,
+                          "The file \"" + path + "\" could not be read: " + why};
+}
+
+bool isLineEnd(char c) { return c == '\n' || c == '\r'; }
+
+constexpr std::uint64_t kOnes = 0x0101010101010101ull;
+constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7Full;
+constexpr std::uint64_t kHigh = 0x8080808080808080ull;
+
+// High bit set in each byte of `word` that is zero, and in no other byte.
+std::uint64_t zeroBytes(std::uint64_t word) { return ~(((word & kLow7) + kLow7) | word | kLow7); }
+
+// Number of high bits set in a zeroBytes mask.
+unsigned countMarked(std::uint64_t mask) { return static_cast<unsigned>(((mask >> 7) * kOnes) >> 56); }
+
+// Number of bytes `c` in [data, data + size).
+std::size_t countByte(const char* data, std::size_t size, char c) {
+    std::size_t count = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= size; i += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, data + i, 8);
+        count += countMarked(zeroBytes(word ^ (kOnes * static_cast<unsigned char>(c))));
+    }
+    for (; i < size; ++i) count += data[i] == c ? 1 : 0;
+    return count;
+}
+
+// Offset of the first "\n" or "\r" in [data, data + size), or size.
+std::size_t findLineEnd(const char* data, std::size_t size) {
+    std::size_t i = 0;
+    for (; i + 8 <= size; i += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, data + i, 8);
+        const std::uint64_t hits = zeroBytes(word ^ (kOnes * '\n')) | zeroBytes(word ^ (kOnes * '\r'));
+        if (hits != 0) return i + static_cast<std::size_t>(std::countr_zero(hits)) / 8;
+    }
+    for (; i < size; ++i) {
+        if (isLineEnd(data[i])) return i;
+    }
+    return size;
+}
+
+}  // namespace
+
+int openBatchInput(const std::string& path, PresentedError& error) {
+    if (path.empty()) {
+        error = fileError(path, ENOENT, "no file was chosen");
+        return -1;
+    }
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        const int e = errno;
+        error = fileError(path, e, std::strerror(e));
+        return -1;
+    }
+    struct stat info {};
+    if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
+        ::close(fd);
+        error = fileError(path, EISDIR, std::strerror(EISDIR));
+        return -1;
+    }
+    return fd;
+}
+
+BatchLineReader::BatchLineReader(int fd, std::size_t blockSize, bool checkUTF8)
+    : fd_(fd), blockSize_(blockSize == 0 ? 1 : blockSize), checkUTF8_(checkUTF8) {
+    capacity_ = blockSize_ * 2 < 64 ? 64 : blockSize_ * 2;
+    buffer_ = std::make_unique<char[]>(capacity_);
+}
+
+void BatchLineReader::checkNewBytes() {
+    // The rules of firstInvalidUTF8Byte, one sequence at a time; a sequence
+    // cut by the end of the bytes read so far waits for the next block.
+    const auto* bytes = reinterpret_cast<const unsigned char*>(buffer_.get());
+    std::size_t i = checked_;
+    while (i < end_) {
+        if (i + 8 <= end_) {
+            std::uint64_t word;
+            std::memcpy(&word, bytes + i, 8);
+            if ((word & kHigh) == 0) {
+                newlines_ += countMarked(zeroBytes(word ^ (kOnes * '\n')));
+                i += 8;
+                continue;
+            }
+        }
+        const unsigned char lead = bytes[i];
+        if (lead < 0x80) {
+            if (lead == '\n') ++newlines_;
+            ++i;
+            continue;
+        }
+        std::size_t length = 0;
+        unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
+        if (lead >= 0xC2 && lead <= 0xDF) {
+            length = 2;
+        } else if (lead == 0xE0) {
+            length = 3, low = 0xA0;
+        } else if (lead >= 0xE1 && lead <= 0xEC) {
+            length = 3;
+        } else if (lead == 0xED) {
+            length = 3, high = 0x9F;
+        } else if (lead >= 0xEE && lead <= 0xEF) {
+            length = 3;
+        } else if (lead == 0xF0) {
+            length = 4, low = 0x90;
+        } else if (lead >= 0xF1 && lead <= 0xF3) {
+            length = 4;
+        } else if (lead == 0xF4) {
+            length = 4, high = 0x8F;
+        }
+        bool bad = length == 0;
+        const std::size_t available = end_ - i;
+        if (!bad && available >= 2 && (bytes[i + 1] < low || bytes[i + 1] > high)) bad = true;
+        for (std::size_t k = 2; !bad && k < length && k < available; ++k) {
+            if (bytes[i + k] < 0x80 || bytes[i + k] > 0xBF) bad = true;
+        }
+        if (!bad && available < length) {
+            if (!endOfFile_) break;  // the rest of the sequence is in the next block
+            bad = true;
+        }
+        if (bad) {
+            stopped_ = true;
+            invalidOffset_ = bufferOffset_ + i;
+            invalidByte_ = lead;
+            newlinesBeforeInvalid_ = newlines_;
+            break;
+        }
+        i += length;
+    }
+    checked_ = i;
+}
+
+bool BatchLineReader::readBlock() {
+    if (endOfFile_ || stopped_) return false;
+    if (end_ + blockSize_ > capacity_) {
+        // Move the unconsumed bytes to the front; grow for a line longer than the buffer.
+        const std::size_t kept = end_ - cursor_;
+        if (kept + blockSize_ > capacity_) {
+            std::size_t grown = capacity_ * 2;
+            while (kept + blockSize_ > grown) grown *= 2;
+            auto larger = std::make_unique<char[]>(grown);
+            std::memcpy(larger.get(), buffer_.get() + cursor_, kept);
+            buffer_ = std::move(larger);
+            capacity_ = grown;
+        } else {
+            std::memmove(buffer_.get(), buffer_.get() + cursor_, kept);
+        }
+        bufferOffset_ += cursor_;
+        checked_ -= cursor_;
+        end_ = kept;
+        cursor_ = 0;
+    }
+    for (;;) {
+        const ssize_t n = ::read(fd_, buffer_.get() + end_, blockSize_);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            error_ = errno;
+            stopped_ = true;
+            return false;
+        }
+        if (n == 0) {
+            endOfFile_ = true;
+            if (checkUTF8_) checkNewBytes();  // a sequence cut by the end of the file
+            return false;
+        }
+        end_ += static_cast<std::size_t>(n);
+        if (checkUTF8_) {
+            checkNewBytes();
+            if (stopped_) return false;
+        }
+        return true;
+    }
+}
+
+bool BatchLineReader::ensure(std::size_t count) {
+    while (end_ - cursor_ < count) {
+        if (!readBlock()) return !stopped_ && end_ - cursor_ >= count;
+    }
+    return true;
+}
+
+bool BatchLineReader::next(StreamLine& line) {
+    if (finished_ || stopped_) return false;
+    if (!started_) {
+        started_ = true;
+        ensure(kByteOrderMark.size());
+        if (stopped_) return false;
+        if (std::string_view(buffer_.get() + cursor_, end_ - cursor_).starts_with(kByteOrderMark)) {
+            cursor_ += kByteOrderMark.size();
+        }
+    }
+
+    // Find the line end; offsets are kept from the cursor, which moves when
+    // the buffer is refilled.
+    std::size_t scanned = 0;
+    std::size_t lineEnd = 0;
+    for (;;) {
+        const std::size_t found = findLineEnd(buffer_.get() + cursor_ + scanned, end_ - cursor_ - scanned);
+        if (cursor_ + scanned + found < end_) {
+            lineEnd = scanned + found;
+            break;
+        }
+        scanned = end_ - cursor_;
+        if (!readBlock()) {
+            if (stopped_) return false;
+            // The last piece: whatever follows the last line end (often nothing).
+            line.text = std::string_view(buffer_.get() + cursor_, end_ - cursor_);
+            line.sourceLine = 1 + lineEndsBefore_;
+            cursor_ = end_;
+            finished_ = true;
+            return true;
+        }
+    }
+
+    // Up to two line-end characters and the one after them decide how the
+    // line ends and how an editor counts it.
+    ensure(lineEnd + 3);
+    if (stopped_) return false;
+    const char* at = buffer_.get() + cursor_ + lineEnd;
+    const std::size_t after = end_ - (cursor_ + lineEnd);  // bytes from the line end on
+    const auto countsAsLineEnd = [&](std::size_t k) {
+        // "\n" ends a line; "\r" does unless "\n" follows it.
+        return at[k] == '\n' || !(k + 1 < after && at[k + 1] == '\n');
+    };
+    std::size_t consumed = 1;
+    int ends = countsAsLineEnd(0) ? 1 : 0;
+    if (after >= 2 && isLineEnd(at[1])) {
+        consumed = 2;
+        ends += countsAsLineEnd(1) ? 1 : 0;
+    }
+    line.text = std::string_view(buffer_.get() + cursor_, lineEnd);
+    line.sourceLine = 1 + lineEndsBefore_;
+    lineEndsBefore_ += ends;
+    cursor_ += lineEnd + consumed;
+    return true;
+}
+
+BatchFileSurvey surveyBatchFile(const std::string& path, std::size_t blockSize) {
+    BatchFileSurvey survey;
+    const int fd = openBatchInput(path, survey.error);
+    if (fd < 0) return survey;
+
+    BatchLineReader reader(fd, blockSize, true);
+    StreamLine line;
+    std::size_t index = 0;
+    while (reader.next(line)) {
+        if (index == 0) {
+            survey.header.assign(line.text);
+            survey.headerSourceLine = line.sourceLine;
+        } else {
+            if (index == 1) survey.secondPieceEmpty = line.text.empty();
+            if (!line.text.empty() && line.text.front() != ',') survey.anySample = true;
+            const std::size_t fields = 1 + countByte(line.text.data(), line.text.size(), ',');
+            const bool overlong = fields > kBatchFieldCount;
+            if (overlong) {
+                if (survey.overlong.size() < BatchFileSurvey::kKeptOverlong) {
+                    survey.overlong.push_back(OverlongLine{index, line.sourceLine, fields});
+                }
+                ++survey.overlongCount;
+            }
+            survey.lastPieceOverlong = overlong;
+        }
+        ++index;
+    }
+    ::close(fd);
+
+    if (reader.errorNumber() != 0) {
+        survey.error = fileError(path, reader.errorNumber(), std::strerror(reader.errorNumber()));
+        return survey;
+    }
+    if (reader.invalidUTF8Offset() != BatchLineReader::npos) {
+        char detail[160];
+        std::snprintf(detail, sizeof detail, "it is not UTF-8 text (byte 0x%02X at offset %llu, line %llu)",
+                      static_cast<unsigned>(reader.invalidUTF8Byte()),
+                      static_cast<unsigned long long>(reader.invalidUTF8Offset()),
+                      static_cast<unsigned long long>(reader.newlinesBeforeInvalidByte() + 1));
+        survey.error = fileError(path, EILSEQ, detail);
+        return survey;
+    }
+    survey.ok = true;
+    survey.pieces = index;
+    return survey;
+}
+
+}  // namespace brinora

@@ -1,0 +1,111 @@
+// Batch input files read block by block: the lines come out exactly as
+// splitBatchLines cuts the whole text (every "\r" made "\n", then "\n\n"
+// made "\n" in one left-to-right pass, then a split at "\n"; a final line end
+// leaves an empty last piece), with the same editor line numbers, but only one
+// block and the line being cut are held in memory.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "batch/ui.h"
+
+namespace brinora {
+
+// Bytes read from the file at a time.
+inline constexpr std::size_t kDefaultReadBlock = std::size_t{1} << 20;
+
+// One piece of a batch file.
+struct StreamLine {
+    std::string_view text;  // the line without its line end; valid until the next call of next()
+    int sourceLine = 1;     // 1-based line number in the file as an editor counts it
+};
+
+// The pieces of one open file, in order. A leading UTF-8 byte-order mark is
+// skipped. With `checkUTF8`, the bytes are checked as they are read and the
+// reader stops at the first one that breaks UTF-8.
+class BatchLineReader {
+public:
+    BatchLineReader(int fd, std::size_t blockSize = kDefaultReadBlock, bool checkUTF8 = false);
+
+    // The next piece; false after the last one, after a read error and at a
+    // byte that is not UTF-8 (see errorNumber() and invalidUTF8Offset()).
+    bool next(StreamLine& line);
+
+    // errno of a failed read, 0 when none.
+    int errorNumber() const { return error_; }
+    // With checkUTF8: offset in the file of the first byte that breaks UTF-8,
+    // and the byte; npos when the file is well-formed.
+    std::uint64_t invalidUTF8Offset() const { return invalidOffset_; }
+    unsigned char invalidUTF8Byte() const { return invalidByte_; }
+    // With checkUTF8: "\n" bytes before invalidUTF8Offset().
+    std::uint64_t newlinesBeforeInvalidByte() const { return newlinesBeforeInvalid_; }
+
+    static constexpr std::uint64_t npos = ~std::uint64_t{0};
+
+private:
+    // Makes at least `count` bytes from the cursor available, unless the file
+    // ends first; false at the end of the file, a read error or bad UTF-8.
+    bool ensure(std::size_t count);
+    bool readBlock();
+    void checkNewBytes();
+
+    int fd_;
+    std::size_t blockSize_;
+    bool checkUTF8_;
+    std::unique_ptr<char[]> buffer_;
+    std::size_t capacity_ = 0;
+    std::size_t cursor_ = 0;        // first unconsumed byte
+    std::size_t end_ = 0;           // end of the bytes read
+    std::uint64_t bufferOffset_ = 0;  // file offset of buffer_[0]
+    std::size_t checked_ = 0;       // bytes of the buffer checked as UTF-8
+    bool endOfFile_ = false;
+    bool started_ = false;
+    bool finished_ = false;
+    bool stopped_ = false;          // read error or bad UTF-8
+    int error_ = 0;
+    int lineEndsBefore_ = 0;        // line ends (as an editor counts them) before the cursor
+    std::uint64_t newlines_ = 0;    // "\n" bytes among the checked bytes
+    std::uint64_t invalidOffset_ = npos;
+    unsigned char invalidByte_ = 0;
+    std::uint64_t newlinesBeforeInvalid_ = 0;
+};
+
+// A sample line with more than 21 fields.
+struct OverlongLine {
+    std::size_t index = 0;   // piece index (header = 0)
+    int sourceLine = 0;      // editor line number
+    std::size_t fields = 0;  // number of fields
+};
+
+// What the batch and kml commands check before they touch an output file,
+// gathered in one pass over the input file.
+struct BatchFileSurvey {
+    bool ok = false;
+    PresentedError error;          // when !ok: as readUTF8TextFile reports it
+    std::size_t pieces = 0;        // number of pieces, as splitBatchLines counts them
+    std::string header;            // piece 0
+    int headerSourceLine = 1;
+    // Pieces 1.. with more than 21 fields: the first kKeptOverlong of them,
+    // and how many there are in all.
+    std::vector<OverlongLine> overlong;
+    std::size_t overlongCount = 0;
+    bool lastPieceOverlong = false;  // whether the last piece is among them
+    bool anySample = false;          // a piece 1.. has a non-empty first field
+    bool secondPieceEmpty = true;    // piece 1 is empty (or missing)
+
+    static constexpr std::size_t kKeptOverlong = 11;
+};
+
+// Reads the file at `path` once, in blocks of `blockSize` bytes.
+BatchFileSurvey surveyBatchFile(const std::string& path, std::size_t blockSize = kDefaultReadBlock);
+
+// Opens `path` for reading as readUTF8TextFile does; on failure, -1 and the
+// error readUTF8TextFile would present.
+int openBatchInput(const std::string& path, PresentedError& error);
+
+}  // namespace brinora
