@@ -1,6 +1,6 @@
 #include "batch/output_record.h"
 
-#include <charconv>
+#include "batch/fixed_format.h"
 
 namespace brinora {
 
@@ -23,10 +23,8 @@ std::string_view dataFileHeaders() {
 std::string formatNumber(float value) {
     // "%.3f" in every locale: the desktop program runs under the user's
     // locale, whose decimal comma would break the comma-separated record.
-    char buffer[512];
-    const auto result =
-        std::to_chars(buffer, buffer + sizeof buffer, static_cast<double>(value), std::chars_format::fixed, 3);
-    return std::string(buffer, result.ptr);
+    char buffer[kFixed3MaxLength];
+    return std::string(buffer, writeFixed3(value, buffer));
 }
 
 std::string withoutCommas(std::string_view text) {

@@ -411,13 +411,13 @@ bool fillChunk(Chunk& chunk, BatchLineReader& reader, std::size_t& nextIndex, st
 
 // ---------------------------------------------------------------- output
 
-// Appends records to the output file, all the records of a chunk with one
-// write on the file opened for appending, as appendToExistingFile appends one
-// record (the file is opened for each chunk, so that an output file that goes
-// away stops the run as it stops the one-line-at-a-time run). When that write
-// fails, what it wrote is taken away again and the records go one by one
-// through appendToExistingFile, so that the file holds exactly the records
-// before the first one that cannot be written.
+// Appends records to the output file, each record with one write on the file
+// opened for appending (opened once per chunk, so that an output file that
+// goes away stops the run as it stops the one-line-at-a-time run). A killed
+// run therefore leaves only whole records, and records of two runs appending
+// to one file never interleave. When a write fails or is short, what it wrote
+// is taken away again while it is still the end of the file, and the run
+// stops before that record.
 class RecordWriter {
 public:
     // `path` is read at each write (a KML document is chosen on the first line).
@@ -428,56 +428,66 @@ public:
     // `count`, why the record of the next one could not be written.
     std::size_t write(const Chunk& chunk, std::size_t count, std::string& error) const {
         if (count == 0) return 0;
-        const std::size_t bytes = chunk.results[count - 1].outputEnd;
-        if (bytes == 0) return count;
-        int closeError = 0;
-        if (appendAll(chunk.output.data(), bytes, closeError)) return count;
-        if (closeError != 0) {
-            // Every record is in the file, but the last one's write was not
-            // confirmed: the run ends with it, as it ends with a record whose
-            // file cannot be closed.
-            error = "cannot append to \"" + path_ + "\": " + std::strerror(closeError);
-            std::size_t lastRecord = count - 1;
-            while (chunk.results[lastRecord].kind != LineKind::kRecord) --lastRecord;
-            return lastRecord;
+        if (chunk.results[count - 1].outputEnd == 0) return count;
+        const int fd = path_.empty() ? -1 : ::open(path_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+        if (fd < 0) {
+            // The reason comes from the appender of single records.
+            for (std::size_t k = 0; k < count; ++k) {
+                if (chunk.results[k].kind != LineKind::kRecord) continue;
+                const WriteResult result = appendToExistingFile(path_, chunk.record(k));
+                if (!result.ok) {
+                    error = result.message;
+                    return k;
+                }
+            }
+            return count;
         }
+        std::size_t lastRecord = count;
         for (std::size_t k = 0; k < count; ++k) {
             if (chunk.results[k].kind != LineKind::kRecord) continue;
-            const WriteResult result = appendToExistingFile(path_, chunk.record(k));
-            if (!result.ok) {
-                error = result.message;
+            const std::string_view record = chunk.record(k);
+            ssize_t n = 0;
+            do {
+                n = ::write(fd, record.data(), record.size());
+            } while (n < 0 && errno == EINTR);
+            if (n != static_cast<ssize_t>(record.size())) {
+                std::size_t done = n > 0 ? static_cast<std::size_t>(n) : 0;
+                int writeErrno = n < 0 ? errno : 0;
+                if (n >= 0) {
+                    // Why it stopped: a write of the next byte fails with the
+                    // reason (or, when room has just appeared, adds that byte,
+                    // taken away below).
+                    const ssize_t probe = ::write(fd, record.data() + done, 1);
+                    writeErrno = probe < 0 ? errno : ENOSPC;
+                    if (probe == 1) ++done;
+                }
+                takeBack(fd, done);
+                ::close(fd);
+                error = "cannot append to \"" + path_ + "\": " + std::strerror(writeErrno);
                 return k;
             }
+            lastRecord = k;
+        }
+        if (::close(fd) != 0 && lastRecord < count) {
+            // Every record is in the file, but the last one's write was not
+            // confirmed: the run ends with it.
+            error = "cannot append to \"" + path_ + "\": " + std::strerror(errno);
+            return lastRecord;
         }
         return count;
     }
 
 private:
-    bool appendAll(const char* data, std::size_t size, int& closeError) const {
-        if (path_.empty()) return false;
-        const int fd = ::open(path_.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-        if (fd < 0) return false;
-        std::size_t done = 0;
-        while (done < size) {
-            const ssize_t n = ::write(fd, data + done, size - done);
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) break;
-            done += static_cast<std::size_t>(n);
+    // Removes the last `written` bytes of a short write while they are still
+    // the end of the file.
+    static void takeBack(int fd, std::size_t written) {
+        if (written == 0) return;
+        const off_t end = ::lseek(fd, 0, SEEK_CUR);
+        struct stat now {};
+        if (end >= static_cast<off_t>(written) && ::fstat(fd, &now) == 0 && S_ISREG(now.st_mode) &&
+            now.st_size == end) {
+            (void)!::ftruncate(fd, end - static_cast<off_t>(written));
         }
-        if (done != size) {
-            // Take what was written away again while it is still the end of the file.
-            const off_t end = ::lseek(fd, 0, SEEK_CUR);
-            struct stat now {};
-            if (done > 0 && end >= static_cast<off_t>(done) && ::fstat(fd, &now) == 0 && S_ISREG(now.st_mode) &&
-                now.st_size == end) {
-                (void)!::ftruncate(fd, end - static_cast<off_t>(done));
-            }
-        }
-        if (::close(fd) != 0 && done == size) {
-            closeError = errno;
-            return false;
-        }
-        return done == size;
     }
 
     const std::string& path_;
@@ -624,34 +634,36 @@ std::string fastBatchProcess(BrinoraAppControllerCore& core, AppUi& ui, const Fa
         const bool stopsHere = processed > 0 && chunk.results.back().kind == LineKind::kStop;
         std::string writeError;
         const std::size_t written = writer.write(chunk, stopsHere ? processed - 1 : processed, writeError);
+        std::size_t lastComputed = processed;  // the chunk's last line with a record, if any
         for (std::size_t k = 0; k < processed; ++k) {
             const LineResult& result = chunk.results[k];
             const std::size_t index = chunk.firstIndex + k;
             core.progressValue = progressOf(index, pieces);
             if (result.kind == LineKind::kSkipped) continue;
+            if (result.kind == LineKind::kRecord) lastComputed = k;
             if (result.kind == LineKind::kRecord && k < written) {
                 ++core.recordsWritten;
                 ui.setProgressIndicatorValue(core.progressValue);
                 if (everyLine) ui.logLine("Done with the line!");
-                lastRecord.assign(chunk.record(k));
-                lastLine.assign(chunk.line(k));
                 continue;
             }
             core.stoppedAtLine = static_cast<int>(index);
             core.stoppedAtSourceLine = chunk.sourceLines[k];
             if (result.kind == LineKind::kRecord) {
                 // The record could not be written: the run ends with it.
-                lastRecord.assign(chunk.record(k));
-                lastLine.assign(chunk.line(k));
                 ++core.failedWrites;
                 core.lastWriteError = writeError;
                 stopMessageText = "The record could not be written to the output file (" + writeError + ").";
             } else {
                 stopMessageText = std::string(stopMessage(result.stop));
             }
-            return false;
+            break;
         }
-        return true;
+        if (lastComputed < processed) {
+            lastRecord.assign(chunk.record(lastComputed));
+            lastLine.assign(chunk.line(lastComputed));
+        }
+        return stopMessageText.empty();
     };
     runChunks(reader, processor, computingThreads(options, optionsOnBoard.constantsItem),
               everyLine ? 1 : std::max<std::size_t>(1, options.linesPerChunk), 1, last, deliver);

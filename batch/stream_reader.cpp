@@ -9,6 +9,10 @@
 #include <cstdio>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace brinora {
 namespace {
 
@@ -34,10 +38,29 @@ std::uint64_t zeroBytes(std::uint64_t word) { return ~(((word & kLow7) + kLow7) 
 // Number of high bits set in a zeroBytes mask.
 unsigned countMarked(std::uint64_t mask) { return static_cast<unsigned>(((mask >> 7) * kOnes) >> 56); }
 
+#if defined(__SSE2__)
+// Number of set bits of a 16-bit mask.
+unsigned countBits16(unsigned mask) {
+    mask = mask - ((mask >> 1) & 0x5555u);
+    mask = (mask & 0x3333u) + ((mask >> 2) & 0x3333u);
+    mask = (mask + (mask >> 4)) & 0x0F0Fu;
+    return (mask + (mask >> 8)) & 0x1Fu;
+}
+
+// Mask of the bytes of the 16 at `data` that equal `c`.
+unsigned matches16(const char* data, char c) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data));
+    return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(c))));
+}
+#endif
+
 // Number of bytes `c` in [data, data + size).
 std::size_t countByte(const char* data, std::size_t size, char c) {
     std::size_t count = 0;
     std::size_t i = 0;
+#if defined(__SSE2__)
+    for (; i + 16 <= size; i += 16) count += countBits16(matches16(data + i, c));
+#endif
     for (; i + 8 <= size; i += 8) {
         std::uint64_t word;
         std::memcpy(&word, data + i, 8);
@@ -50,6 +73,12 @@ std::size_t countByte(const char* data, std::size_t size, char c) {
 // Offset of the first "\n" or "\r" in [data, data + size), or size.
 std::size_t findLineEnd(const char* data, std::size_t size) {
     std::size_t i = 0;
+#if defined(__SSE2__)
+    for (; i + 16 <= size; i += 16) {
+        const unsigned hits = matches16(data + i, '\n') | matches16(data + i, '\r');
+        if (hits != 0) return i + static_cast<std::size_t>(std::countr_zero(hits));
+    }
+#endif
     for (; i + 8 <= size; i += 8) {
         std::uint64_t word;
         std::memcpy(&word, data + i, 8);
@@ -96,6 +125,16 @@ void BatchLineReader::checkNewBytes() {
     const auto* bytes = reinterpret_cast<const unsigned char*>(buffer_.get());
     std::size_t i = checked_;
     while (i < end_) {
+#if defined(__SSE2__)
+        if (i + 16 <= end_) {
+            const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + i));
+            if (_mm_movemask_epi8(block) == 0) {
+                newlines_ += countBits16(matches16(buffer_.get() + i, '\n'));
+                i += 16;
+                continue;
+            }
+        }
+#endif
         if (i + 8 <= end_) {
             std::uint64_t word;
             std::memcpy(&word, bytes + i, 8);
