@@ -7,12 +7,6 @@
 #include "batch/lenient_number.h"
 
 namespace brinora {
-namespace {
-
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\v' || c == '\f'; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-}  // namespace
 
 std::size_t splitBatchFields(std::string_view line, BatchFields& fields) {
     std::size_t count = 0;
@@ -31,36 +25,12 @@ std::size_t splitBatchFields(std::string_view line, BatchFields& fields) {
 }
 
 double lenientDoubleFast(std::string_view text) {
-    // The same scan as lenientDouble: blanks, a sign, digits with at most one
-    // point, and an exponent only when a digit follows it.
-    std::size_t i = 0;
-    while (i < text.size() && isBlank(text[i])) ++i;
-    const std::size_t start = i;
-    if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
-    std::size_t digits = 0;
-    while (i < text.size() && isDigit(text[i])) {
-        ++i;
-        ++digits;
-    }
-    if (i < text.size() && text[i] == '.') {
-        ++i;
-        while (i < text.size() && isDigit(text[i])) {
-            ++i;
-            ++digits;
-        }
-    }
-    if (digits == 0) return 0.0;
-    if (i < text.size() && (text[i] == 'e' || text[i] == 'E')) {
-        std::size_t j = i + 1;
-        if (j < text.size() && (text[j] == '+' || text[j] == '-')) ++j;
-        if (j < text.size() && isDigit(text[j])) {
-            while (j < text.size() && isDigit(text[j])) ++j;
-            i = j;
-        }
-    }
+    const NumberSpan span = leadingNumber(text);
+    if (span.start == span.end) return 0.0;
+    const std::size_t i = span.end;
     // from_chars rounds correctly, as strtod does, but takes no "+" sign;
     // the sign of a correctly rounded value is applied exactly afterwards.
-    std::size_t first = start;
+    std::size_t first = span.start;
     bool negative = false;
     if (text[first] == '+' || text[first] == '-') {
         negative = text[first] == '-';

@@ -31,7 +31,7 @@ std::size_t skipBlanks(std::string_view text) {
 
 }  // namespace
 
-double lenientDouble(std::string_view text) {
+NumberSpan leadingNumber(std::string_view text) {
     std::size_t i = skipBlanks(text);
     const std::size_t start = i;
     if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
@@ -47,7 +47,7 @@ double lenientDouble(std::string_view text) {
             ++digits;
         }
     }
-    if (digits == 0) return 0.0;
+    if (digits == 0) return {start, start};
     // The exponent belongs to the number only when at least one digit follows.
     if (i < text.size() && (text[i] == 'e' || text[i] == 'E')) {
         std::size_t j = i + 1;
@@ -57,7 +57,13 @@ double lenientDouble(std::string_view text) {
             i = j;
         }
     }
-    const std::string number(text.substr(start, i - start));
+    return {start, i};
+}
+
+double lenientDouble(std::string_view text) {
+    const NumberSpan span = leadingNumber(text);
+    if (span.start == span.end) return 0.0;
+    const std::string number(text.substr(span.start, span.end - span.start));
     return strtod_l(number.c_str(), nullptr, cLocale());
 }
 

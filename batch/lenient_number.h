@@ -4,9 +4,20 @@
 // with no leading number, and the empty text, read as 0.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 namespace brinora {
+
+// The leading number of `text` as the lenient reader takes it: white space
+// skipped, an optional sign, digits with at most one point, and an exponent
+// only when a digit follows it. Returns [start, end) in `text`; start == end
+// when there is no number (no digit).
+struct NumberSpan {
+    std::size_t start = 0;
+    std::size_t end = 0;
+};
+NumberSpan leadingNumber(std::string_view text);
 
 // The leading decimal number of `text` in double precision (0 when none).
 // Values beyond the double range read as infinity of their sign.
