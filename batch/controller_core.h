@@ -18,6 +18,9 @@
 
 namespace brinora {
 
+// What a batch run returns when the user stopped it (AppUi::cancelRequested).
+inline constexpr std::string_view kBatchCancelledMessage = "The batch run was cancelled.";
+
 class BrinoraAppControllerCore {
 public:
     BrinoraAppControllerCore(AppUi& ui, SettingsStore& defaults);

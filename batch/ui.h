@@ -144,6 +144,13 @@ public:
     virtual void setProgressIndicatorHidden(bool hidden) = 0;
     // Sets the progress indicator to `percent` (0..100) and redraws it at once.
     virtual void setProgressIndicatorValue(double percent) = 0;
+    // Switches the progress indicator to an indeterminate display (true) while
+    // the size of the input is unknown, as when it comes from a pipe.
+    virtual void setProgressIndicatorIndeterminate(bool indeterminate);
+    // Whether the user asked the running batch to stop. A run checks it
+    // between blocks of lines and ends as a stopping line would: the records
+    // before the stop are in the output, nothing after it.
+    virtual bool cancelRequested() const;
 
     // Shows (false) or hides (true) the preview table's view on the batch tab.
     virtual void setPreviewTableHidden(bool hidden) = 0;
