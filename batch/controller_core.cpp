@@ -1,6 +1,8 @@
 // Output record, output file and option operations of the controller core.
 #include "batch/controller_core.h"
 
+#include "batch/fast_records.h"
+
 #include "app/option_titles.h"
 #include "app/settings_keys.h"
 #include "batch/calendar_format.h"
@@ -39,13 +41,20 @@ std::string withoutCarriageReturns(std::string_view text) {
 
 BrinoraAppControllerCore::BrinoraAppControllerCore(AppUi& ui, SettingsStore& defaults)
     : previewTableController(ui, defaults),
-      computeCO2([] { BrinoraMain::ComputeCO2(); }),
       ui_(ui),
       defaults_(defaults) {}
 
 void BrinoraAppControllerCore::awakeFromNib() {
     cruiseDateAtStartup = ui_.dateValue(DatePicker::CruiseDate);
     cruiseTimeAtStartup = ui_.dateValue(DatePicker::CruiseTime);
+}
+
+void BrinoraAppControllerCore::logLine(std::string_view line) {
+    if (logOverride) {
+        logOverride(line);
+    } else {
+        ui_.logLine(line);
+    }
 }
 
 void BrinoraAppControllerCore::presentAppError(const std::string& message) {
@@ -62,7 +71,7 @@ void BrinoraAppControllerCore::checkCruiseInformation() {
 FormattedRecord BrinoraAppControllerCore::formatOutputAs(std::string_view format) {
     if (format == "String") return formatStringRecord();
     if (format == "Dict") return formatDictRecord();
-    ui_.logLine("Unknown format to return");
+    logLine("Unknown format to return");
     return std::monostate{};
 }
 
@@ -71,7 +80,7 @@ std::string BrinoraAppControllerCore::formatStringRecord() {
 
     // Columns 1..6: the cruise prefix.
     if (batchWriteMode == 0) {
-        ui_.logLine("BatchWriteMode = NO");
+        logLine("BatchWriteMode = NO");
         record += std::to_string(sampleID) + ",";
         ++sampleID;
         checkCruiseInformation();
@@ -94,37 +103,11 @@ std::string BrinoraAppControllerCore::formatStringRecord() {
             record += entry(cruiseInformationDictionary, key) + ",";
         }
     } else {
-        ui_.logLine("Unknown batchWriteMode");
+        logLine("Unknown batchWriteMode");
     }
 
-    // Columns 7..45.
-    record += formatNumber(slotValue(slot::kSalinity));
-    const auto add = [&record](float value) {
-        record += ',';
-        record += formatNumber(value);
-    };
-    for (const std::uint32_t pos : {slot::kTemperature, slot::kPressure, slot::kPhosphate, slot::kSilicate,
-                                    slot::kTAOut, slot::kTCO2Out, slot::kpHIn, slot::kfCO2In,
-                                    slot::kpCO2In, slot::kHCO3In, slot::kCO3In, slot::kCO2In,
-                                    slot::kBAlkIn, slot::kOHIn, slot::kPAlkIn, slot::kSiAlkIn,
-                                    slot::kRevelleIn, slot::kOmegaCaIn, slot::kOmegaArIn, slot::kxCO2In}) {
-        add(slotValue(pos));
-    }
-    const float temperatureOut = slotValue(slot::kTemperatureOut);
-    const float pressureOut = slotValue(slot::kPressureOut);
-    add(isExactlyZero(temperatureOut) ? slotValue(slot::kTemperature) : temperatureOut);
-    add(isExactlyZero(pressureOut) ? slotValue(slot::kPressure) : pressureOut);
-    for (std::uint32_t pos = slot::kpHOut; pos <= slot::kxCO2Out; ++pos) add(slotValue(pos));
-    add(slotValue(slot::kpCO2Air));
-    add(slotValue(slot::kWindSpeed));
-
-    // Columns 46, 47: the flux only holds at the surface.
-    if (isExactlyZero(slotValue(slot::kPressure))) {
-        add(slotValue(slot::kCO2FluxIn));
-        add(slotValue(slot::kCO2FluxOut));
-    } else {
-        record += ",,";
-    }
+    // Columns 7..47.
+    appendRecordNumbers(record, Engine::sharedInstance()->board());
 
     // Columns 48..53.
     record += "," + withoutCommas(ui_.selectedTitle(Menu::CO2Constants));
@@ -201,7 +184,7 @@ DictRecord BrinoraAppControllerCore::formatDictRecord() {
 
 bool BrinoraAppControllerCore::saveString() {
     formatStringRecord();  // the record is kept in stringToWrite
-    ui_.logLine("stringToWrite: " + stringToWrite);
+    logLine("stringToWrite: " + stringToWrite);
     const WriteResult written = appendToExistingFile(fullPathOut, stringToWrite);
     if (!written.ok) lastWriteError = written.message;
     return written.ok;
@@ -212,7 +195,7 @@ bool BrinoraAppControllerCore::saveString() {
 bool BrinoraAppControllerCore::writeHeaderFile(const std::string& path) {
     const WriteResult written = writeFileAtomically(path, dataFileHeaders());
     if (!written.ok) {
-        ui_.logLine("Error in saving file to disk");
+        logLine("Error in saving file to disk");
         lastWriteError = written.message;
     }
     return written.ok;
@@ -264,12 +247,12 @@ bool BrinoraAppControllerCore::batchOutputFileCreated(const std::string& path) {
 // ---------------------------------------------------------------- options
 
 void BrinoraAppControllerCore::updateConstants() {
-    ui_.logLine("updating constants...");
+    logLine("updating constants...");
     const int constants = ui_.selectedIndex(Menu::CO2Constants);
     const int khso4 = ui_.selectedIndex(Menu::KHSO4);
     const int scale = ui_.selectedIndex(Menu::pHScale);
     const int flux = ui_.selectedIndex(Menu::AirSeaFlux);
-    ui_.logLine("CO2Constants: " + std::to_string(constants) + "\nKHSO4: " + std::to_string(khso4) +
+    logLine("CO2Constants: " + std::to_string(constants) + "\nKHSO4: " + std::to_string(khso4) +
                 "\npHScale: " + std::to_string(scale) + "\nAirSeaFlux: " + std::to_string(flux));
     Engine* board = Engine::sharedInstance();
     board->setFieldValueAtPos(slot::kConstantsSet, static_cast<float>(constants - 1));
@@ -281,7 +264,7 @@ void BrinoraAppControllerCore::updateConstants() {
         const double knots = board->getFieldValueAtPos(slot::kWindSpeed);
         board->setFieldValueAtPos(slot::kWindSpeed, static_cast<float>(knots * 0.5144));
     }
-    ui_.logLine("Constants updated!");
+    logLine("Constants updated!");
 }
 
 bool BrinoraAppControllerCore::checkForConstants() {
@@ -291,7 +274,7 @@ bool BrinoraAppControllerCore::checkForConstants() {
             "To perform the calculation, Brinora needs constants, scales, and units supplied by the "
             "user. Click \"Select...\" to provide these parameters.";
         presentAppError(message);
-        ui_.logLine(message);
+        logLine(message);
         return false;
     }
     const bool noAirPCO2 = ui_.text(TextField::PCO2Air).empty();
@@ -299,14 +282,14 @@ bool BrinoraAppControllerCore::checkForConstants() {
     if (noAirPCO2 && !noWind) {
         const std::string message = "pCO2air is required to calculate Air-Sea flux";
         presentAppError(message);
-        ui_.logLine(message);
+        logLine(message);
         return false;
     }
     if (noAirPCO2) return true;
     if (noWind) {
         const std::string message = "Windspeed is required to calculate Air-Sea flux";
         presentAppError(message);
-        ui_.logLine(message);
+        logLine(message);
         return false;
     }
     return true;
@@ -318,7 +301,7 @@ void BrinoraAppControllerCore::CO2selected() {
 }
 
 void BrinoraAppControllerCore::CO2FluxRequired() {
-    ui_.logLine("CO2FluxRequired function called");
+    logLine("CO2FluxRequired function called");
     const bool bothEmpty = ui_.text(TextField::PCO2Air).empty() && ui_.text(TextField::Windspeed).empty();
     const std::string_view placeholder = bothEmpty ? "optional" : "required";
     ui_.setPlaceholder(TextField::PCO2Air, placeholder);

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "batch/batch_engine.h"
 #include "batch/output_record.h"
 #include "batch/preview_table.h"
 #include "batch/ui.h"
@@ -142,19 +143,29 @@ public:
     // Marks the flux inputs "optional" or "required".
     void CO2FluxRequired();
 
-    // The calculation run for each sample; BrinoraMain::ComputeCO2 unless replaced.
+    // The calculation run for each sample on the process-wide board; empty
+    // for BrinoraMain::ComputeCO2. A batch run with a replaced calculation
+    // computes its lines one at a time on the process-wide board.
     std::function<void()> computeCO2;
+
+    // How batchProcess and writeKML run: threads, log lines, where the bytes
+    // go (by default appended to fullPathOut, every log line written).
+    BatchRunOptions runOptions;
+
+    // While set, the controller's own log lines go here instead of to the
+    // system log (a batch run holds them until the input's length is known).
+    std::function<void(std::string_view)> logOverride;
+
+    // The user-defaults store the controller was made with.
+    SettingsStore& defaultsStore() { return defaults_; }
 
 private:
     // Presents `message` as an error of domain "BrinoraApp", code 0.
     void presentAppError(const std::string& message);
-    // Ends a batch run with `message`: logged, progress indicator hidden.
-    std::string stopRun(const std::string& message);
     std::string formatStringRecord();
     DictRecord formatDictRecord();
-    std::string placemarkFor(const std::vector<std::string>& fields);
-    // Stores fields 6..19 of a batch line into slots 11..24.
-    void storeSampleValues(const std::vector<std::string>& fields);
+    // Writes one plain line to the log (or to logOverride while it is set).
+    void logLine(std::string_view line);
 
     AppUi& ui_;
     SettingsStore& defaults_;

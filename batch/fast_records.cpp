@@ -93,6 +93,25 @@ const PlaceholderSource* findPlaceholder(std::string_view candidate) {
 
 }  // namespace
 
+void appendXmlEscaped(std::string& out, std::string_view text) {
+    std::size_t from = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        std::string_view entity;
+        switch (text[i]) {
+            case '&': entity = "&amp;"; break;
+            case '<': entity = "&lt;"; break;
+            case '>': entity = "&gt;"; break;
+            case '"': entity = "&quot;"; break;
+            case '\'': entity = "&apos;"; break;
+            default: continue;
+        }
+        out.append(text.substr(from, i - from));
+        out.append(entity);
+        from = i + 1;
+    }
+    out.append(text.substr(from));
+}
+
 std::string batchRecordOptionColumns(const AppUi& ui) {
     std::string columns;
     for (const Menu menu : {Menu::CO2Constants, Menu::KHSO4, Menu::pHScale, Menu::AirSeaFlux}) {
@@ -104,13 +123,7 @@ std::string batchRecordOptionColumns(const AppUi& ui) {
     return columns;
 }
 
-void appendBatchRecord(std::string& out, const BatchFields& fields, const Board& board,
-                       std::string_view optionColumns) {
-    // Columns 1..6: the line's cruise information as read.
-    for (std::size_t k = 0; k < 6; ++k) {
-        out.append(fields[k]);
-        out.push_back(',');
-    }
+void appendRecordNumbers(std::string& out, const Board& board) {
     // Columns 7..47, written into one buffer: at most 41 numbers and their commas.
     char numbers[41 * (kFixed3MaxLength + 1)];
     char* at = writeFixed3(board.get(slot::kSalinity), numbers);
@@ -137,6 +150,16 @@ void appendBatchRecord(std::string& out, const BatchFields& fields, const Board&
         *at++ = ',';
     }
     out.append(numbers, at);
+}
+
+void appendBatchRecord(std::string& out, const BatchFields& fields, const Board& board,
+                       std::string_view optionColumns) {
+    // Columns 1..6: the line's cruise information as read.
+    for (std::size_t k = 0; k < 6; ++k) {
+        out.append(fields[k]);
+        out.push_back(',');
+    }
+    appendRecordNumbers(out, board);
     // Columns 48..53.
     out.append(optionColumns);
     const std::string_view comment = fields[kCommentField];
@@ -199,7 +222,7 @@ void PlacemarkTemplate::append(std::string& out, const BatchFields& fields, cons
                 out.append(text_, part.index, part.length);
                 break;
             case Source::kField:
-                out.append(fields[part.index]);
+                appendXmlEscaped(out, fields[part.index]);
                 break;
             case Source::kSlot:
                 appendFixed3(out, board.get(part.index));

@@ -18,6 +18,14 @@ namespace brinora {
 // four option titles without their commas, then "m/s" (",A,B,C,D,m/s,").
 std::string batchRecordOptionColumns(const AppUi& ui);
 
+// Columns 7 to 47 of a record from `board`: salinity, then every number with
+// its leading comma, "%.3f" each; the flux columns empty below the surface.
+void appendRecordNumbers(std::string& out, const Board& board);
+
+// `text` with the five characters that XML reserves ("&", "<", ">", the two
+// quotes) written as entities: the line's fields as a KML placemark holds them.
+void appendXmlEscaped(std::string& out, std::string_view text);
+
 // The "String" record of a batch line (batchWriteMode 1) after its
 // calculation on `board`: fields 0..5 as read, columns 7 to 47 from the
 // board, `optionColumns`, field 20 without carriage returns, and "\n".
@@ -31,7 +39,8 @@ public:
     PlacemarkTemplate();
 
     // Appends the placemark of a line with `fields` (missing fields read as
-    // empty), computed on `board`, numbered `sampleNumber`.
+    // empty; the text of each inserted with appendXmlEscaped), computed on
+    // `board`, numbered `sampleNumber`.
     void append(std::string& out, const BatchFields& fields, const Board& board,
                 std::uint32_t sampleNumber) const;
 

@@ -1,5 +1,7 @@
 #include "batch/preview_table.h"
 
+#include <algorithm>
+
 #include "app/settings_keys.h"
 #include "batch/lenient_number.h"
 
@@ -25,7 +27,10 @@ int PreviewTableModel::numberOfRowsInTableView() {
     updateControls();
     ui_.setText(TextField::PreviewTableLength, std::to_string(previewTableLengthInt));
     const int length = lenientInteger(ui_.text(TextField::PreviewTableLength));
-    return length == 0 ? 5 : length;
+    // A stored length below 0 shows no row; one beyond kMaxPreviewRows shows
+    // that many (a table of millions of empty rows helps no one).
+    if (length == 0) return 5;
+    return std::clamp(length, 0, kMaxPreviewRows);
 }
 
 std::string PreviewTableModel::objectValue(std::string_view columnIdentifier, int row) const {

@@ -13,6 +13,9 @@
 
 namespace brinora {
 
+// Most rows the preview table shows, whatever length is stored.
+inline constexpr int kMaxPreviewRows = 100000;
+
 class PreviewTableModel {
 public:
     PreviewTableModel(AppUi& ui, SettingsStore& defaults);

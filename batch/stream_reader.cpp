@@ -18,8 +18,6 @@ namespace {
 
 constexpr std::string_view kFileErrorDomain = "BrinoraFile";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-// Fields of a batch line; the ones after it are ignored.
-constexpr std::size_t kBatchFieldCount = 21;
 
 PresentedError fileError(const std::string& path, int errorNumber, const std::string& why) {
     return PresentedError{std::string(kFileErrorDomain), errorNumber,
@@ -53,22 +51,6 @@ unsigned matches16(const char* data, char c) {
     return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(c))));
 }
 #endif
-
-// Number of bytes `c` in [data, data + size).
-std::size_t countByte(const char* data, std::size_t size, char c) {
-    std::size_t count = 0;
-    std::size_t i = 0;
-#if defined(__SSE2__)
-    for (; i + 16 <= size; i += 16) count += countBits16(matches16(data + i, c));
-#endif
-    for (; i + 8 <= size; i += 8) {
-        std::uint64_t word;
-        std::memcpy(&word, data + i, 8);
-        count += countMarked(zeroBytes(word ^ (kOnes * static_cast<unsigned char>(c))));
-    }
-    for (; i < size; ++i) count += data[i] == c ? 1 : 0;
-    return count;
-}
 
 // Offset of the first "\n" or "\r" in [data, data + size), or size.
 std::size_t findLineEnd(const char* data, std::size_t size) {
@@ -296,51 +278,14 @@ bool BatchLineReader::next(StreamLine& line) {
     return true;
 }
 
-BatchFileSurvey surveyBatchFile(const std::string& path, std::size_t blockSize) {
-    BatchFileSurvey survey;
-    const int fd = openBatchInput(path, survey.error);
-    if (fd < 0) return survey;
-
-    BatchLineReader reader(fd, blockSize, true);
-    StreamLine line;
-    std::size_t index = 0;
-    while (reader.next(line)) {
-        if (index == 0) {
-            survey.header.assign(line.text);
-            survey.headerSourceLine = line.sourceLine;
-        } else {
-            if (index == 1) survey.secondPieceEmpty = line.text.empty();
-            if (!line.text.empty() && line.text.front() != ',') survey.anySample = true;
-            const std::size_t fields = 1 + countByte(line.text.data(), line.text.size(), ',');
-            const bool overlong = fields > kBatchFieldCount;
-            if (overlong) {
-                if (survey.overlong.size() < BatchFileSurvey::kKeptOverlong) {
-                    survey.overlong.push_back(OverlongLine{index, line.sourceLine, fields});
-                }
-                ++survey.overlongCount;
-            }
-            survey.lastPieceOverlong = overlong;
-        }
-        ++index;
-    }
-    ::close(fd);
-
-    if (reader.errorNumber() != 0) {
-        survey.error = fileError(path, reader.errorNumber(), std::strerror(reader.errorNumber()));
-        return survey;
-    }
-    if (reader.invalidUTF8Offset() != BatchLineReader::npos) {
-        char detail[160];
-        std::snprintf(detail, sizeof detail, "it is not UTF-8 text (byte 0x%02X at offset %llu, line %llu)",
-                      static_cast<unsigned>(reader.invalidUTF8Byte()),
-                      static_cast<unsigned long long>(reader.invalidUTF8Offset()),
-                      static_cast<unsigned long long>(reader.newlinesBeforeInvalidByte() + 1));
-        survey.error = fileError(path, EILSEQ, detail);
-        return survey;
-    }
-    survey.ok = true;
-    survey.pieces = index;
-    return survey;
+PresentedError batchInputError(const std::string& path, const BatchLineReader& reader) {
+    if (reader.errorNumber() != 0) return fileError(path, reader.errorNumber(), std::strerror(reader.errorNumber()));
+    char detail[160];
+    std::snprintf(detail, sizeof detail, "it is not UTF-8 text (byte 0x%02X at offset %llu, line %llu)",
+                  static_cast<unsigned>(reader.invalidUTF8Byte()),
+                  static_cast<unsigned long long>(reader.invalidUTF8Offset()),
+                  static_cast<unsigned long long>(reader.newlinesBeforeInvalidByte() + 1));
+    return fileError(path, EILSEQ, detail);
 }
 
 }  // namespace brinora

@@ -36,6 +36,14 @@ public:
     // byte that is not UTF-8 (see errorNumber() and invalidUTF8Offset()).
     bool next(StreamLine& line);
 
+    // Whether the last piece has been handed out (the piece after the last
+    // line end; a line handed out with finished() true had no line end).
+    bool finished() const { return finished_; }
+    // Whether reading stopped at a read error or at a byte that is not UTF-8.
+    bool failed() const { return stopped_; }
+    // Bytes of the file consumed so far (line ends included).
+    std::uint64_t bytesConsumed() const { return bufferOffset_ + cursor_; }
+
     // errno of a failed read, 0 when none.
     int errorNumber() const { return error_; }
     // With checkUTF8: offset in the file of the first byte that breaks UTF-8,
@@ -75,37 +83,12 @@ private:
     std::uint64_t newlinesBeforeInvalid_ = 0;
 };
 
-// A sample line with more than 21 fields.
-struct OverlongLine {
-    std::size_t index = 0;   // piece index (header = 0)
-    int sourceLine = 0;      // editor line number
-    std::size_t fields = 0;  // number of fields
-};
-
-// What the batch and kml commands check before they touch an output file,
-// gathered in one pass over the input file.
-struct BatchFileSurvey {
-    bool ok = false;
-    PresentedError error;          // when !ok: as readUTF8TextFile reports it
-    std::size_t pieces = 0;        // number of pieces, as splitBatchLines counts them
-    std::string header;            // piece 0
-    int headerSourceLine = 1;
-    // Pieces 1.. with more than 21 fields: the first kKeptOverlong of them,
-    // and how many there are in all.
-    std::vector<OverlongLine> overlong;
-    std::size_t overlongCount = 0;
-    bool lastPieceOverlong = false;  // whether the last piece is among them
-    bool anySample = false;          // a piece 1.. has a non-empty first field
-    bool secondPieceEmpty = true;    // piece 1 is empty (or missing)
-
-    static constexpr std::size_t kKeptOverlong = 11;
-};
-
-// Reads the file at `path` once, in blocks of `blockSize` bytes.
-BatchFileSurvey surveyBatchFile(const std::string& path, std::size_t blockSize = kDefaultReadBlock);
-
-// Opens `path` for reading as readUTF8TextFile does; on failure, -1 and the
-// error readUTF8TextFile would present.
+// Opens `path` for reading; on failure (missing, unreadable, a folder), -1
+// and the error to present (domain "BrinoraFile", the errno value as code).
 int openBatchInput(const std::string& path, PresentedError& error);
+
+// Why `reader` stopped before the end of the file at `path`: a read error or
+// a byte that is not UTF-8 (its value, offset and line are named).
+PresentedError batchInputError(const std::string& path, const BatchLineReader& reader);
 
 }  // namespace brinora

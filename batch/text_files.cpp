@@ -141,38 +141,6 @@ TextFileContents readUTF8TextFile(const std::string& path) {
     return result;
 }
 
-std::vector<TextLine> splitBatchLines(std::string_view text) {
-    // One pass over `text`: a run of two line-end characters ("\r\n", "\n\n",
-    // "\r\r", "\n\r") ends one piece, a single one ends one piece, and the
-    // pair search goes on after the pair (left to right, not repeated). This
-    // is "every \r becomes \n, then every \n\n becomes \n, then split at \n"
-    // without a second copy of the text, so a file takes about twice its
-    // size while it is cut into lines.
-    const auto isLineEnd = [](char c) { return c == '\r' || c == '\n'; };
-    const std::size_t size = text.size();
-    std::vector<TextLine> lines;
-    // Line number, as an editor counts it, of the character at `i`: "\r\n",
-    // "\r" and "\n" each end a line.
-    int editorLine = 1;
-    int pieceLine = 1;
-    std::size_t i = 0;
-    for (;;) {
-        std::size_t end = i;
-        while (end < size && !isLineEnd(text[end])) ++end;
-        if (end == size) {
-            lines.push_back(TextLine{std::string(text.substr(i)), pieceLine});
-            return lines;
-        }
-        lines.push_back(TextLine{std::string(text.substr(i, end - i)), pieceLine});
-        const std::size_t step = end + 1 < size && isLineEnd(text[end + 1]) ? 2 : 1;
-        for (std::size_t k = end; k < end + step; ++k) {
-            if (text[k] == '\n' || !(k + 1 < size && text[k + 1] == '\n')) ++editorLine;
-        }
-        i = end + step;
-        pieceLine = editorLine;
-    }
-}
-
 std::vector<std::string> splitFields(std::string_view line) {
     std::vector<std::string> fields;
     std::size_t start = 0;
@@ -185,14 +153,6 @@ std::vector<std::string> splitFields(std::string_view line) {
         fields.emplace_back(line.substr(start, comma - start));
         start = comma + 1;
     }
-}
-
-int countHeaderNames(std::string_view headerLine) {
-    int count = 0;
-    for (const std::string& name : splitFields(headerLine)) {
-        if (!name.empty()) ++count;
-    }
-    return count;
 }
 
 WriteResult writeFileAtomically(const std::string& path, std::string_view content) {

@@ -27,22 +27,8 @@ TextFileContents readUTF8TextFile(const std::string& path);
 // whole text is well-formed UTF-8.
 std::size_t firstInvalidUTF8Byte(std::string_view text);
 
-// One line of a batch file after line-end normalisation.
-struct TextLine {
-    std::string text;    // the line without its line end
-    int sourceLine = 1;  // 1-based line number in the file as an editor counts it
-};
-
-// Normalises line ends as batch files are read: every "\r" becomes "\n", then
-// every "\n\n" becomes "\n" (one pass, left to right), then the text is split
-// at every "\n". A final line end leaves an empty last piece.
-std::vector<TextLine> splitBatchLines(std::string_view text);
-
 // The comma-separated fields of `line`, without quoting or escaping.
 std::vector<std::string> splitFields(std::string_view line);
-
-// Number of non-empty names in a header line.
-int countHeaderNames(std::string_view headerLine);
 
 // Result of a file write.
 struct WriteResult {

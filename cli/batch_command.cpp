@@ -5,7 +5,8 @@
 #include <memory>
 
 #include "app/settings_keys.h"
-#include "batch/parallel_batch.h"
+#include "batch/batch_engine.h"
+#include "batch/output_record.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
 #include "log/log.h"
@@ -32,40 +33,28 @@ int runBatch(const BatchArgs& args) {
         });
     }
     session.ui.drawProgress = !args.verbose && ::isatty(STDERR_FILENO) == 1;
+    const bool toStandardOutput = args.output == "-";
+    session.ui.alertsToStderr = toStandardOutput;
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
 
-    // Everything that can be known before the output is touched, in one pass
-    // over the input.
-    const BatchFileSurvey survey = surveyBatchFile(args.input);
-    if (!survey.ok) {
-        session.error(survey.error.localizedDescription);
-        return 1;
-    }
-    if (survey.pieces - 1 == 0) {
-        session.error(where(args.input, 0) + "There are no datapoints to process.");
-        return 1;
-    }
-    const int names = countHeaderNames(survey.header);
-    if (names != 21) {
-        session.error(where(args.input, survey.headerSourceLine) +
-                      "There is an incorrect number of data columns in the input CSV. (The header names " +
-                      std::to_string(names) + " columns; a batch input file has 21.)");
-        return 1;
-    }
-    warnOverlongLines(session, args.input, survey, false);
-    if (!survey.anySample) {
-        session.error(where(args.input, 0) + "There are no datapoints to process. (No line has a sample id.)");
-        return 1;
-    }
+    // Everything about the output is checked before the input is read.
     const ExistingOutput existing =
         args.append ? ExistingOutput::Append : (args.force ? ExistingOutput::Replace : ExistingOutput::Refuse);
-    if (!checkOutputPath(session, args.input, args.output, existing)) return 1;
+    if (!toStandardOutput && !checkOutputPath(session, args.input, args.output, existing)) return 1;
 
     // The input file as chosen on the batch tab, then the output file.
     BrinoraAppControllerCore& core = session.core;
     core.batchInputFilesChosen({args.input});
-    if (args.append) {
+    std::unique_ptr<ByteSink> standardOutput;
+    if (toStandardOutput) {
+        core.fullPathOut = "-";
+        standardOutput = makeStandardOutputSink();
+        if (!standardOutput->write(dataFileHeaders())) {
+            session.error(standardOutput->errorMessage());
+            return 1;
+        }
+    } else if (args.append) {
         core.outputFileOpened(args.output);
         session.ui.setText(TextField::PathFieldOut, args.output);
     } else if (!core.batchOutputFileCreated(args.output)) {
@@ -73,19 +62,17 @@ int runBatch(const BatchArgs& args) {
         return 1;
     }
 
-    FastRunOptions options;
-    options.jobs = args.jobs;
-    options.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
-    const std::string message = fastBatchProcess(core, session.ui, options, &survey);
+    core.runOptions.jobs = args.jobs;
+    core.runOptions.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
+    core.runOptions.output = standardOutput.get();
+    core.runOptions.note = noteWriter(session, args.input);
+    const std::string message = core.batchProcess(args.input, false);
     if (!message.empty()) {
         session.error(where(args.input, core.stoppedAtSourceLine) + message);
-        std::fprintf(stderr, "%d record%s written to %s before the stop\n", core.recordsWritten,
-                     core.recordsWritten == 1 ? "" : "s", args.output.c_str());
-        return 1;
-    }
-    if (core.failedWrites > 0) {
-        session.error(std::to_string(core.failedWrites) + " record(s) could not be written: " +
-                      core.lastWriteError);
+        if (core.failedWrites == 0) {
+            std::fprintf(stderr, "%d record%s written to %s before the stop\n", core.recordsWritten,
+                         core.recordsWritten == 1 ? "" : "s", args.output.c_str());
+        }
         return 1;
     }
     return 0;
@@ -99,9 +86,10 @@ void addBatchCommand(CLI::App& app, int& exitStatus) {
         "batch",
         "Compute every sample of a batch input file and write the records to an output file "
         "(a new file starts with the header line)");
-    command->add_option("INPUT", args->input, "batch input file (CSV, a header and 21 fields per line)")
+    command->add_option("INPUT", args->input,
+                        "batch input file (CSV, a header and 21 fields per line); - for standard input")
         ->required();
-    command->add_option("-o,--output", args->output, "output file (CSV)")->required();
+    command->add_option("-o,--output", args->output, "output file (CSV); - for standard output")->required();
     addOptionFlags(*command, args->options);
     CLI::Option* append =
         command->add_flag("--append", args->append, "add the records to an existing output file, without a header");

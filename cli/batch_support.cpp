@@ -92,8 +92,9 @@ void TerminalUi::runAlert(const Alert& alert) {
     }
     std::string text = alert.messageText + "\n" + alert.informativeText;
     if (text.back() != '\n') text += '\n';
-    std::fputs(text.c_str(), stdout);
-    std::fflush(stdout);
+    std::FILE* stream = alertsToStderr ? stderr : stdout;
+    std::fputs(text.c_str(), stream);
+    std::fflush(stream);
 }
 
 void TerminalUi::setProgressIndicatorHidden(bool hidden) {
@@ -167,36 +168,46 @@ int applyOptions(Session& session, const OptionFlags& flags) {
     return 2;
 }
 
-std::optional<std::vector<TextLine>> readInputLines(const Session& session, const std::string& path) {
-    const TextFileContents contents = readUTF8TextFile(path);
-    if (!contents.ok) {
-        session.error(contents.error.localizedDescription);
-        return std::nullopt;
-    }
-    return splitBatchLines(contents.text);
+std::function<void(const RunNote&)> noteWriter(const Session& session, const std::string& input) {
+    // Past kShown notes, only their number is told at the end.
+    constexpr std::size_t kShown = 10;
+    auto shown = std::make_shared<std::size_t>(0);
+    return [&session, input, shown](const RunNote& note) {
+        if (++*shown > kShown) {
+            if (*shown == kShown + 1) session.error("warning: more remarks about the input are left out");
+            return;
+        }
+        session.error("warning: " + where(input, note.sourceLine) + note.text);
+    };
 }
 
-std::size_t warnOverlongLines(const Session& session, const std::string& input, const BatchFileSurvey& survey,
-                              bool kml) {
-    constexpr std::size_t kShown = 10;
-    std::size_t count = survey.overlongCount;
-    std::size_t listed = survey.overlong.size();
-    if (kml && survey.lastPieceOverlong) {
-        // The last piece is the last of them; the KML document leaves it out.
-        --count;
-        if (listed > 0 && survey.overlong[listed - 1].index + 1 == survey.pieces) --listed;
+namespace {
+
+// Standard output: plain writes, the bytes as they come.
+class StandardOutputSink : public ByteSink {
+public:
+    bool write(std::string_view bytes) override {
+        std::fflush(stdout);
+        while (!bytes.empty()) {
+            const ssize_t n = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
+            if (n < 0 && errno == EINTR) continue;
+            if (n <= 0) {
+                error_ = std::string("cannot write to standard output: ") + std::strerror(n < 0 ? errno : ENOSPC);
+                return false;
+            }
+            bytes.remove_prefix(static_cast<std::size_t>(n));
+        }
+        return true;
     }
-    for (std::size_t k = 0; k < listed && k < kShown; ++k) {
-        const OverlongLine& line = survey.overlong[k];
-        session.error("warning: " + where(input, line.sourceLine) + "the line has " + std::to_string(line.fields) +
-                      " fields; the fields after the 21st are ignored (is there a comma inside a name or "
-                      "comment?)");
-    }
-    if (count > kShown) {
-        session.error("warning: " + std::to_string(count - kShown) + " more lines have more than 21 fields");
-    }
-    return count;
-}
+    std::string errorMessage() const override { return error_; }
+
+private:
+    std::string error_;
+};
+
+}  // namespace
+
+std::unique_ptr<ByteSink> makeStandardOutputSink() { return std::make_unique<StandardOutputSink>(); }
 
 void addJobsFlag(CLI::App& command, unsigned& jobs) {
     command.add_option("-j,--jobs", jobs, "threads that compute the samples (default: one per core)")

@@ -12,7 +12,9 @@
 #include "batch/controller_core.h"
 #include "batch/plain_ui.h"
 #include "batch/redraw_throttle.h"
-#include "batch/stream_reader.h"
+#include "batch/batch_engine.h"
+#include <functional>
+#include <memory>
 #include "batch/text_files.h"
 
 namespace brinora::cli {
@@ -43,6 +45,8 @@ public:
 
     // Draw the progress bar (stderr is a terminal and the log is not shown).
     bool drawProgress = false;
+    // Alerts go to stderr (standard output carries the run's output).
+    bool alertsToStderr = false;
 
 private:
     std::string commandName_;
@@ -68,16 +72,11 @@ struct Session {
 // the message and a hint naming the flag.
 int applyOptions(Session& session, const OptionFlags& flags);
 
-// Reads the input file and cuts it into lines; prints the reason and returns
-// nothing when it cannot be read.
-std::optional<std::vector<TextLine>> readInputLines(const Session& session, const std::string& path);
+// Remarks of a run about its input ("warning: INPUT:LINE: ...") on stderr.
+std::function<void(const RunNote&)> noteWriter(const Session& session, const std::string& input);
 
-// Warns on stderr about each sample line with more than 21 fields (the
-// fields after the 21st are ignored by the run): every piece after the header,
-// or with `kml` all but the last piece (which the KML document never holds).
-// Returns how many such lines there are.
-std::size_t warnOverlongLines(const Session& session, const std::string& input, const BatchFileSurvey& survey,
-                              bool kml);
+// Standard output as the destination of a run's bytes ("-o -").
+std::unique_ptr<ByteSink> makeStandardOutputSink();
 
 // Adds -j/--jobs: threads that compute the samples (0, the default, means
 // one per core).

@@ -2,7 +2,9 @@
 #include <cstdio>
 #include <memory>
 
-#include "batch/parallel_batch.h"
+#include <unistd.h>
+
+#include "batch/batch_engine.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
 #include "log/log.h"
@@ -27,26 +29,13 @@ int runKml(const KmlArgs& args) {
             std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
         });
     }
+    session.ui.drawProgress = !args.verbose && ::isatty(STDERR_FILENO) == 1;
+    const bool toStandardOutput = args.output == "-";
+    session.ui.alertsToStderr = toStandardOutput;
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
-
-    const BatchFileSurvey survey = surveyBatchFile(args.input);
-    if (!survey.ok) {
-        session.error(survey.error.localizedDescription);
-        return 1;
-    }
-    // Placemarks are made from lines 1 up to the one before the last piece.
-    if (survey.pieces - 1 <= 1) {
-        std::string detail;
-        if (survey.pieces == 2 && !survey.secondPieceEmpty) {
-            detail = " (The last line is a sample only when the file ends with a line end.)";
-        }
-        session.error(where(args.input, 0) + "There are no datapoints to process." + detail);
-        return 1;
-    }
-    warnOverlongLines(session, args.input, survey, true);
-    if (!checkOutputPath(session, args.input, args.output,
-                         args.force ? ExistingOutput::Replace : ExistingOutput::Refuse)) {
+    if (!toStandardOutput && !checkOutputPath(session, args.input, args.output,
+                                              args.force ? ExistingOutput::Replace : ExistingOutput::Refuse)) {
         return 1;
     }
 
@@ -56,12 +45,21 @@ int runKml(const KmlArgs& args) {
         return args.output;
     };
     BrinoraAppControllerCore& core = session.core;
-    FastRunOptions options;
-    options.jobs = args.jobs;
-    options.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
-    fastWriteKML(core, session.ui, session.defaults, options);
+    std::unique_ptr<ByteSink> standardOutput;
+    if (toStandardOutput) standardOutput = makeStandardOutputSink();
+    core.runOptions.jobs = args.jobs;
+    core.runOptions.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
+    core.runOptions.output = standardOutput.get();
+    core.runOptions.note = noteWriter(session, args.input);
+    core.writeKML();
     if (core.failedWrites > 0 || !core.lastWriteError.empty()) {
         session.error("the KML document is incomplete: " + core.lastWriteError);
+        return 1;
+    }
+    if (core.placemarksWritten == 0) {
+        session.error(where(args.input, 0) +
+                      "There are no datapoints to process. (A KML document holds the lines between the header "
+                      "and the last line end.)");
         return 1;
     }
     return 0;
@@ -75,7 +73,7 @@ void addKmlCommand(CLI::App& app, int& exitStatus) {
         "kml", "Compute every sample of a batch input file and write a KML document with one placemark each");
     command->add_option("INPUT", args->input, "batch input file (CSV, a header and 21 fields per line)")
         ->required();
-    command->add_option("-o,--output", args->output, "KML document to write")->required();
+    command->add_option("-o,--output", args->output, "KML document to write; - for standard output")->required();
     addOptionFlags(*command, args->options);
     command->add_flag("--force", args->force, "replace an existing KML document");
     addJobsFlag(*command, args->jobs);

@@ -12,6 +12,20 @@
 namespace brinora::cli {
 namespace {
 
+// Whether a stored preview length is a plain number of lines (digits only).
+bool isLineCount(std::string_view text) {
+    if (text.empty() || text.size() > 9) return false;
+    for (const char c : text) {
+        if (c < '0' || c > '9') return false;
+    }
+    return true;
+}
+
+// At most 40 characters of `text`, for messages.
+std::string brief(std::string_view text) {
+    return text.size() <= 40 ? std::string(text) : std::string(text.substr(0, 37)) + "...";
+}
+
 // Columns shown when none are chosen.
 const std::vector<std::string> kDefaultColumns = {
     "SampleID", "Name",  "Salinity", "Temperature", "Pressure", "TA",       "TCO2",     "pH",
@@ -72,10 +86,17 @@ int runPreview(const PreviewArgs& args) {
     }
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
-    if (args.lines) session.defaults.setValue(settings::kNumberOfLinesInPreview, std::to_string(*args.lines));
-    if (!readInputLines(session, args.input)) return 1;
-
     BrinoraAppControllerCore& core = session.core;
+    if (args.lines) {
+        session.defaults.setValue(settings::kNumberOfLinesInPreview, std::to_string(*args.lines));
+    } else if (const auto stored = session.defaults.value(settings::kNumberOfLinesInPreview);
+               stored && !isLineCount(*stored)) {
+        session.error("warning: the stored setting \"NumberOfLinesInPreview\" holds \"" + brief(*stored) +
+                      "\", which is not a number of lines; showing 5 (give -n to choose)");
+        session.defaults.setValue(settings::kNumberOfLinesInPreview, "5");
+    }
+    core.runOptions.note = noteWriter(session, args.input);
+
     core.batchInputFilesChosen({args.input});
     core.previewTableController.clearPreviewTable();
     const std::string message = core.batchProcess(args.input, true);
@@ -86,7 +107,8 @@ int runPreview(const PreviewArgs& args) {
 
     // The table: as many rows as the preview shows records.
     PreviewTableModel& table = core.previewTableController;
-    const int rows = std::min(table.numberOfRowsInTableView(), static_cast<int>(table.previewTable().size()));
+    const int rows =
+        std::max(0, std::min(table.numberOfRowsInTableView(), static_cast<int>(table.previewTable().size())));
     std::vector<std::vector<std::string>> cells(static_cast<std::size_t>(rows) + 1);
     for (const std::string& column : columns) cells[0].push_back(column);
     for (int row = 0; row < rows; ++row) {
