@@ -13,14 +13,7 @@
 namespace brinora {
 namespace {
 
-constexpr std::string_view kFileErrorDomain = "BrinoraFile";
-
 std::string errnoText(int errorNumber) { return std::strerror(errorNumber); }
-
-PresentedError fileError(const std::string& path, int errorNumber, const std::string& why) {
-    return PresentedError{std::string(kFileErrorDomain), errorNumber,
-                          "The file \"" + path + "\" could not be read: " + why};
-}
 
 WriteResult failure(const std::string& what, int errorNumber) {
     return WriteResult{false, errorNumber, what + ": " + errnoText(errorNumber)};
@@ -46,114 +39,6 @@ bool writeAll(int fd, std::string_view bytes, int& errorNumber) {
 }
 
 }  // namespace
-
-std::size_t firstInvalidUTF8Byte(std::string_view text) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-    const std::size_t size = text.size();
-    std::size_t i = 0;
-    while (i < size) {
-        const unsigned char lead = bytes[i];
-        if (lead < 0x80) {
-            ++i;
-            continue;
-        }
-        std::size_t length = 0;
-        unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
-        if (lead >= 0xC2 && lead <= 0xDF) {
-            length = 2;
-        } else if (lead == 0xE0) {
-            length = 3, low = 0xA0;  // no overlong forms
-        } else if (lead >= 0xE1 && lead <= 0xEC) {
-            length = 3;
-        } else if (lead == 0xED) {
-            length = 3, high = 0x9F;  // no surrogates
-        } else if (lead >= 0xEE && lead <= 0xEF) {
-            length = 3;
-        } else if (lead == 0xF0) {
-            length = 4, low = 0x90;
-        } else if (lead >= 0xF1 && lead <= 0xF3) {
-            length = 4;
-        } else if (lead == 0xF4) {
-            length = 4, high = 0x8F;  // nothing above U+10FFFF
-        } else {
-            return i;
-        }
-        if (i + length > size) return i;
-        if (bytes[i + 1] < low || bytes[i + 1] > high) return i;
-        for (std::size_t k = 2; k < length; ++k) {
-            if (bytes[i + k] < 0x80 || bytes[i + k] > 0xBF) return i;
-        }
-        i += length;
-    }
-    return std::string_view::npos;
-}
-
-TextFileContents readUTF8TextFile(const std::string& path) {
-    TextFileContents result;
-    if (path.empty()) {
-        result.error = fileError(path, ENOENT, "no file was chosen");
-        return result;
-    }
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        const int e = errno;
-        result.error = fileError(path, e, errnoText(e));
-        return result;
-    }
-    struct stat info {};
-    if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
-        ::close(fd);
-        result.error = fileError(path, EISDIR, errnoText(EISDIR));
-        return result;
-    }
-    std::string text;
-    char buffer[65536];
-    for (;;) {
-        const ssize_t n = ::read(fd, buffer, sizeof buffer);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            const int e = errno;
-            ::close(fd);
-            result.error = fileError(path, e, errnoText(e));
-            return result;
-        }
-        if (n == 0) break;
-        text.append(buffer, static_cast<std::size_t>(n));
-    }
-    ::close(fd);
-
-    const std::size_t bad = firstInvalidUTF8Byte(text);
-    if (bad != std::string_view::npos) {
-        int line = 1;
-        for (std::size_t k = 0; k < bad; ++k) {
-            if (text[k] == '\n') ++line;
-        }
-        char detail[160];
-        std::snprintf(detail, sizeof detail,
-                      "it is not UTF-8 text (byte 0x%02X at offset %zu, line %d)",
-                      static_cast<unsigned char>(text[bad]), bad, line);
-        result.error = fileError(path, EILSEQ, detail);
-        return result;
-    }
-    if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
-    result.ok = true;
-    result.text = std::move(text);
-    return result;
-}
-
-std::vector<std::string> splitFields(std::string_view line) {
-    std::vector<std::string> fields;
-    std::size_t start = 0;
-    for (;;) {
-        const std::size_t comma = line.find(',', start);
-        if (comma == std::string_view::npos) {
-            fields.emplace_back(line.substr(start));
-            return fields;
-        }
-        fields.emplace_back(line.substr(start, comma - start));
-        start = comma + 1;
-    }
-}
 
 WriteResult writeFileAtomically(const std::string& path, std::string_view content) {
     static std::atomic<unsigned> counter{0};

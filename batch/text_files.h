@@ -1,6 +1,5 @@
-// Plain file handling of the batch subsystem: reading a whole UTF-8 text,
-// cutting it into lines and fields, writing a new file atomically and
-// appending one record with a single write.
+// Plain file handling of the batch subsystem: writing a new file atomically,
+// appending one record with a single write, and path names.
 #pragma once
 
 #include <string>
@@ -10,25 +9,6 @@
 #include "batch/ui.h"
 
 namespace brinora {
-
-// A whole text file, or why it could not be read.
-struct TextFileContents {
-    bool ok = false;
-    std::string text;      // the file's text, without a leading UTF-8 byte-order mark
-    PresentedError error;  // when !ok: what went wrong, with the path
-};
-
-// Reads the file at `path` as UTF-8 text. Fails for a missing or unreadable
-// file, a directory, and bytes that are not UTF-8 (domain "BrinoraFile", the
-// code is the errno value or EILSEQ).
-TextFileContents readUTF8TextFile(const std::string& path);
-
-// Byte offset of the first byte of `text` that breaks UTF-8, or npos when the
-// whole text is well-formed UTF-8.
-std::size_t firstInvalidUTF8Byte(std::string_view text);
-
-// The comma-separated fields of `line`, without quoting or escaping.
-std::vector<std::string> splitFields(std::string_view line);
 
 // Result of a file write.
 struct WriteResult {

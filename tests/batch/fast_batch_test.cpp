@@ -1,7 +1,7 @@
-// The fast runs against the one-line-at-a-time runs they stand for: the same
-// input, the same options, the real chemistry; the output files must be equal
-// byte for byte, and the messages, results, progress values and log lines the
-// same, for one thread and for several.
+// Runs on several threads against runs on one thread that write every log
+// line: the same input, the same options, the real chemistry; the output
+// files must be equal byte for byte, and the messages, results and log lines
+// the same.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
@@ -16,7 +16,7 @@
 
 #include "batch/controller_core.h"
 #include "batch/output_record.h"
-#include "batch/parallel_batch.h"
+#include "batch/batch_engine.h"
 #include "batch/plain_ui.h"
 #include "engine/engine.h"
 #include "log/log.h"
@@ -58,6 +58,22 @@ bool isSampleLogLine(const std::string& line) {
     return line.starts_with("Dealing with line ") || line == "Nothing on this line" ||
            line == "updating constants..." || line.starts_with("CO2Constants: ") || line == "Constants updated!" ||
            line == "Passed compute" || line.starts_with("stringToWrite: ") || line == "Done with the line!";
+}
+
+// A run on several threads that writes only the run's own log lines.
+struct FastRunOptions : BatchRunOptions {
+    FastRunOptions() { sampleLogLines = SampleLogLines::kOmitted; }
+};
+
+std::string fastBatchProcess(BrinoraAppControllerCore& core, AppUi& /*ui*/, const BatchRunOptions& options) {
+    core.runOptions = options;
+    return core.batchProcess(core.fullPath, false);
+}
+
+void fastWriteKML(BrinoraAppControllerCore& core, AppUi& /*ui*/, SettingsStore& /*defaults*/,
+                  const BatchRunOptions& options) {
+    core.runOptions = options;
+    core.writeKML();
 }
 
 struct Options {

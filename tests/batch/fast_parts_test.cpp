@@ -1,8 +1,7 @@
-// The parts of the fast batch runs against the parts of the one-line-at-a-time
-// run they replace: the block reader against splitBatchLines and
-// readUTF8TextFile, the "%.3f" writer against printf, the field reader
-// against lenientDouble, and the record and placemark writers against the
-// controller's own.
+// The parts of the batch engine against plain restatements of their rules:
+// the block reader against the whole text cut with string operations, the
+// "%.3f" writer against printf, the field reader against lenientDouble, and
+// the record and placemark writers against the controller's own.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -28,6 +27,7 @@
 #include "engine/engine.h"
 #include "engine/slots.h"
 #include "tests/batch/batch_fixture.h"
+#include "tests/support/reference_text.h"
 
 namespace brinora {
 namespace {
@@ -184,8 +184,8 @@ TEST(FastFields, SplitKeepsTheFirstTwentyOneFields) {
     std::string wide;
     for (int k = 0; k < 30; ++k) wide += (k ? "," : "") + std::to_string(k);
     EXPECT_EQ(splitBatchFields(wide, fields), 30u);
-    const std::vector<std::string> reference = splitFields(wide);
-    for (std::size_t k = 0; k < kBatchLineFields; ++k) EXPECT_EQ(fields[k], reference[k]);
+    const std::vector<std::string> expected = reference::splitFields(wide);
+    for (std::size_t k = 0; k < kBatchLineFields; ++k) EXPECT_EQ(fields[k], expected[k]);
     EXPECT_EQ(splitBatchFields(",", fields), 2u);
 }
 
@@ -203,13 +203,13 @@ protected:
     }
 
     // The pieces of the file at `path` read in blocks of `block` bytes.
-    static std::vector<TextLine> readInBlocks(const std::string& path, std::size_t block) {
+    static std::vector<reference::TextLine> readInBlocks(const std::string& path, std::size_t block) {
         const int fd = ::open(path.c_str(), O_RDONLY);
         EXPECT_GE(fd, 0);
         BatchLineReader reader(fd, block);
-        std::vector<TextLine> lines;
+        std::vector<reference::TextLine> lines;
         StreamLine line;
-        while (reader.next(line)) lines.push_back(TextLine{std::string(line.text), line.sourceLine});
+        while (reader.next(line)) lines.push_back(reference::TextLine{std::string(line.text), line.sourceLine});
         ::close(fd);
         return lines;
     }
@@ -219,9 +219,9 @@ protected:
         writeFile(path, text);
         std::string withoutMark = text;
         if (withoutMark.starts_with("\xEF\xBB\xBF")) withoutMark.erase(0, 3);
-        const std::vector<TextLine> expected = splitBatchLines(withoutMark);
+        const std::vector<reference::TextLine> expected = reference::splitBatchLines(withoutMark);
         for (const std::size_t block : {1, 2, 3, 4, 5, 7, 16, 64, 4096, 1 << 20}) {
-            const std::vector<TextLine> lines = readInBlocks(path, block);
+            const std::vector<reference::TextLine> lines = readInBlocks(path, block);
             ASSERT_EQ(lines.size(), expected.size()) << "block " << block;
             for (std::size_t k = 0; k < lines.size(); ++k) {
                 ASSERT_EQ(lines[k].text, expected[k].text) << "block " << block << ", piece " << k;
@@ -259,60 +259,47 @@ TEST_F(StreamReaderTest, RandomTextsOfLineEndsAndCommas) {
     }
 }
 
-TEST_F(StreamReaderTest, SurveyReportsWhatReadUTF8TextFileReports) {
+TEST_F(StreamReaderTest, ReportsWhatTheWholeTextReaderReports) {
     const std::string path = dir + "/in.csv";
     // Bad bytes at many offsets, across block boundaries, with line ends before them.
     const std::vector<std::string> texts = {
         "abc\n\xFF", "\xC3", "ab\xC3", "a\n\n\xC3\x28", "\xE2\x82", "x\xE2\x82\n", "\xF0\x9F\x98", "\xED\xA0\x80",
         "ok\n\xC0\xAF", "\xF4\x90\x80\x80", std::string(5000, 'a') + "\n\xE2\x82\xACok\xE2" + "\x28",
         "\xEF\xBB\xBF" "a\xFE"};
+    const auto readAll = [&path](std::size_t block) {
+        PresentedError error;
+        const int fd = openBatchInput(path, error);
+        EXPECT_GE(fd, 0);
+        BatchLineReader reader(fd, block, true);
+        StreamLine line;
+        while (reader.next(line)) {
+        }
+        ::close(fd);
+        return std::make_pair(reader.failed(), reader.failed() ? batchInputError(path, reader) : PresentedError{});
+    };
     for (const std::string& text : texts) {
         writeFile(path, text);
-        const TextFileContents expected = readUTF8TextFile(path);
+        const reference::TextFileContents expected = reference::readUTF8TextFile(path);
         ASSERT_FALSE(expected.ok);
         for (const std::size_t block : {1, 2, 3, 5, 4096}) {
-            const BatchFileSurvey survey = surveyBatchFile(path, block);
-            EXPECT_FALSE(survey.ok);
-            EXPECT_EQ(survey.error.domain, expected.error.domain);
-            EXPECT_EQ(survey.error.code, expected.error.code);
-            EXPECT_EQ(survey.error.localizedDescription, expected.error.localizedDescription) << "block " << block;
+            const auto [failed, error] = readAll(block);
+            EXPECT_TRUE(failed);
+            EXPECT_EQ(error.domain, expected.error.domain);
+            EXPECT_EQ(error.code, expected.error.code);
+            EXPECT_EQ(error.localizedDescription, expected.error.localizedDescription) << "block " << block;
         }
     }
     // Valid UTF-8 of every length passes.
     writeFile(path, "h\n\xC3\xA9,\xE2\x82\xAC,\xF0\x9F\x98\x80\n");
-    EXPECT_TRUE(surveyBatchFile(path, 1).ok);
+    EXPECT_FALSE(readAll(1).first);
 
     for (const std::string& missing : {dir + "/none.csv", dir, std::string()}) {
-        const TextFileContents expected = readUTF8TextFile(missing);
-        const BatchFileSurvey survey = surveyBatchFile(missing);
-        EXPECT_FALSE(survey.ok);
-        EXPECT_EQ(survey.error.code, expected.error.code);
-        EXPECT_EQ(survey.error.localizedDescription, expected.error.localizedDescription);
+        const reference::TextFileContents expected = reference::readUTF8TextFile(missing);
+        PresentedError error;
+        EXPECT_LT(openBatchInput(missing, error), 0);
+        EXPECT_EQ(error.code, expected.error.code);
+        EXPECT_EQ(error.localizedDescription, expected.error.localizedDescription);
     }
-}
-
-TEST_F(StreamReaderTest, SurveyCountsAsTheCommandLineDid) {
-    const std::string path = dir + "/in.csv";
-    std::string wide = "3";
-    for (int k = 1; k < 30; ++k) wide += ",f";
-    writeFile(path, "h1,h2\r\n,x\r\n\r\n" + wide + "\n1,y\n" + wide);
-    const BatchFileSurvey survey = surveyBatchFile(path, 3);
-    ASSERT_TRUE(survey.ok);
-    const std::vector<TextLine> lines = splitBatchLines(testing::readFile(path));
-    EXPECT_EQ(survey.pieces, lines.size());
-    EXPECT_EQ(survey.header, "h1,h2");
-    EXPECT_TRUE(survey.anySample);
-    EXPECT_FALSE(survey.secondPieceEmpty);
-    EXPECT_EQ(survey.overlongCount, 2u);
-    ASSERT_EQ(survey.overlong.size(), 2u);
-    EXPECT_EQ(survey.overlong[0].sourceLine, lines[3].sourceLine);
-    EXPECT_EQ(survey.overlong[0].fields, 30u);
-    EXPECT_TRUE(survey.lastPieceOverlong);
-
-    writeFile(path, "h\n,a\n\n,b\n");
-    const BatchFileSurvey empty = surveyBatchFile(path);
-    EXPECT_FALSE(empty.anySample);
-    EXPECT_EQ(empty.pieces, splitBatchLines(",h\n,a\n\n,b\n").size());
 }
 
 // ---------------------------------------------------------------- records
@@ -395,7 +382,7 @@ TEST_F(FastRecordTest, PlacemarkIsTheControllersPlacemark) {
     const std::string document = testing::readFile(outputPath);
 
     std::string fast(kmlDocumentHeader());
-    const std::vector<TextLine> lines = splitBatchLines(input);
+    const std::vector<reference::TextLine> lines = reference::splitBatchLines(input);
     ASSERT_EQ(boards.size(), lines.size() - 2);
     for (std::size_t i = 1; i + 1 < lines.size(); ++i) {
         BatchFields fields;

@@ -17,78 +17,6 @@ namespace {
 using testing::readFile;
 using testing::writeFile;
 
-std::vector<std::string> texts(const std::vector<TextLine>& lines) {
-    std::vector<std::string> result;
-    for (const auto& line : lines) result.push_back(line.text);
-    return result;
-}
-
-std::vector<int> sourceLines(const std::vector<TextLine>& lines) {
-    std::vector<int> result;
-    for (const auto& line : lines) result.push_back(line.sourceLine);
-    return result;
-}
-
-using Lines = std::vector<std::string>;
-
-TEST(BatchLines, UnixAndWindowsLineEndsGiveTheSameLines) {
-    EXPECT_EQ(texts(splitBatchLines("h\na\nb")), (Lines{"h", "a", "b"}));
-    EXPECT_EQ(texts(splitBatchLines("h\r\na\r\nb")), (Lines{"h", "a", "b"}));
-    EXPECT_EQ(texts(splitBatchLines("h\ra\rb")), (Lines{"h", "a", "b"}));
-}
-
-TEST(BatchLines, FinalLineEndLeavesAnEmptyLastPiece) {
-    EXPECT_EQ(texts(splitBatchLines("h\na\n")), (Lines{"h", "a", ""}));
-    EXPECT_EQ(texts(splitBatchLines("h\r\na\r\n")), (Lines{"h", "a", ""}));
-}
-
-TEST(BatchLines, BlankLines) {
-    // One blank line between samples is dropped with "\n" line ends ...
-    EXPECT_EQ(texts(splitBatchLines("h\na\n\nb")), (Lines{"h", "a", "b"}));
-    // ... two in a row leave one empty line ...
-    EXPECT_EQ(texts(splitBatchLines("h\na\n\n\nb")), (Lines{"h", "a", "", "b"}));
-    // ... and with "\r\n" line ends one blank line already leaves one.
-    EXPECT_EQ(texts(splitBatchLines("h\r\na\r\n\r\nb")), (Lines{"h", "a", "", "b"}));
-    // Four line ends in a row: one pass only, so one empty line.
-    EXPECT_EQ(texts(splitBatchLines("h\na\n\n\n\nb")), (Lines{"h", "a", "", "b"}));
-}
-
-TEST(BatchLines, EmptyTextIsOnePiece) {
-    EXPECT_EQ(texts(splitBatchLines("")), (Lines{""}));
-    EXPECT_EQ(texts(splitBatchLines("header only")), (Lines{"header only"}));
-}
-
-TEST(BatchLines, SourceLinesCountAsAnEditorDoes) {
-    EXPECT_EQ(sourceLines(splitBatchLines("h\na\nb\n")), (std::vector<int>{1, 2, 3, 4}));
-    EXPECT_EQ(sourceLines(splitBatchLines("h\r\na\r\n\r\nb")), (std::vector<int>{1, 2, 3, 4}));
-    EXPECT_EQ(sourceLines(splitBatchLines("h\na\n\nb")), (std::vector<int>{1, 2, 4}));
-    EXPECT_EQ(sourceLines(splitBatchLines("h\ra\rb")), (std::vector<int>{1, 2, 3}));
-}
-
-TEST(BatchFields, SplitAtEveryComma) {
-    EXPECT_EQ(splitFields("a,b,,c"), (Lines{"a", "b", "", "c"}));
-    EXPECT_EQ(splitFields(""), (Lines{""}));
-    EXPECT_EQ(splitFields("a,"), (Lines{"a", ""}));
-    EXPECT_EQ(splitFields(" a , b "), (Lines{" a ", " b "}));
-}
-
-TEST(BatchFields, HeaderCountSkipsEmptyNames) {
-    EXPECT_EQ(countHeaderNames(testing::kInputHeader), 21);
-    EXPECT_EQ(countHeaderNames(testing::kInputHeader + ","), 21);
-    EXPECT_EQ(countHeaderNames("a,,b"), 2);
-    EXPECT_EQ(countHeaderNames(""), 0);
-}
-
-TEST(Utf8, WellFormedAndBroken) {
-    EXPECT_EQ(firstInvalidUTF8Byte("plain"), std::string_view::npos);
-    EXPECT_EQ(firstInvalidUTF8Byte("\xC2\xB5mol \xE2\x82\xAC \xF0\x9F\x8C\x8A"), std::string_view::npos);
-    EXPECT_EQ(firstInvalidUTF8Byte("ab\xE9t\xE9"), 2u);            // Latin-1 e acute
-    EXPECT_EQ(firstInvalidUTF8Byte("\xC0\xAF"), 0u);               // overlong
-    EXPECT_EQ(firstInvalidUTF8Byte("\xED\xA0\x80"), 0u);           // surrogate
-    EXPECT_EQ(firstInvalidUTF8Byte("x\xE2\x82"), 1u);              // cut short
-    EXPECT_EQ(firstInvalidUTF8Byte("\xF4\x90\x80\x80"), 0u);       // above U+10FFFF
-}
-
 class FileTest : public ::testing::Test {
 protected:
     FileTest() {
@@ -102,42 +30,6 @@ protected:
     }
     std::filesystem::path dir;
 };
-
-TEST_F(FileTest, ReadsUtf8TextAndDropsTheByteOrderMark) {
-    writeFile(dir / "a.csv", "\xEF\xBB\xBFh\n1\n");
-    const TextFileContents read = readUTF8TextFile((dir / "a.csv").string());
-    ASSERT_TRUE(read.ok);
-    EXPECT_EQ(read.text, "h\n1\n");
-}
-
-TEST_F(FileTest, ReadErrorsNameThePathAndTheReason) {
-    const std::string missing = (dir / "missing.csv").string();
-    TextFileContents read = readUTF8TextFile(missing);
-    EXPECT_FALSE(read.ok);
-    EXPECT_EQ(read.error.localizedDescription,
-              "The file \"" + missing + "\" could not be read: No such file or directory");
-
-    read = readUTF8TextFile(dir.string());
-    EXPECT_FALSE(read.ok);
-    EXPECT_EQ(read.error.localizedDescription,
-              "The file \"" + dir.string() + "\" could not be read: Is a directory");
-
-    writeFile(dir / "latin1.csv", "h\nSta\xE9tion,1\n");
-    read = readUTF8TextFile((dir / "latin1.csv").string());
-    EXPECT_FALSE(read.ok);
-    EXPECT_EQ(read.error.localizedDescription,
-              "The file \"" + (dir / "latin1.csv").string() +
-                  "\" could not be read: it is not UTF-8 text (byte 0xE9 at offset 5, line 2)");
-}
-
-TEST_F(FileTest, UnreadableFile) {
-    if (::geteuid() == 0) GTEST_SKIP() << "permissions do not bind root";
-    writeFile(dir / "locked.csv", "h\n");
-    ::chmod((dir / "locked.csv").c_str(), 0);
-    const TextFileContents read = readUTF8TextFile((dir / "locked.csv").string());
-    EXPECT_FALSE(read.ok);
-    EXPECT_NE(read.error.localizedDescription.find("Permission denied"), std::string::npos);
-}
 
 TEST_F(FileTest, AtomicWriteReplacesTheWholeFile) {
     const std::string path = (dir / "out.csv").string();
