@@ -26,9 +26,15 @@ struct OptionFlags {
     std::optional<int> flux;       // --flux 1..3
 };
 
-// Adds --constants, --khso4, --ph-scale and --flux, and a help footer that
-// lists the menu items.
+// Adds --constants, --khso4, --ph-scale and --flux (a number or a title), and
+// a help footer that lists the titles with their numbers.
 void addOptionFlags(CLI::App& command, OptionFlags& flags);
+
+// Adds -q/--quiet: no progress bar and no notes on stderr. Every subcommand
+// adds it; the Session of the run that follows picks it up.
+void addQuietFlag(CLI::App& command);
+// Whether -q/--quiet was given on this command line.
+bool quietRequested();
 
 // The terminal as the controller's interface objects: errors on stderr,
 // alerts on stdout, a progress bar on stderr when it is a terminal.
@@ -43,6 +49,8 @@ public:
 
     // Draw the progress bar (stderr is a terminal and the log is not shown).
     bool drawProgress = false;
+    // -q/--quiet: never draw the progress bar, whatever drawProgress says.
+    bool quiet = false;
 
 private:
     std::string commandName_;
@@ -56,16 +64,24 @@ struct Session {
     explicit Session(const std::string& commandName);
     // Writes "brinora <command>: <message>" to stderr.
     void error(const std::string& message) const;
+    // The same for a note that -q/--quiet leaves out.
+    void note(const std::string& message) const;
+    // Notes that `flag` was not given and the stored setting `key` gave
+    // `value`: "--lines not given: using 5 from the stored setting
+    // "NumberOfLinesInPreview" in <settings file>".
+    void noteStoredSetting(std::string_view flag, const std::string& value, std::string_view key) const;
 
     std::string name;
     MemorySettings defaults;
+    // Where `defaults` were read from (the settings file's path).
+    std::string settingsLocation;
     TerminalUi ui;
     BrinoraAppControllerCore core;
 };
 
-// Puts the options on the menus (flags first, then the stored settings) and
-// runs the controller's option check. Returns 0, or the exit status 2 after
-// the message and a hint naming the flag.
+// Puts the options on the menus (flags first, then the stored settings, each
+// of which is noted on stderr) and runs the controller's option check.
+// Returns 0, or the exit status 2 after the message and a hint naming the flag.
 int applyOptions(Session& session, const OptionFlags& flags);
 
 // Reads the input file and cuts it into lines; prints the reason and returns

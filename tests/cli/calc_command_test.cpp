@@ -87,7 +87,8 @@ TEST(CalcCommand, MalformedNumberIsAUsageError) {
                     "--khso4", "1", "--ph-scale", "1", "--flux", "1"});
     EXPECT_EQ(result.status, 2);
     EXPECT_NE(result.err.find("--salinity"), std::string::npos) << result.err;
-    EXPECT_NE(result.err.find("'3x5' is not a number"), std::string::npos) << result.err;
+    EXPECT_EQ(result.err, "brinora calc: --salinity: \"3x5\" is not a number\n"
+                          "Run brinora calc --help for more information.\n");
     EXPECT_EQ(result.out, "");
 }
 
