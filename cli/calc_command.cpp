@@ -104,6 +104,14 @@ void printBoard(const Board& board) {
     }
 }
 
+// The flag that sets board slot `pos`.
+const char* flagOfSlot(std::uint32_t pos) {
+    for (const SampleInput& input : kSampleInputs) {
+        if (input.slot == pos) return input.flag;
+    }
+    return "";
+}
+
 // Text of an input given on the command line, "" when it was not given.
 std::string givenText(const CalcArguments& args, std::uint32_t pos) {
     const auto found = args.values.find(pos);
@@ -148,10 +156,13 @@ int runCalc(const CalcArguments& args) {
     if (!checkOptions(args)) return 2;
     Board board;
     for (const auto& [pos, text] : args.values) {
-        float value = 0.0f;
-        std::string ignored;
-        readFloat(text, value, ignored);
-        board.set(pos, value);
+        const FloatText read = readFloat(text);
+        if (read.overflow) {
+            std::fprintf(stderr,
+                         "brinora calc: warning: %s %s is beyond the float range (3.4e38) and is computed as %s\n",
+                         flagOfSlot(pos), echoed(text).c_str(), read.value > 0 ? "infinity" : "minus infinity");
+        }
+        board.set(pos, read.value);
     }
     for (const auto& [pos, item] : args.items) {
         board.set(pos, static_cast<float>(item - 1));

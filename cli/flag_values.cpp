@@ -1,9 +1,7 @@
 #include "cli/flag_values.h"
 
-#include <cerrno>
 #include <cmath>
 #include <cstdlib>
-#include <limits>
 
 namespace brinora::cli {
 namespace {
@@ -27,28 +25,22 @@ std::string echoed(std::string_view text) {
     return "\"" + shown + "\"";
 }
 
-bool readFloat(const std::string& text, float& value, std::string& error) {
-    errno = 0;
+FloatText readFloat(const std::string& text) {
+    FloatText read;
+    if (text.empty()) return read;
     char* end = nullptr;
-    const double parsed = text.empty() ? 0.0 : std::strtod(text.c_str(), &end);
-    if (text.empty() || end != text.c_str() + text.size() || std::isnan(parsed)) {
-        error = echoed(text) + " is not a number";
-        return false;
-    }
-    if (std::isinf(parsed) || std::fabs(parsed) > static_cast<double>(std::numeric_limits<float>::max())) {
-        error = echoed(text) + " is out of range (the largest magnitude is 3.4e38)";
-        return false;
-    }
-    value = static_cast<float>(parsed);
-    return true;
+    const double parsed = std::strtod(text.c_str(), &end);
+    if (end != text.c_str() + text.size()) return read;
+    read.number = true;
+    read.value = static_cast<float>(parsed);
+    read.overflow = std::isinf(read.value);
+    return read;
 }
 
 CLI::Validator numberCheck() {
     return CLI::Validator(
         [](std::string& text) -> std::string {
-            float ignored = 0.0f;
-            std::string error;
-            return readFloat(text, ignored, error) ? std::string() : error;
+            return readFloat(text).number ? std::string() : echoed(text) + " is not a number";
         },
         "NUMBER");
 }

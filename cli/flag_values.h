@@ -14,12 +14,15 @@ namespace brinora::cli {
 // when it is longer than 40; control bytes are shown as '?'.
 std::string echoed(std::string_view text);
 
-// Whether `text` is a whole decimal number that a float holds: a finite value
-// whose magnitude is at most the largest float (underflow rounds towards 0).
-// On failure `error` says why, briefly.
-bool readFloat(const std::string& text, float& value, std::string& error);
+// A number of the sample as the board keeps it: a float.
+struct FloatText {
+    bool number = false;    // the whole text is a number (strtod's syntax)
+    float value = 0.0f;     // the number narrowed to a float
+    bool overflow = false;  // beyond the float range: value is infinite
+};
+FloatText readFloat(const std::string& text);
 
-// Checks a number of the sample ("NUMBER"): readFloat must accept it.
+// Checks a number of the sample ("NUMBER"): readFloat must read it as a number.
 CLI::Validator numberCheck();
 
 // Checks a whole number from `low` to `high` (decimal digits, an optional sign).

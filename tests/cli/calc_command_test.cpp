@@ -225,31 +225,38 @@ TEST(CalcCommand, AmbiguousTitleIsAUsageError) {
               "the title or the number\nRun brinora calc --help for more information.\n");
 }
 
-TEST(CalcCommand, HugeNumbersAreReportedBriefly) {
+TEST(CalcCommand, NumbersBeyondTheFloatRangeAreComputedWithABriefWarning) {
+    // The board keeps floats: beyond 3.4e38 a number becomes infinite, as in a
+    // batch line, and the sample is computed with that.
     const std::string digits = "1" + std::string(300, '0');
     std::vector<std::string> args = kSurfaceSample;
-    args[2] = digits;  // --salinity
+    ASSERT_EQ(args[15], "--tco2");
+    args[16] = "-" + digits;
     test::CommandResult result = runBrinora(args);
-    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err,
-              "brinora calc: --salinity: \"10000000000000000000000000000000...\" (301 characters) is out of range "
-              "(the largest magnitude is 3.4e38)\nRun brinora calc --help for more information.\n");
+              "brinora calc: warning: --tco2 \"-1000000000000000000000000000000...\" (302 characters) is beyond the "
+              "float range (3.4e38) and is computed as minus infinity\n"
+              "brinora calc: refused: TCO2 is negative (-inf)\n");
 
-    args = kSurfaceSample;
-    args[16] = "1e999";  // --tco2
-    result = runBrinora(args);
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.err, "brinora calc: --tco2: \"1e999\" is out of range (the largest magnitude is 3.4e38)\n"
-                          "Run brinora calc --help for more information.\n");
+    args[16] = "1e999";
+    result = runBrinora(with(args, {"--board"}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "brinora calc: warning: --tco2 \"1e999\" is beyond the float range (3.4e38) and is "
+                          "computed as infinity\n");
+    EXPECT_EQ(splitLines(result.out)[slot::kTCO2], std::to_string(slot::kTCO2) + " inf");
 
-    // Beyond the float range though within the double range.
-    args[16] = "4e38";
-    EXPECT_EQ(runBrinora(args).status, 2);
-    args[16] = "nan";
-    result = runBrinora(args);
-    EXPECT_EQ(result.status, 2);
-    EXPECT_NE(result.err.find("--tco2: \"nan\" is not a number"), std::string::npos) << result.err;
+    // 3.4e38 is a float; 3.5e38 is not.
+    args[16] = "3.4e38";
+    EXPECT_EQ(runBrinora(args).err, "");
+    args[16] = "3.5e38";
+    EXPECT_NE(runBrinora(args).err.find("--tco2 \"3.5e38\" is beyond the float range"), std::string::npos);
+}
 
+TEST(CalcCommand, HugeMenuNumbersAreReportedBriefly) {
+    const std::string digits = "1" + std::string(300, '0');
+    test::CommandResult result;
+    std::vector<std::string> args;
     args = kSurfaceSample;
     args[22] = digits;  // --constants
     result = runBrinora(args);
