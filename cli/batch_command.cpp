@@ -91,6 +91,7 @@ void addBatchCommand(CLI::App& app, int& exitStatus) {
         ->required();
     command->add_option("-o,--output", args->output, "output file (CSV); - for standard output")->required();
     addOptionFlags(*command, args->options);
+    addQuietFlag(*command);
     CLI::Option* append =
         command->add_flag("--append", args->append, "add the records to an existing output file, without a header");
     CLI::Option* force = command->add_flag("--force", args->force, "replace an existing output file");

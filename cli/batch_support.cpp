@@ -6,52 +6,50 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <span>
+#include <iterator>
 
-#include "app/option_titles.h"
 #include "app/settings_keys.h"
 #include "batch/lenient_number.h"
+#include "cli/flag_values.h"
+#include "cli/option_flags.h"
 #include "cli/stored_settings.h"
 
 namespace brinora::cli {
 namespace {
 
-// One option menu as the command line sees it.
+// An option flag with its menu and its place among the flags.
 struct MenuFlag {
     Menu menu;
     std::optional<int> OptionFlags::*flag;
-    const char* name;              // flag name
-    std::string_view settingsKey;  // stored menu index
-    std::span<const std::string_view> titles;
-    const char* what;              // what the option chooses
+    const OptionFlagInfo& info;
 };
 
 const MenuFlag kMenuFlags[] = {
-    {Menu::CO2Constants, &OptionFlags::constants, "--constants", settings::kCO2ConstantsInt,
-     options::kConstantsSetTitles, "the carbonic-acid constants set"},
-    {Menu::KHSO4, &OptionFlags::khso4, "--khso4", settings::kKHSO4Int, options::kKHSO4Titles,
-     "the KHSO4 constant"},
-    {Menu::pHScale, &OptionFlags::pHScale, "--ph-scale", settings::kpHScaleInt, options::kpHScaleTitles,
-     "the pH scale"},
-    {Menu::AirSeaFlux, &OptionFlags::flux, "--flux", settings::kAirSeaFluxInt, options::kAirSeaFluxTitles,
-     "the air-sea flux formula"},
+    {Menu::CO2Constants, &OptionFlags::constants, kOptionFlags[0]},
+    {Menu::KHSO4, &OptionFlags::khso4, kOptionFlags[1]},
+    {Menu::pHScale, &OptionFlags::pHScale, kOptionFlags[2]},
+    {Menu::AirSeaFlux, &OptionFlags::flux, kOptionFlags[3]},
 };
 
-int lastItem(const MenuFlag& menu) { return static_cast<int>(menu.titles.size()) - 1; }
+// -q/--quiet of the current command line.
+bool quietFlag = false;
 
-std::string menuHelp() {
-    std::string text =
-        "Options are menu item numbers; an option not given is read from the desktop program's stored\n"
-        "settings. Menu items:\n";
-    for (const MenuFlag& menu : kMenuFlags) {
-        text += std::string("  ") + menu.name + "\n";
-        for (int item = 1; item <= lastItem(menu); ++item) {
-            char number[16];
-            std::snprintf(number, sizeof number, "%6d  ", item);
-            text += number + std::string(menu.titles[static_cast<std::size_t>(item)]) + "\n";
-        }
+// A stored menu index as the desktop program writes it: a whole number
+// (blanks around it allowed); nothing when the text is something else.
+std::optional<int> storedIndex(std::string_view text) {
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+    const bool negative = !text.empty() && text.front() == '-';
+    if (negative) text.remove_prefix(1);
+    if (text.empty()) return std::nullopt;
+    for (const char c : text) {
+        if (c < '0' || c > '9') return std::nullopt;
     }
-    return text;
+    while (text.size() > 1 && text.front() == '0') text.remove_prefix(1);
+    if (text.size() > 4) return negative ? -10000 : 10000;  // out of every menu
+    int value = 0;
+    for (const char c : text) value = value * 10 + (c - '0');
+    return negative ? -value : value;
 }
 
 bool isDirectory(const std::string& path) {
@@ -63,15 +61,22 @@ bool isDirectory(const std::string& path) {
 
 void addOptionFlags(CLI::App& command, OptionFlags& flags) {
     for (const MenuFlag& menu : kMenuFlags) {
-        const std::string help = std::string("menu item of ") + menu.what + " (1.." +
-                                 std::to_string(lastItem(menu)) + "); default: stored setting \"" +
-                                 std::string(menu.settingsKey) + "\"";
-        command.add_option(menu.name, flags.*(menu.flag), help)
-            ->check(CLI::Range(1, lastItem(menu)))
-            ->option_text("K");
+        const OptionFlagInfo& info = menu.info;
+        const std::string help = std::string(info.what) + ": a number 1.." + std::to_string(info.lastItem()) +
+                                 " or a title; default: stored setting \"" + std::string(info.settingsKey) + "\"";
+        command.add_option(info.name, flags.*(menu.flag), help)
+            ->transform(optionChoiceCheck(info.menu))
+            ->option_text("N|TITLE");
     }
-    command.footer(menuHelp());
+    command.footer(optionChoicesHelp(true));
 }
+
+void addQuietFlag(CLI::App& command) {
+    command.add_flag("-q,--quiet", quietFlag,
+                     "print no progress bar and no notes on stderr (errors and warnings are still printed)");
+}
+
+bool quietRequested() { return quietFlag; }
 
 TerminalUi::TerminalUi(std::string commandName) : commandName_(std::move(commandName)) {}
 
@@ -109,7 +114,7 @@ void TerminalUi::setProgressIndicatorHidden(bool hidden) {
 
 void TerminalUi::setProgressIndicatorValue(double percent) {
     PlainUi::setProgressIndicatorValue(percent);
-    if (!drawProgress) return;
+    if (!drawProgress || quiet) return;
     constexpr int kWidth = 40;
     int filled = static_cast<int>(percent / 100.0 * kWidth + 0.5);
     if (filled < 0) filled = 0;
@@ -129,41 +134,72 @@ void TerminalUi::setProgressIndicatorValue(double percent) {
 }
 
 Session::Session(const std::string& commandName)
-    : name(commandName), defaults(loadStoredSettings()), ui(commandName), core(ui, defaults) {}
+    : name(commandName),
+      defaults(loadStoredSettings()),
+      settingsLocation(storedSettingsLocation()),
+      ui(commandName),
+      core(ui, defaults) {
+    ui.quiet = quietRequested();
+}
 
 void Session::error(const std::string& message) const {
     std::fprintf(stderr, "brinora %s: %s\n", name.c_str(), message.c_str());
 }
 
+void Session::note(const std::string& message) const {
+    if (!ui.quiet) error(message);
+}
+
+void Session::noteStoredSetting(std::string_view flag, const std::string& value, std::string_view key) const {
+    note(std::string(flag) + " not given: using " + value + " from the stored setting \"" + std::string(key) +
+         "\" in " + settingsLocation);
+}
+
 int applyOptions(Session& session, const OptionFlags& flags) {
-    for (const MenuFlag& menu : kMenuFlags) {
+    bool fromStored[std::size(kMenuFlags)] = {};
+    for (std::size_t k = 0; k < std::size(kMenuFlags); ++k) {
+        const MenuFlag& menu = kMenuFlags[k];
+        const OptionFlagInfo& info = menu.info;
         int item = 0;
         if (flags.*(menu.flag)) {
             item = *(flags.*(menu.flag));
-        } else {
-            const std::string stored = session.defaults.value(menu.settingsKey).value_or("0");
-            item = lenientInteger(stored);
-            if (item < 0 || item > lastItem(menu)) {
-                session.error("the stored setting \"" + std::string(menu.settingsKey) + "\" holds \"" + stored +
-                              "\", which is no item of the menu of " + menu.what + " (1.." +
-                              std::to_string(lastItem(menu)) + "); give " + menu.name);
+        } else if (const std::optional<std::string> stored = session.defaults.value(info.settingsKey)) {
+            const std::optional<int> index = storedIndex(*stored);
+            if (!index || *index < 0 || *index > info.lastItem()) {
+                session.error("the stored setting \"" + std::string(info.settingsKey) + "\" holds " +
+                              echoed(*stored) + ", which is no choice of " + info.name + " (1.." +
+                              std::to_string(info.lastItem()) + "); give " + info.name +
+                              " with a number or a title, or correct the setting in " + session.settingsLocation);
                 return 2;
             }
+            item = *index;
+            fromStored[k] = true;
         }
         session.ui.selectItem(menu.menu, item);
     }
     const int units = lenientInteger(session.defaults.value(settings::kWindSpeedUnitsInt).value_or("0"));
     session.ui.selectItem(Menu::WindSpeedUnits, units == 1 ? 1 : 0);
 
-    if (session.core.checkForConstants()) return 0;
+    if (session.core.checkForConstants()) {
+        for (std::size_t k = 0; k < std::size(kMenuFlags); ++k) {
+            if (!fromStored[k]) continue;
+            const OptionFlagInfo& info = kMenuFlags[k].info;
+            session.noteStoredSetting(info.name, info.describe(session.ui.selectedIndex(kMenuFlags[k].menu)),
+                                      info.settingsKey);
+        }
+        return 0;
+    }
+    // The form's message is printed; say which flag gives what it asks for.
     for (const MenuFlag& menu : kMenuFlags) {
         if (session.ui.selectedIndex(menu.menu) != 0) continue;
-        const std::string key(menu.settingsKey);
-        const std::string stored = session.defaults.value(menu.settingsKey)
-                                       ? "the stored setting \"" + key + "\" is the placeholder item 0"
-                                       : "there is no stored setting \"" + key + "\"";
-        std::fprintf(stderr, "hint: choose %s with %s 1..%d (not given on the command line, and %s)\n", menu.what,
-                     menu.name, lastItem(menu), stored.c_str());
+        const OptionFlagInfo& info = menu.info;
+        const std::string key(info.settingsKey);
+        const std::string stored =
+            session.defaults.value(info.settingsKey)
+                ? "the stored setting \"" + key + "\" in " + session.settingsLocation + " is 0, which chooses nothing"
+                : "there is no stored setting \"" + key + "\" in " + session.settingsLocation;
+        std::fprintf(stderr, "hint: choose %s with %s 1..%d or a title (not given on the command line, and %s)\n",
+                     info.what, info.name, info.lastItem(), stored.c_str());
     }
     return 2;
 }
@@ -174,10 +210,10 @@ std::function<void(const RunNote&)> noteWriter(const Session& session, const std
     auto shown = std::make_shared<std::size_t>(0);
     return [&session, input, shown](const RunNote& note) {
         if (++*shown > kShown) {
-            if (*shown == kShown + 1) session.error("warning: more remarks about the input are left out");
+            if (*shown == kShown + 1) session.note("warning: more remarks about the input are left out");
             return;
         }
-        session.error("warning: " + where(input, note.sourceLine) + note.text);
+        session.note("warning: " + where(input, note.sourceLine) + note.text);
     };
 }
 
@@ -211,7 +247,7 @@ std::unique_ptr<ByteSink> makeStandardOutputSink() { return std::make_unique<Sta
 
 void addJobsFlag(CLI::App& command, unsigned& jobs) {
     command.add_option("-j,--jobs", jobs, "threads that compute the samples (default: one per core)")
-        ->check(CLI::Range(1u, 4096u))
+        ->transform(wholeNumberCheck(1, 4096))
         ->option_text("N");
 }
 

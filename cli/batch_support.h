@@ -28,9 +28,15 @@ struct OptionFlags {
     std::optional<int> flux;       // --flux 1..3
 };
 
-// Adds --constants, --khso4, --ph-scale and --flux, and a help footer that
-// lists the menu items.
+// Adds --constants, --khso4, --ph-scale and --flux (a number or a title), and
+// a help footer that lists the titles with their numbers.
 void addOptionFlags(CLI::App& command, OptionFlags& flags);
+
+// Adds -q/--quiet: no progress bar and no notes on stderr. Every subcommand
+// adds it; the Session of the run that follows picks it up.
+void addQuietFlag(CLI::App& command);
+// Whether -q/--quiet was given on this command line.
+bool quietRequested();
 
 // The terminal as the controller's interface objects: errors on stderr,
 // alerts on stdout, a progress bar on stderr when it is a terminal.
@@ -47,6 +53,8 @@ public:
     bool drawProgress = false;
     // Alerts go to stderr (standard output carries the run's output).
     bool alertsToStderr = false;
+    // -q/--quiet: never draw the progress bar, whatever drawProgress says.
+    bool quiet = false;
 
 private:
     std::string commandName_;
@@ -60,16 +68,24 @@ struct Session {
     explicit Session(const std::string& commandName);
     // Writes "brinora <command>: <message>" to stderr.
     void error(const std::string& message) const;
+    // The same for a note that -q/--quiet leaves out.
+    void note(const std::string& message) const;
+    // Notes that `flag` was not given and the stored setting `key` gave
+    // `value`: "--lines not given: using 5 from the stored setting
+    // "NumberOfLinesInPreview" in <settings file>".
+    void noteStoredSetting(std::string_view flag, const std::string& value, std::string_view key) const;
 
     std::string name;
     MemorySettings defaults;
+    // Where `defaults` were read from (the settings file's path).
+    std::string settingsLocation;
     TerminalUi ui;
     BrinoraAppControllerCore core;
 };
 
-// Puts the options on the menus (flags first, then the stored settings) and
-// runs the controller's option check. Returns 0, or the exit status 2 after
-// the message and a hint naming the flag.
+// Puts the options on the menus (flags first, then the stored settings, each
+// of which is noted on stderr) and runs the controller's option check.
+// Returns 0, or the exit status 2 after the message and a hint naming the flag.
 int applyOptions(Session& session, const OptionFlags& flags);
 
 // Remarks of a run about its input ("warning: INPUT:LINE: ...") on stderr.

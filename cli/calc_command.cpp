@@ -1,36 +1,21 @@
 #include "cli/calc_command.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <string>
 
+#include "batch/controller_core.h"
+#include "batch/plain_ui.h"
+#include "cli/batch_support.h"
+#include "cli/flag_values.h"
+#include "cli/option_flags.h"
 #include "engine/board.h"
 #include "engine/compute_co2.h"
 #include "engine/slots.h"
 
 namespace brinora::cli {
 namespace {
-
-// Reads a whole argument as a number; the board keeps it as a float.
-bool parseNumber(const std::string& text, float& value) {
-    if (text.empty()) return false;
-    errno = 0;
-    char* end = nullptr;
-    const double parsed = std::strtod(text.c_str(), &end);
-    if (end != text.c_str() + text.size()) return false;
-    value = static_cast<float>(parsed);
-    return true;
-}
-
-const CLI::Validator kNumber(
-    [](std::string& text) -> std::string {
-        float ignored = 0.0f;
-        return parseNumber(text, ignored) ? std::string() : "'" + text + "' is not a number";
-    },
-    "NUMBER");
 
 // One input of the sample: its flag, board slot and help text.
 struct SampleInput {
@@ -59,21 +44,9 @@ constexpr SampleInput kSampleInputs[] = {
     {"--wind", slot::kWindSpeed, "wind speed [m/s], for the air-sea flux", false},
 };
 
-// One option menu: its flag, board slot and the number of items after the placeholder.
-struct OptionInput {
-    const char* flag;
-    std::uint32_t slot;
-    int items;
-    const char* help;
-};
-
-constexpr OptionInput kOptionInputs[] = {
-    {"--constants", slot::kConstantsSet, 14, "carbonic-acid constants set, menu item 1..14"},
-    {"--khso4", slot::kKHSO4, 2, "bisulfate constant, menu item 1..2 (1 Dickson, 2 Khoo)"},
-    {"--ph-scale", slot::kpHScale, 4, "pH scale, menu item 1..4 (Total, Seawater, Free, NBS)"},
-    {"--flux", slot::kAirSeaFlux, 3,
-     "air-sea flux formula, menu item 1..3 (Wanninkhof, Nightingale, Ho)"},
-};
+// Board slots of the four option flags, in the order of kOptionFlags.
+constexpr std::uint32_t kOptionSlots[] = {slot::kConstantsSet, slot::kKHSO4, slot::kpHScale, slot::kAirSeaFlux};
+static_assert(std::size(kOptionSlots) == std::tuple_size_v<decltype(kOptionFlags)>);
 
 // A result row: name, unit and the slots at input and at output conditions.
 struct ResultRow {
@@ -131,12 +104,65 @@ void printBoard(const Board& board) {
     }
 }
 
+// The flag that sets board slot `pos`.
+const char* flagOfSlot(std::uint32_t pos) {
+    for (const SampleInput& input : kSampleInputs) {
+        if (input.slot == pos) return input.flag;
+    }
+    return "";
+}
+
+// Text of an input given on the command line, "" when it was not given.
+std::string givenText(const CalcArguments& args, std::uint32_t pos) {
+    const auto found = args.values.find(pos);
+    return found == args.values.end() ? std::string() : found->second;
+}
+
+// The form's option check on the command line's choices and flux inputs: a
+// flux needs both the wind speed and the pCO2 of the air, or neither (then
+// both are 0 and so is the flux). Prints the form's message and the flag that
+// is missing; false when the sample is not to be computed.
+bool checkOptions(const CalcArguments& args) {
+    PlainUi ui;
+    ui.onPresentError = [](const PresentedError& error) {
+        std::fprintf(stderr, "brinora calc: %s\n", error.localizedDescription.c_str());
+    };
+    for (const auto& [pos, item] : args.items) {
+        if (pos == slot::kConstantsSet) ui.selectItem(Menu::CO2Constants, item);
+        if (pos == slot::kKHSO4) ui.selectItem(Menu::KHSO4, item);
+        if (pos == slot::kpHScale) ui.selectItem(Menu::pHScale, item);
+        if (pos == slot::kAirSeaFlux) ui.selectItem(Menu::AirSeaFlux, item);
+    }
+    const std::string airPCO2 = givenText(args, slot::kpCO2Air);
+    const std::string wind = givenText(args, slot::kWindSpeed);
+    ui.setText(TextField::PCO2Air, airPCO2);
+    ui.setText(TextField::Windspeed, wind);
+    MemorySettings none;
+    BrinoraAppControllerCore core(ui, none);
+    if (core.checkForConstants()) return true;
+    if (airPCO2.empty() && !wind.empty()) {
+        std::fputs("hint: the air-sea flux needs the pCO2 of the air as well as the wind speed: give --pco2-air "
+                   "[uatm], or leave out --wind\n",
+                   stderr);
+    } else if (!airPCO2.empty() && wind.empty()) {
+        std::fputs("hint: the air-sea flux needs the wind speed as well as the pCO2 of the air: give --wind [m/s], "
+                   "or leave out --pco2-air\n",
+                   stderr);
+    }
+    return false;
+}
+
 int runCalc(const CalcArguments& args) {
+    if (!checkOptions(args)) return 2;
     Board board;
     for (const auto& [pos, text] : args.values) {
-        float value = 0.0f;
-        parseNumber(text, value);
-        board.set(pos, value);
+        const FloatText read = readFloat(text);
+        if (read.overflow) {
+            std::fprintf(stderr,
+                         "brinora calc: warning: %s %s is beyond the float range (3.4e38) and is computed as %s\n",
+                         flagOfSlot(pos), echoed(text).c_str(), read.value > 0 ? "infinity" : "minus infinity");
+        }
+        board.set(pos, read.value);
     }
     for (const auto& [pos, item] : args.items) {
         board.set(pos, static_cast<float>(item - 1));
@@ -182,18 +208,24 @@ void addCalcCommand(CLI::App& app, int& exitStatus) {
         CLI::Option* option = calc->add_option_function<std::string>(
             input.flag, [args, input](const std::string& text) { args->values[input.slot] = text; },
             input.help);
-        option->check(kNumber);
+        option->check(numberCheck());
         if (input.required) option->required();
     }
-    for (const OptionInput& input : kOptionInputs) {
+    for (std::size_t k = 0; k < kOptionFlags.size(); ++k) {
+        const OptionFlagInfo& info = kOptionFlags[k];
+        const std::uint32_t pos = kOptionSlots[k];
         calc->add_option_function<int>(
-                input.flag, [args, input](const int& item) { args->items[input.slot] = item; },
-                input.help)
+                info.name, [args, pos](const int& item) { args->items[pos] = item; },
+                std::string(info.what) + ": a number 1.." + std::to_string(info.lastItem()) + " or a title")
             ->required()
-            ->check(CLI::Range(1, input.items));
+            ->transform(optionChoiceCheck(info.menu))
+            ->option_text("N|TITLE");
     }
     calc->add_flag("--board", args->board,
                    "print the 100 board slots as 'SLOT VALUE' lines (%.9g) instead of the table");
+    addQuietFlag(*calc);
+    calc->footer("The air-sea flux needs both --wind and --pco2-air; with neither, it is 0.\n" +
+                 optionChoicesHelp(false));
     calc->callback([args, &exitStatus] { exitStatus = runCalc(*args); });
 }
 

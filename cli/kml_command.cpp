@@ -75,6 +75,7 @@ void addKmlCommand(CLI::App& app, int& exitStatus) {
         ->required();
     command->add_option("-o,--output", args->output, "KML document to write; - for standard output")->required();
     addOptionFlags(*command, args->options);
+    addQuietFlag(*command);
     command->add_flag("--force", args->force, "replace an existing KML document");
     addJobsFlag(*command, args->jobs);
     command->add_flag("-v,--verbose", args->verbose,

@@ -5,9 +5,12 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <string>
 
 #include "cli/batch_commands.h"
 #include "cli/calc_command.h"
+#include "cli/stored_settings.h"
+#include "cli/usage_errors.h"
 
 namespace {
 
@@ -27,6 +30,10 @@ int run(int argc, char** argv) {
     CLI::App app{"Brinora: the carbonate system of seawater"};
     app.set_version_flag("--version", "brinora 0.1.0");
     app.require_subcommand(1);
+    app.footer(std::string("Environment:\n  ") + brinora::cli::kSettingsFileVariable +
+               "=FILE\n"
+               "      an INI file to read the stored settings from instead of the desktop program's own;\n"
+               "      batch, preview and kml take the options not given on the command line from them");
 
     int exitStatus = 0;
     brinora::cli::addCalcCommand(app, exitStatus);
@@ -43,7 +50,8 @@ int run(int argc, char** argv) {
     } catch (const CLI::CallForVersion& e) {
         return app.exit(e);
     } catch (const CLI::ParseError& e) {
-        app.exit(e);
+        // Every command-line error: one short message and status 2.
+        std::fputs(brinora::cli::usageErrorText(app, e).c_str(), stderr);
         return 2;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "brinora: %s\n", e.what());

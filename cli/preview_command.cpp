@@ -7,6 +7,7 @@
 #include "batch/output_record.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
+#include "cli/flag_values.h"
 #include "log/log.h"
 
 namespace brinora::cli {
@@ -148,11 +149,13 @@ void addPreviewCommand(CLI::App& app, int& exitStatus) {
         ->required();
     command->add_option("-n,--lines", args->lines,
                         "number of lines to preview; default: stored setting \"NumberOfLinesInPreview\", else 5")
-        ->check(CLI::NonNegativeNumber);
+        ->transform(wholeNumberCheck(0, 2147483647))
+        ->option_text("N");
     command->add_option("--columns", args->columns, "columns to show, as keys of the preview record")
         ->delimiter(',')
         ->option_text("KEY,...");
     addOptionFlags(*command, args->options);
+    addQuietFlag(*command);
     command->add_flag("-v,--verbose", args->verbose, "print the log lines on stderr");
     command->callback([args, &exitStatus] { exitStatus = runPreview(*args); });
 }

@@ -168,8 +168,8 @@ TEST_F(BatchCommandTest, OptionsOnTheirPlaceholderGiveTheSelectMessage) {
     const auto lines = splitLines(result.err);
     ASSERT_EQ(lines.size(), 4u) << result.err;
     EXPECT_EQ(lines[0], "brinora batch: " + kSelectMessage);
-    EXPECT_EQ(lines[1], "hint: choose the KHSO4 constant with --khso4 1..2 (not given on the command line, and "
-                        "there is no stored setting \"khso4Int\")");
+    EXPECT_EQ(lines[1], "hint: choose the KHSO4 constant with --khso4 1..2 or a title (not given on the command "
+                        "line, and there is no stored setting \"khso4Int\" in " + settingsFile + ")");
     EXPECT_NE(lines[2].find("--ph-scale 1..4"), std::string::npos);
     EXPECT_NE(lines[3].find("--flux 1..3"), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(path("out.csv")));
@@ -180,9 +180,9 @@ TEST_F(BatchCommandTest, StoredPlaceholderNamesTheSetting) {
     const CommandResult result = run({"kml", kExample, "-o", path("out.kml")}, false);
     EXPECT_EQ(result.status, 2);
     EXPECT_EQ(result.err, "brinora kml: " + kSelectMessage +
-                              "\nhint: choose the carbonic-acid constants set with --constants 1..14 (not given on "
-                              "the command line, and the stored setting \"co2constantsInt\" is the placeholder "
-                              "item 0)\n");
+                              "\nhint: choose the carbonic-acid constants set with --constants 1..14 or a title (not "
+                              "given on the command line, and the stored setting \"co2constantsInt\" in " +
+                              settingsFile + " is 0, which chooses nothing)\n");
 }
 
 TEST_F(BatchCommandTest, StoredOptionsAreUsed) {
