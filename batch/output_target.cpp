@@ -258,11 +258,15 @@ std::unique_ptr<OutputTarget> OutputTarget::open(const std::string& path, Output
     }
 
     // Append.
-    target->fd_ = ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    // Read too: its first line and its last byte are looked at.
+    target->fd_ = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
     if (target->fd_ < 0) {
         const int e = errno;
         if (e == EACCES || e == EPERM || e == EROFS) {
-            return refuse("the output " + shown + " cannot be written: " + errnoText(e), e);
+            const int writable = ::open(file.c_str(), O_WRONLY | O_CLOEXEC);
+            if (writable < 0) return refuse("the output " + shown + " cannot be written: " + errnoText(errno), errno);
+            ::close(writable);
+            return refuse("cannot append to " + shown + ": it cannot be read: " + errnoText(e), e);
         }
         return refuse("cannot append to " + shown + ": " + errnoText(e), e);
     }
