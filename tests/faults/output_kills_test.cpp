@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -137,11 +138,17 @@ protected:
         return names;
     }
 
-    // How long an uninterrupted run of `mode` takes, seconds.
+    // How long an uninterrupted run of `mode` takes, seconds: the shortest
+    // of three, so that a busy moment does not push the kills past the end.
     double timeOneRun(const std::string& mode) {
-        Writer writer(dir, {mode, target, "Z", std::to_string(kBlocks)});
-        EXPECT_EQ(writer.wait(), 0) << writer.err();
-        return writer.seconds();
+        double shortest = 1e9;
+        for (int k = 0; k < 3; ++k) {
+            if (mode == "create") fs::remove(target);
+            Writer writer(dir, {mode, target, "Z", std::to_string(kBlocks)});
+            EXPECT_EQ(writer.wait(), 0) << writer.err();
+            shortest = std::min(shortest, writer.seconds());
+        }
+        return shortest;
     }
 
     // A kill moment from the start to a little after the usual end.
