@@ -4,7 +4,8 @@
 #   make test-sanitize  every test again, built with AddressSanitizer and UBSan
 #   make fuzz           build the fuzz targets (clang, libFuzzer) and run each
 #                       for FUZZ_SECONDS seconds
-#   make bench          build the benchmarks in BENCH_DIR, run them, print a table
+#   make bench          build the benchmarks in BENCH_DIR, run them, print a table,
+#                       then kill 200 batch runs per output mode (tests/crash)
 
 BUILD_DIR ?= build
 BUILD_TYPE ?= Release
@@ -112,3 +113,4 @@ bench: bench-deps
 	  -DBRINORA_BUILD_GUI=OFF
 	cmake --build $(BENCH_DIR) -j $(JOBS) --target $(BENCH_TARGETS)
 	bench/run.sh $(BENCH_DIR)
+	tests/crash/kill_runs.sh $(BENCH_DIR)/cli/brinora 200

@@ -5,10 +5,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
+
+#include "batch/aside_file.h"
 
 namespace brinora {
 namespace {
@@ -19,62 +21,30 @@ WriteResult failure(const std::string& what, int errorNumber) {
     return WriteResult{false, errorNumber, what + ": " + errnoText(errorNumber)};
 }
 
-// Writes all of `bytes` to `fd`, resuming after interrupted or short writes.
-bool writeAll(int fd, std::string_view bytes, int& errorNumber) {
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            errorNumber = errno;
-            return false;
-        }
-        if (n == 0) {
-            errorNumber = EIO;
-            return false;
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
 }  // namespace
 
 WriteResult writeFileAtomically(const std::string& path, std::string_view content) {
-    static std::atomic<unsigned> counter{0};
-    std::string temporary;
-    int fd = -1;
-    for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-        temporary = path + ".brinora-" + std::to_string(::getpid()) + "-" +
-                    std::to_string(counter.fetch_add(1)) + ".tmp";
-        fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd < 0 && errno != EEXIST) return failure("cannot create \"" + temporary + "\"", errno);
-    }
-    if (fd < 0) return failure("cannot create a temporary file beside \"" + path + "\"", EEXIST);
-
+    const std::size_t slash = path.rfind('/');
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    const int folderFd = openFolder(directoryOf(path));
+    if (folderFd < 0) return failure("cannot create \"" + path + "\"", errno);
+    // A file that is replaced keeps its permission bits.
+    struct stat old {};
+    const bool replacing = ::fstatat(folderFd, name.c_str(), &old, 0) == 0 && S_ISREG(old.st_mode);
     int errorNumber = 0;
-    if (!writeAll(fd, content, errorNumber)) {
-        ::close(fd);
-        ::unlink(temporary.c_str());
-        return failure("cannot write \"" + path + "\"", errorNumber);
+    std::unique_ptr<AsideFile> file =
+        AsideFile::create(folderFd, replacing ? (old.st_mode & 07777) : 0666, replacing, errorNumber);
+    WriteResult result{true, 0, {}};
+    if (!file) {
+        result = failure("cannot create \"" + path + "\"", errorNumber);
+    } else if (!file->write(content, errorNumber)) {
+        result = failure("cannot write \"" + path + "\"", errorNumber);
+    } else if (!file->publish(name, true, errorNumber)) {
+        result = failure((file->published() ? "cannot write \"" : "cannot replace \"") + path + "\"", errorNumber);
     }
-    if (::fsync(fd) != 0 && errno != EINVAL && errno != EROFS) {
-        errorNumber = errno;
-        ::close(fd);
-        ::unlink(temporary.c_str());
-        return failure("cannot write \"" + path + "\"", errorNumber);
-    }
-    if (::close(fd) != 0) {
-        errorNumber = errno;
-        ::unlink(temporary.c_str());
-        return failure("cannot write \"" + path + "\"", errorNumber);
-    }
-    if (::rename(temporary.c_str(), path.c_str()) != 0) {
-        errorNumber = errno;
-        ::unlink(temporary.c_str());
-        return failure("cannot replace \"" + path + "\"", errorNumber);
-    }
-    return WriteResult{true, 0, {}};
+    file.reset();
+    ::close(folderFd);
+    return result;
 }
 
 WriteResult appendToExistingFile(const std::string& path, std::string_view bytes) {

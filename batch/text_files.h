@@ -17,8 +17,9 @@ struct WriteResult {
     std::string message;  // "what: reason" when !ok
 };
 
-// Replaces the file at `path` with `content` atomically: written to a new
-// file in the same folder, then renamed over `path`.
+// Replaces the file at `path` with `content` atomically: written aside in the
+// same folder, flushed, then renamed over `path` (see AsideFile). A replaced
+// file keeps its permission bits.
 WriteResult writeFileAtomically(const std::string& path, std::string_view content);
 
 // Appends `bytes` to the existing file at `path` with a single write on a

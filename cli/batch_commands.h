@@ -10,5 +10,7 @@ namespace brinora::cli {
 void addBatchCommand(CLI::App& app, int& exitStatus);
 void addPreviewCommand(CLI::App& app, int& exitStatus);
 void addKmlCommand(CLI::App& app, int& exitStatus);
+// `brinora repair FILE`: rolls back an append that was cut short.
+void addRepairCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace brinora::cli

@@ -40,6 +40,7 @@ int run(int argc, char** argv) {
     brinora::cli::addBatchCommand(app, exitStatus);
     brinora::cli::addPreviewCommand(app, exitStatus);
     brinora::cli::addKmlCommand(app, exitStatus);
+    brinora::cli::addRepairCommand(app, exitStatus);
 
     try {
         app.parse(argc, argv);

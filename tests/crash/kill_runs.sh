@@ -1,0 +1,201 @@
+#!/usr/bin/env bash
+# Kills `brinora batch` at random moments and checks what it leaves behind.
+#
+#   tests/crash/kill_runs.sh BRINORA_BINARY COUNT [SEED]
+#
+# A batch input of 300000 samples is run once without interruption (the
+# reference output), then COUNT times in each of the three output modes, each
+# run killed with SIGKILL after a random delay between 0 and 1.2 times the
+# reference run's time:
+#   new       the output is absent or exactly the reference;
+#   --force   the output is the previous file or exactly the reference, and
+#             keeps its permission bits (0640);
+#   --append  the previous bytes are intact; after the next run (every other
+#             kill `brinora repair` first, else the next append's own
+#             rollback) the file is exactly the previous bytes and one
+#             complete run.
+# Exit status 0 when every check held, 1 otherwise; one line per failure.
+set -u
+
+if [ $# -lt 2 ]; then
+    echo "usage: $0 BRINORA_BINARY COUNT [SEED]" >&2
+    exit 2
+fi
+BRINORA=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
+COUNT=$2
+SEED=${3:-$$}
+LINES=300000
+OPTIONS=(--constants 13 --khso4 1 --ph-scale 1 --flux 1)
+
+WORK=$(mktemp -d "${TMPDIR:-/tmp}/brinora-crash-XXXXXX")
+trap 'rm -rf "$WORK"' EXIT
+export BRINORA_SETTINGS_FILE="$WORK/settings.ini"
+mkdir "$WORK/out"
+OUT="$WORK/out/cruise_Brinora.csv"
+failures=0
+
+fail() {
+    echo "FAIL $*"
+    failures=$((failures + 1))
+}
+
+# The batch input: the benchmark's cruise maker when it was built, else awk.
+INPUT="$WORK/cruise.csv"
+MAKER="$(dirname "$BRINORA")/../bench/brinora_make_cruise"
+if [ -x "$MAKER" ]; then
+    "$MAKER" "$LINES" "$INPUT" 7 || exit 1
+else
+    awk -v lines="$LINES" 'BEGIN {
+        print "SampleID,Name,Time,Date,Latitude,Longitude,Salinity,Temperature,Pressure,Phosphate,Silicate," \
+              "TempOut,PressureOut,TA,TCO2,pH,fCO2,pCO2,pCO2air,Windspeed,Comment"
+        for (n = 1; n <= lines; n++)
+            printf "%d,St %d,10:00,1/2/2023,%.2f,%.2f,%.1f,%.1f,%d,1,5,,,%d,%d,,,,400,7,ok\n",
+                   n, n / 24, -60 + (n % 120), -180 + (n % 360), 33 + (n % 30) / 10, 2 + (n % 25),
+                   (n % 24) * 250, 2250 + (n % 100), 1950 + (n % 120)
+    }' > "$INPUT"
+fi
+
+now() { date +%s%N; }
+
+# The reference output of one uninterrupted run.
+REFERENCE="$WORK/reference.csv"
+started=$(now)
+if ! "$BRINORA" batch "$INPUT" -o "$REFERENCE" "${OPTIONS[@]}" > /dev/null 2> "$WORK/reference.err"; then
+    echo "the reference run failed:" >&2
+    cat "$WORK/reference.err" >&2
+    exit 1
+fi
+RUN_NS=$(( $(now) - started ))
+BODY="$WORK/body.csv"         # the reference's records, without the header
+tail -n +2 "$REFERENCE" > "$BODY"
+OLD="$WORK/old.csv"           # a previous output: the header and five records
+head -n 6 "$REFERENCE" > "$OLD"
+echo "reference run: $(wc -l < "$REFERENCE") lines, $((RUN_NS / 1000000)) ms; seed $SEED"
+
+# A delay in seconds, uniform between 0 and 1.2 reference runs.
+delay() {
+    awk -v seed="$1" -v ns="$RUN_NS" 'BEGIN { srand(seed); printf "%.4f", rand() * 1.2 * ns / 1e9 }'
+}
+
+# Runs brinora batch with the given flags, kills it after the delay; sets
+# `status` (137 when killed).
+run_and_kill() {
+    local wait_for=$1
+    shift
+    "$BRINORA" batch "$INPUT" -o "$OUT" "${OPTIONS[@]}" "$@" > /dev/null 2>> "$WORK/runs.err" &
+    local pid=$!
+    sleep "$wait_for"
+    kill -KILL "$pid" 2> /dev/null
+    # (no "Killed" notice from the shell)
+    { wait "$pid"; } 2> /dev/null
+    status=$?
+}
+
+# Names beside the output other than the output itself. Hidden files of a
+# run killed between naming its file and the rename are complete copies and
+# are removed here; anything else is reported.
+check_strays() {
+    local mode=$1 name
+    for name in $(ls -A "$WORK/out"); do
+        [ "$name" = "$(basename "$OUT")" ] && continue
+        case "$name" in
+        .brinora-t*)
+            cmp -s "$WORK/out/$name" "$REFERENCE" || fail "$mode: the left-over file $name is not a complete output"
+            rm -f "$WORK/out/$name" ;;
+        .brinora-j*) ;;  # an append's journal, rolled back by the next run
+        *) fail "$mode: an unexpected file $name beside the output" ;;
+        esac
+    done
+}
+
+size() { stat -c %s "$1"; }
+is_prefix() { [ "$(size "$1")" -ge "$(size "$2")" ] && head -c "$(size "$2")" "$1" | cmp -s - "$2"; }
+
+# ---------------------------------------------------------------- new file
+cut=0
+for ((k = 1; k <= COUNT; k++)); do
+    rm -f "$OUT"
+    d=$(delay $((SEED + k)))
+    run_and_kill "$d"
+    if [ -e "$OUT" ] || [ -L "$OUT" ]; then
+        cmp -s "$OUT" "$REFERENCE" ||
+            fail "new, kill $k after ${d}s (status $status): a torn output of $(size "$OUT") bytes, $(wc -l < "$OUT") lines"
+    else
+        cut=$((cut + 1))
+    fi
+    check_strays new
+done
+echo "new: $COUNT kills, $cut before the output appeared"
+
+# ---------------------------------------------------------------- --force
+cut=0
+for ((k = 1; k <= COUNT; k++)); do
+    cp "$OLD" "$OUT"
+    chmod 0640 "$OUT"
+    d=$(delay $((SEED + 1000 + k)))
+    run_and_kill "$d" --force
+    if cmp -s "$OUT" "$OLD"; then
+        cut=$((cut + 1))
+    elif ! cmp -s "$OUT" "$REFERENCE"; then
+        fail "--force, kill $k after ${d}s (status $status): neither the previous file nor a complete output" \
+             "($(size "$OUT") bytes, $(wc -l < "$OUT") lines)"
+    fi
+    [ "$(stat -c %a "$OUT")" = 640 ] || fail "--force, kill $k: permission bits $(stat -c %a "$OUT") instead of 640"
+    check_strays --force
+done
+echo "--force: $COUNT kills, $cut with the previous file kept"
+
+# ---------------------------------------------------------------- --append
+cut=0
+FULL="$WORK/full.csv"          # the previous bytes and one whole run
+cat "$OLD" "$BODY" > "$FULL"
+EXPECTED="$WORK/expected.csv"
+for ((k = 1; k <= COUNT; k++)); do
+    cp "$OLD" "$OUT"
+    d=$(delay $((SEED + 2000 + k)))
+    run_and_kill "$d" --append
+    if ! is_prefix "$OUT" "$OLD"; then
+        fail "--append, kill $k after ${d}s (status $status): the previous bytes were changed"
+        continue
+    fi
+    journal=$(ls -A "$WORK/out" | grep -c '^\.brinora-j')
+    if [ $((k % 2)) -eq 1 ]; then
+        if ! "$BRINORA" repair "$OUT" > "$WORK/repair.out" 2>&1; then
+            fail "--append, kill $k: brinora repair failed: $(cat "$WORK/repair.out")"
+            continue
+        fi
+        journal=0
+    fi
+    # What the file holds once a cut-short run is undone: the previous bytes,
+    # or the previous bytes and the whole run when it ended before the kill.
+    if [ "$journal" -ne 0 ]; then
+        base="$OLD"
+    elif cmp -s "$OUT" "$OLD"; then
+        base="$OLD"
+    elif cmp -s "$OUT" "$FULL"; then
+        base="$FULL"
+    else
+        fail "--append, kill $k after ${d}s (status $status): records of the run were left" \
+             "($(size "$OUT") bytes, $(wc -l < "$OUT") lines; expected $(size "$OLD") or $(size "$FULL"))"
+        continue
+    fi
+    [ "$base" = "$OLD" ] && cut=$((cut + 1))
+    # The same append again, uninterrupted.
+    if ! "$BRINORA" batch "$INPUT" -o "$OUT" "${OPTIONS[@]}" --append > /dev/null 2> "$WORK/again.err"; then
+        fail "--append, kill $k: the next run failed: $(cat "$WORK/again.err")"
+        continue
+    fi
+    cat "$base" "$BODY" > "$EXPECTED"
+    cmp -s "$OUT" "$EXPECTED" ||
+        fail "--append, kill $k after ${d}s (status $status): after the next run $(size "$OUT") bytes," \
+             "$(wc -l < "$OUT") lines instead of $(size "$EXPECTED") bytes, $(wc -l < "$EXPECTED") lines"
+    check_strays --append
+    [ -z "$(ls -A "$WORK/out" | grep '^\.brinora-j')" ] || fail "--append, kill $k: a journal is left after the next run"
+done
+echo "--append: $COUNT kills, $cut cut short and undone"
+
+if [ "$failures" -ne 0 ]; then
+    echo "$failures failure(s)"
+    exit 1
+fi
+echo "all checks held"
