@@ -101,7 +101,9 @@ def _as_float32(name, value):
     if kind == "f":
         if array.dtype.itemsize > 8:
             array = array.astype(np.float64)
-        return array.astype(np.float32, copy=False)
+        # A value beyond float32 becomes infinite; the sample is then refused.
+        with np.errstate(over="ignore"):
+            return array.astype(np.float32, copy=False)
     if kind in "biu":
         return array.astype(np.float64).astype(np.float32)
     raise TypeError(f"{name}: numbers are needed, not an array of dtype {array.dtype} "
