@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "app/option_choice.h"
+#include "app/option_titles.h"
 #include "engine/board.h"
 #include "engine/compute_co2.h"
 #include "engine/slots.h"
@@ -253,6 +254,15 @@ PYBIND11_MODULE(_brinora, m) {
     for (const Result& r : kResults) resultNames.append(r.name);
     m.attr("RESULT_NAMES") = py::tuple(resultNames);
     m.attr("STATUS_MESSAGES") = py::tuple(py::cast(statusMessages()));
+    // Menu titles of the four options; item k is element k (element 0 is the placeholder).
+    auto titles = [](auto const& list) {
+        py::list out;
+        for (std::string_view title : list) out.append(py::str(title.data(), title.size()));
+        return py::tuple(out);
+    };
+    m.attr("OPTION_TITLES") = py::make_tuple(
+        titles(brinora::options::kConstantsSetTitles), titles(brinora::options::kKHSO4Titles),
+        titles(brinora::options::kpHScaleTitles), titles(brinora::options::kAirSeaFluxTitles));
     m.attr("hardware_threads") = std::max(1u, std::thread::hardware_concurrency());
 
     m.def("compute", &compute, py::arg("inputs"), py::arg("n"), py::arg("items"), py::arg("threads"),

@@ -24,7 +24,7 @@ from . import _brinora
 from ._quantities import PH_TOTAL_STANDARD_NAME, QUANTITIES
 from ._version import __version__
 
-__all__ = ["compute", "Result", "option_item", "option_items", "QUANTITIES", "RESULT_NAMES",
+__all__ = ["compute", "Result", "option_item", "option_items", "option_title", "QUANTITIES", "RESULT_NAMES",
            "STATUS_MESSAGES", "PARAMETERS", "__version__"]
 
 #: Names of the results, in the order of the compiled core.
@@ -49,6 +49,11 @@ def option_item(option, value):
     if option not in _MENUS:
         raise ValueError(f"unknown option {option!r}: one of {', '.join(_MENUS)}")
     return _brinora.option_item(_MENUS[option], value)
+
+
+def option_title(option, item):
+    """The menu title of item number ``item`` of ``option``."""
+    return _brinora.OPTION_TITLES[_MENUS[option]][option_item(option, item)]
 
 
 def option_items(constants=None, khso4=None, ph_scale=None, flux=None):
