@@ -102,7 +102,7 @@ fuzz: fuzz-deps
 # batch`, in a Release folder of their own; bench/run.sh prints the table
 # (BENCH_HUGE=1 adds a 10^7-line file; see bench/README.md).
 BENCH_DIR ?= build-bench
-BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cruise brinora_board_digest
+BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cruise brinora_board_digest _brinora
 
 .PHONY: bench bench-deps
 
@@ -114,3 +114,4 @@ bench: bench-deps
 	  -DBRINORA_BUILD_GUI=OFF
 	cmake --build $(BENCH_DIR) -j $(JOBS) --target $(BENCH_TARGETS)
 	bench/run.sh $(BENCH_DIR)
+	PYTHONPATH=$(BENCH_DIR)/python /usr/bin/python3 bench/python_bench.py
