@@ -12,7 +12,9 @@ BUILD_TYPE ?= Release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
 # Debian packages the build and the tests need.
-PACKAGES := cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev qt6-base-dev xvfb xauth
+PACKAGES := cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev qt6-base-dev xvfb xauth \
+  pybind11-dev python3-dev python3-numpy python3-pandas python3-xarray python3-dask python3-distributed \
+  python3-netcdf4 python3-pytest
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
@@ -101,7 +103,7 @@ fuzz: fuzz-deps
 # batch`, in a Release folder of their own; bench/run.sh prints the table
 # (BENCH_HUGE=1 adds a 10^7-line file; see bench/README.md).
 BENCH_DIR ?= build-bench
-BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cruise brinora_board_digest
+BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cruise brinora_board_digest _brinora
 
 .PHONY: bench bench-deps
 
@@ -114,3 +116,4 @@ bench: bench-deps
 	cmake --build $(BENCH_DIR) -j $(JOBS) --target $(BENCH_TARGETS)
 	bench/run.sh $(BENCH_DIR)
 	tests/crash/kill_runs.sh $(BENCH_DIR)/cli/brinora 200
+	PYTHONPATH=$(BENCH_DIR)/python /usr/bin/python3 bench/python_bench.py

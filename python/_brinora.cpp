@@ -1,0 +1,274 @@
+// The compiled half of the brinora Python module: the per-sample loop over
+// flat single-precision input arrays, run on worker threads without the GIL.
+// Each worker keeps its own field board and K0/FugFac, so the samples are
+// computed exactly as `brinora calc` computes one.
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "app/option_choice.h"
+#include "app/option_titles.h"
+#include "engine/board.h"
+#include "engine/compute_co2.h"
+#include "engine/slots.h"
+#include "log/log.h"
+
+namespace py = pybind11;
+
+namespace brinora::python {
+namespace {
+
+// The fourteen sample inputs in board order, slots 11..24.
+constexpr int kInputCount = 14;
+constexpr const char* kInputNames[kInputCount] = {
+    "salinity", "temperature", "pressure", "phosphate", "silicate",
+    "temperature_out", "pressure_out", "ta", "tco2", "ph", "fco2", "pco2",
+    "pco2_air", "wind_speed"};
+// The same inputs as the messages name them.
+constexpr const char* kInputWords[kInputCount] = {
+    "the salinity", "the temperature", "the pressure", "the phosphate", "the silicate",
+    "the output temperature", "the output pressure", "TA", "TCO2", "pH", "fCO2", "pCO2",
+    "the pCO2 of the air", "the wind speed"};
+
+// One result: its name and the board slot it is read from.
+struct Result {
+    const char* name;
+    std::uint32_t slot;
+};
+
+constexpr Result kResults[] = {
+    {"salinity", slot::kSalinityUsed},
+    {"temperature", slot::kTemperatureUsed},
+    {"pressure", slot::kPressureUsed},
+    {"phosphate", slot::kPhosphateUsed},
+    {"silicate", slot::kSilicateUsed},
+    {"ta", slot::kTAOut},
+    {"tco2", slot::kTCO2Out},
+    {"ph", slot::kpHIn},
+    {"fco2", slot::kfCO2In},
+    {"pco2", slot::kpCO2In},
+    {"bicarbonate", slot::kHCO3In},
+    {"carbonate", slot::kCO3In},
+    {"dissolved_co2", slot::kCO2In},
+    {"borate_alkalinity", slot::kBAlkIn},
+    {"hydroxide", slot::kOHIn},
+    {"phosphate_alkalinity", slot::kPAlkIn},
+    {"silicate_alkalinity", slot::kSiAlkIn},
+    {"revelle_factor", slot::kRevelleIn},
+    {"omega_calcite", slot::kOmegaCaIn},
+    {"omega_aragonite", slot::kOmegaArIn},
+    {"xco2", slot::kxCO2In},
+    {"co2_flux", slot::kCO2FluxIn},
+    {"sigma_t", slot::kSigmaIn},
+    {"temperature_out", slot::kTemperatureOutUsed},
+    {"pressure_out", slot::kPressureOutUsed},
+    {"ph_out", slot::kpHOut},
+    {"fco2_out", slot::kfCO2Out},
+    {"pco2_out", slot::kpCO2Out},
+    {"bicarbonate_out", slot::kHCO3Out},
+    {"carbonate_out", slot::kCO3Out},
+    {"dissolved_co2_out", slot::kCO2Out},
+    {"borate_alkalinity_out", slot::kBAlkOut},
+    {"hydroxide_out", slot::kOHOut},
+    {"phosphate_alkalinity_out", slot::kPAlkOut},
+    {"silicate_alkalinity_out", slot::kSiAlkOut},
+    {"revelle_factor_out", slot::kRevelleOut},
+    {"omega_calcite_out", slot::kOmegaCaOut},
+    {"omega_aragonite_out", slot::kOmegaArOut},
+    {"xco2_out", slot::kxCO2Out},
+    {"co2_flux_out", slot::kCO2FluxOut},
+    {"sigma_t_out", slot::kSigmaOut},
+    {"pco2_air", slot::kpCO2Air},
+    {"wind_speed", slot::kWindSpeed},
+};
+constexpr int kResultCount = static_cast<int>(std::size(kResults));
+
+// Status codes: 0 computed; 1..7 the driver's refusals; then one code per
+// input that is not a number, then one per input that is infinite.
+constexpr std::int8_t kComputed = 0;
+constexpr std::int8_t kSalinityMissing = 1;
+constexpr std::int8_t kTemperatureMissing = 2;
+constexpr std::int8_t kNegativeFirst = 3;  // + parameter - 1 (TA..pCO2)
+constexpr std::int8_t kNotANumberFirst = 8;
+constexpr std::int8_t kInfiniteFirst = kNotANumberFirst + kInputCount;
+constexpr int kStatusCount = kInfiniteFirst + kInputCount;
+
+std::vector<std::string> statusMessages() {
+    std::vector<std::string> messages(kStatusCount);
+    messages[kComputed] = "computed";
+    messages[kSalinityMissing] = "refused: the salinity is missing (-9 and -999 mark a missing value)";
+    messages[kTemperatureMissing] =
+        "refused: the temperature is missing (-9 and -999 mark a missing value)";
+    const char* parameters[] = {"TA", "TCO2", "pH", "fCO2", "pCO2"};
+    for (int p = 0; p < 5; ++p) {
+        messages[kNegativeFirst + p] = std::string("refused: ") + parameters[p] + " is negative";
+    }
+    for (int i = 0; i < kInputCount; ++i) {
+        messages[kNotANumberFirst + i] = std::string("refused: ") + kInputWords[i] + " is not a number";
+        messages[kInfiniteFirst + i] =
+            std::string("refused: ") + kInputWords[i] + " is out of range (infinite in single precision)";
+    }
+    return messages;
+}
+
+// Flat float32 input: either one value for every sample or one per sample.
+struct Input {
+    const float* data = nullptr;
+    bool perSample = false;
+    float at(std::size_t i) const { return perSample ? data[i] : data[0]; }
+};
+
+struct Job {
+    std::array<Input, kInputCount> inputs;
+    std::array<float, 4> optionSlots{};  // slots 1..4: menu item minus 1
+    float* results = nullptr;             // kResultCount rows of n
+    std::int8_t* status = nullptr;
+    std::size_t n = 0;
+};
+
+void computeRange(const Job& job, std::size_t begin, std::size_t end) {
+    Board board;
+    ProcessValues values;
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    for (std::size_t i = begin; i < end; ++i) {
+        board.reset();
+        for (std::uint32_t o = 0; o < 4; ++o) board.set(slot::kConstantsSet + o, job.optionSlots[o]);
+        std::int8_t code = kComputed;
+        for (int j = 0; j < kInputCount; ++j) {
+            const float v = job.inputs[static_cast<std::size_t>(j)].at(i);
+            if (code == kComputed) {
+                if (std::isnan(v)) code = static_cast<std::int8_t>(kNotANumberFirst + j);
+                else if (std::isinf(v)) code = static_cast<std::int8_t>(kInfiniteFirst + j);
+            }
+            board.set(slot::kSalinity + static_cast<std::uint32_t>(j), v);
+        }
+        if (code == kComputed) {
+            const ComputeOutcome outcome = BrinoraMain::ComputeCO2(board, values);
+            using Status = ComputeOutcome::Status;
+            switch (outcome.status) {
+                case Status::kComputed: break;
+                case Status::kSalinityMissing: code = kSalinityMissing; break;
+                case Status::kTemperatureMissing: code = kTemperatureMissing; break;
+                case Status::kNegativeParameter:
+                    code = static_cast<std::int8_t>(kNegativeFirst + outcome.parameter - 1);
+                    break;
+            }
+        }
+        job.status[i] = code;
+        for (int r = 0; r < kResultCount; ++r) {
+            job.results[static_cast<std::size_t>(r) * job.n + i] =
+                code == kComputed ? board.get(kResults[r].slot) : nan;
+        }
+    }
+}
+
+// Splits the samples into one contiguous range per worker.
+void computeAll(const Job& job, unsigned threads) {
+    constexpr std::size_t kMinPerThread = 512;
+    const std::size_t most = std::max<std::size_t>(1, job.n / kMinPerThread);
+    const std::size_t workers = std::min<std::size_t>(std::max(1u, threads), most);
+    if (workers == 1) {
+        computeRange(job, 0, job.n);
+        return;
+    }
+    std::vector<std::thread> pool;
+    pool.reserve(workers);
+    for (std::size_t w = 0; w < workers; ++w) {
+        const std::size_t begin = job.n * w / workers;
+        const std::size_t end = job.n * (w + 1) / workers;
+        pool.emplace_back(computeRange, std::cref(job), begin, end);
+    }
+    for (std::thread& t : pool) t.join();
+}
+
+using FloatArray = py::array_t<float, py::array::c_style>;
+
+// inputs: 14 one-dimensional float32 arrays of length 1 or n, in board order;
+// items: the four menu items (constants, KHSO4, pH scale, flux).
+py::tuple compute(const std::vector<FloatArray>& inputs, std::size_t n, std::array<int, 4> items,
+                  unsigned threads) {
+    if (inputs.size() != kInputCount) throw py::value_error("expected 14 input arrays");
+    Job job;
+    job.n = n;
+    for (int j = 0; j < kInputCount; ++j) {
+        const FloatArray& a = inputs[static_cast<std::size_t>(j)];
+        if (a.ndim() != 1 || (a.shape(0) != 1 && static_cast<std::size_t>(a.shape(0)) != n)) {
+            throw py::value_error(std::string("input ") + kInputNames[j] + " has the wrong length");
+        }
+        job.inputs[static_cast<std::size_t>(j)] = {a.data(), a.shape(0) != 1};
+    }
+    for (int o = 0; o < 4; ++o) job.optionSlots[static_cast<std::size_t>(o)] = static_cast<float>(items[o] - 1);
+
+    py::array_t<float> results({static_cast<py::ssize_t>(kResultCount), static_cast<py::ssize_t>(n)});
+    py::array_t<std::int8_t> status(static_cast<py::ssize_t>(n));
+    job.results = results.mutable_data();
+    job.status = status.mutable_data();
+    if (n > 0) {
+        py::gil_scoped_release release;
+        computeAll(job, threads);
+    }
+    return py::make_tuple(results, status);
+}
+
+int optionItem(int menu, const py::object& value) {
+    if (menu < 0 || menu > 3) throw py::value_error("unknown option menu");
+    const auto which = static_cast<OptionMenu>(menu);
+    std::string text;
+    if (py::isinstance<py::str>(value)) {
+        text = value.cast<std::string>();
+    } else if (py::isinstance<py::bool_>(value) || !py::hasattr(value, "__index__")) {
+        throw py::type_error("an option is a menu item number (int) or a menu title (str), not " +
+                             py::str(py::type::of(value).attr("__name__")).cast<std::string>());
+    } else {
+        const py::int_ number = py::reinterpret_steal<py::int_>(PyNumber_Index(value.ptr()));
+        text = py::str(py::handle(number)).cast<std::string>();
+    }
+    const OptionChoice choice = parseOptionChoice(which, text);
+    if (choice.item == 0) throw py::value_error(choice.error);
+    return choice.item;
+}
+
+}  // namespace
+}  // namespace brinora::python
+
+PYBIND11_MODULE(_brinora, m) {
+    using namespace brinora::python;
+    m.doc() = "Compiled core of the brinora module; use brinora.compute.";
+    // The chemistry writes a log line per call for two constant sets; a
+    // library on a cluster must not fill the system log, so lines are dropped.
+    brinora::log::setSink([](std::string_view) {});
+
+    py::list inputNames;
+    for (const char* name : kInputNames) inputNames.append(name);
+    m.attr("INPUT_NAMES") = py::tuple(inputNames);
+    py::list resultNames;
+    for (const Result& r : kResults) resultNames.append(r.name);
+    m.attr("RESULT_NAMES") = py::tuple(resultNames);
+    m.attr("STATUS_MESSAGES") = py::tuple(py::cast(statusMessages()));
+    // Menu titles of the four options; item k is element k (element 0 is the placeholder).
+    auto titles = [](auto const& list) {
+        py::list out;
+        for (std::string_view title : list) out.append(py::str(title.data(), title.size()));
+        return py::tuple(out);
+    };
+    m.attr("OPTION_TITLES") = py::make_tuple(
+        titles(brinora::options::kConstantsSetTitles), titles(brinora::options::kKHSO4Titles),
+        titles(brinora::options::kpHScaleTitles), titles(brinora::options::kAirSeaFluxTitles));
+    m.attr("hardware_threads") = std::max(1u, std::thread::hardware_concurrency());
+
+    m.def("compute", &compute, py::arg("inputs"), py::arg("n"), py::arg("items"), py::arg("threads"),
+          "Computes n samples from 14 float32 input arrays (length 1 or n, board order) and the "
+          "four menu items; returns (results[kResultCount, n] float32, status[n] int8).");
+    m.def("option_item", &optionItem, py::arg("menu"), py::arg("value"),
+          "Menu item 1..N of an option given as an item number or a (prefix of a) menu title; "
+          "menu 0 constants set, 1 KHSO4, 2 pH scale, 3 air-sea flux formula.");
+}

@@ -1,0 +1,196 @@
+"""Brinora on pandas DataFrames in the layout of a batch input file.
+
+    >>> import brinora.pandas as bp
+    >>> df = bp.read_batch_csv("cruise.csv")
+    >>> records = bp.compute(df, constants=13, khso4=1, ph_scale=1, flux=1)
+
+The DataFrame has the batch file's 21 columns, by position (sample id, name,
+time, date, latitude, longitude, salinity, temperature, pressure, total P,
+total Si, output temperature, output pressure, TA, TCO2, pH, fCO2, pCO2,
+pCO2 of the air, wind speed in m/s, comment). ``compute`` returns one row per
+sample with the output record's 53 columns and the numbers that ``brinora
+batch`` writes, plus a ``Status`` column: "" for a computed sample, or the
+message for the sample in the program's words. Unlike the batch run, a bad
+line does not stop the others: its numbers are NaN. A line whose sample id is
+empty has no record, as in the batch run.
+
+Reading CSV text: ``read_batch_csv`` reads the number columns with
+``float_precision="round_trip"``, pandas' correctly rounded parser, so that
+each number is the double that strtod gives, as in the batch reader (pandas'
+default fast parser is not always correctly rounded and would change some
+float32 values). Empty number fields are 0, as in the batch reader.
+
+``compute_dask(path)`` runs the same on CSV files larger than memory with
+dask.dataframe, one partition at a time.
+"""
+
+import numpy as np
+import pandas as pd
+
+import brinora
+
+#: The batch input file's column names (the header of examples/cruise.csv);
+#: only their positions matter.
+BATCH_COLUMNS = ["SampleID", "Name", "Time", "Date", "Latitude", "Longitude", "Salinity",
+                 "Temperature (C)", "Pressure (dbar)", "Total P (umol/kg)", "Total Si (umol/kg)",
+                 "Temperature out (C)", "Pressure out (dbar)", "TA (umol/kg)", "TCO2 (umol/kg)",
+                 "pH (total)", "fCO2 (uatm)", "pCO2 (uatm)", "pCO2 air (uatm)",
+                 "Wind speed (m/s)", "Comment"]
+
+#: The output record's 53 column names, as in the output file's header line.
+RECORD_COLUMNS = (
+    "SampleID,Name,Time,Date,Latitude (decimal degrees),Longitude (decimal degrees),"
+    "Salinity (ppt),Temperature(C),Pressure (dbars),Total P (micromol/kgSW),"
+    "Total Si (micromol/kgSW),TA (micromol/kgSW),TCO2 (micromol/kgSW),pH,fCO2 (microatm),"
+    "pCO2 (microatm),HCO3 in (micromol/kgSW),CO3 in (micromol/kgSW),CO2 in (micromol/kgSW),"
+    "B Alk in (micromol/kgSW),OH in (micromol/kgSW),P Alk in (micromol/kgSW),"
+    "Si Alk in (micromol/kgSW),Revelle in,O Ca,O Ar in,xCO2 in (dry at 1 atm) (ppm),t(C) out,"
+    "P (dbars) out,pH out,fCO2 out (microatm),pCO2 out (microatm),HCO3 out (micromol/kgSW),"
+    "CO3 out (micromol/kgSW),CO2 out (micromol/kgSW),B Alk out (micromol/kgSW),"
+    "OH out (micromol/kgSW),P Alk out (micromol/kgSW),Si Alk out (micromol/kgSW),Revelle out,"
+    "O Ca out,O Ar out,xCO2 out (dry at 1 atm) (ppm),pCO2_air,Windspeed,CO2Flux in,"
+    "CO2Flux out,CO2Constants, KHSO4, pH Scale, Air-Sea Flux, Windspeed Units, Comment"
+).split(",")
+
+_TEXT = [0, 1, 2, 3, 4, 5, 20]
+_NUMBERS = list(range(6, 20))
+_INPUTS = ("salinity", "temperature", "pressure", "phosphate", "silicate", "temperature_out",
+           "pressure_out", "ta", "tco2", "ph", "fco2", "pco2", "pco2_air", "wind_speed")
+# Record columns 12..27 and 30..43 from the results.
+_RESULTS_IN = ["ta", "tco2", "ph", "fco2", "pco2", "bicarbonate", "carbonate", "dissolved_co2",
+               "borate_alkalinity", "hydroxide", "phosphate_alkalinity", "silicate_alkalinity",
+               "revelle_factor", "omega_calcite", "omega_aragonite", "xco2"]
+_RESULTS_OUT = ["ph_out", "fco2_out", "pco2_out", "bicarbonate_out", "carbonate_out",
+                "dissolved_co2_out", "borate_alkalinity_out", "hydroxide_out",
+                "phosphate_alkalinity_out", "silicate_alkalinity_out", "revelle_factor_out",
+                "omega_calcite_out", "omega_aragonite_out", "xco2_out"]
+# The batch reader's messages.
+SALINITY_MISSING = "All records require a salinity value. There is a salinity value missing."
+TEMPERATURE_MISSING = ("All records require a temperature value. There is a temperature value "
+                       "missing.")
+PAIR_MISSING = "To batch process records, Brinora needs values for at least two carbonate parameters"
+# The carbonate field pairs (TA 13 .. pCO2 17) of which one must be empty.
+_EMPTY_PAIRS = [(13, 14), (13, 15), (13, 16), (13, 17), (14, 15), (14, 16), (14, 17), (15, 16),
+                (15, 17)]
+
+
+def read_batch_csv(path, **kwargs):
+    """A batch input file as a DataFrame: text columns as read (empty text
+    stays ""), number columns as correctly rounded float64 (empty: NaN)."""
+    text = {i: str for i in _TEXT}
+    return pd.read_csv(path, header=0, usecols=range(21), dtype=text, keep_default_na=False,
+                       na_values={i: [""] for i in _NUMBERS}, float_precision="round_trip",
+                       **kwargs)
+
+
+def _text(column):
+    return column.fillna("").astype(str)
+
+
+def compute(df, constants=None, khso4=None, ph_scale=None, flux=None, threads=None):
+    """Output records of the samples of ``df`` (see the module's text)."""
+    if df.shape[1] != 21:
+        raise ValueError(f"a batch DataFrame has 21 columns, not {df.shape[1]}")
+    items = brinora.option_items(constants, khso4, ph_scale, flux)
+    ids = _text(df.iloc[:, 0])
+    df = df[ids != ""]
+    numbers = {}
+    empty = {}
+    for field, name in zip(_NUMBERS, _INPUTS):
+        column = pd.to_numeric(df.iloc[:, field], errors="coerce").to_numpy(np.float64)
+        empty[field] = np.isnan(column)
+        numbers[name] = np.where(empty[field], 0.0, column)
+    carbonate = {name: numbers.pop(name) for name in brinora.PARAMETERS}
+
+    # The batch reader's checks, in its order.
+    message = np.full(len(df), "", dtype=object)
+    pair_ok = np.zeros(len(df), bool)
+    for a, b in _EMPTY_PAIRS:
+        pair_ok |= empty[a] & empty[b]
+    message[~pair_ok] = PAIR_MISSING
+    message[empty[7]] = TEMPERATURE_MISSING
+    message[empty[6]] = SALINITY_MISSING
+    checked = message == ""
+
+    # Every sample goes through the driver with all five parameters: it
+    # chooses the first two non-zero ones, as for a batch line. The call
+    # needs exactly two, so TA and TCO2 carry the pair's values and the
+    # driver's choice is reproduced by ordering: see below.
+    result = _compute_rows(numbers, carbonate, items, threads)
+
+    f32 = {name: value.astype(np.float32) for name, value in numbers.items()}
+    refused = (result["status"] != 0) & (result["status"] < 8)  # the driver's own refusals
+    out = {}
+    for i, name in enumerate(["SampleID", "Name", "Time", "Date", "Latitude", "Longitude"]):
+        out[RECORD_COLUMNS[i]] = _text(df.iloc[:, i]).to_numpy()
+    columns = [f32["salinity"], f32["temperature"], f32["pressure"], f32["phosphate"],
+               f32["silicate"]]
+    board = {}
+    for name in _RESULTS_IN + _RESULTS_OUT + ["co2_flux", "co2_flux_out"]:
+        # A sample the driver refuses leaves the reset board's zeros.
+        board[name] = np.where(refused, np.float32(0), result[name])
+    columns += [board[name] for name in _RESULTS_IN]
+    t_in = f32["temperature"]
+    p_in = f32["pressure"]
+    t_out = np.where(f32["temperature_out"] != 0, f32["temperature_out"], t_in)
+    p_out = np.where(f32["pressure_out"] != 0, f32["pressure_out"], p_in)
+    columns += [t_out, p_out] + [board[name] for name in _RESULTS_OUT]
+    columns += [f32["pco2_air"], f32["wind_speed"]]
+    flux_written = p_in == 0
+    columns += [np.where(flux_written, board["co2_flux"], np.float32(np.nan)),
+                np.where(flux_written, board["co2_flux_out"], np.float32(np.nan))]
+    for name, values in zip(RECORD_COLUMNS[6:47], columns):
+        values = np.asarray(values, np.float32).copy()
+        values[~checked] = np.nan
+        out[name] = values
+    for name, option in zip(RECORD_COLUMNS[47:51], ["constants", "khso4", "ph_scale", "flux"]):
+        out[name] = brinora.option_title(option, items[option]).replace(",", "")
+    out[RECORD_COLUMNS[51]] = "m/s"
+    out[RECORD_COLUMNS[52]] = _text(df.iloc[:, 20]).str.replace("\r", "", regex=False).to_numpy()
+    status = np.where(checked, np.asarray(brinora.STATUS_MESSAGES, dtype=object)[result["status"]],
+                      message)
+    out["Status"] = np.where(status == "computed", "", status)
+    return pd.DataFrame(out, index=df.index)
+
+
+def _compute_rows(numbers, carbonate, items, threads):
+    """Results of every row, each with its own pair: rows are grouped by
+    the driver's pair (the first two non-zero parameters, in the order TA,
+    TCO2, pH, fCO2, pCO2) and each group is one call with that pair."""
+    names = brinora.PARAMETERS
+    nonzero = np.stack([carbonate[n] != 0 for n in names])  # NaN was read as 0 already
+    rank = np.cumsum(nonzero, axis=0)
+    first = np.argmax(nonzero & (rank == 1), axis=0)
+    second = np.argmax(nonzero & (rank == 2), axis=0)
+    count = rank[-1]
+    size = len(first)
+    results = {name: np.full(size, np.nan, np.float32) for name in brinora.RESULT_NAMES}
+    results["status"] = np.zeros(size, np.int8)
+    # Rows with fewer than two non-zero parameters: the driver still runs with
+    # its pair code below 12; give it two parameters with the zeros it reads.
+    first = np.where(count >= 1, first, 0)
+    second = np.where(count >= 2, second, np.where(first == 0, 1, 0))
+    for a, b in set(zip(first.tolist(), second.tolist())):
+        rows = np.flatnonzero((first == a) & (second == b))
+        pair = {names[a]: carbonate[names[a]][rows], names[b]: carbonate[names[b]][rows]}
+        part = brinora.compute(**{k: v[rows] for k, v in numbers.items()}, **pair, **items,
+                               threads=threads)
+        for name, values in part.items():
+            results[name][rows] = values
+    return results
+
+
+def compute_dask(paths, blocksize="64MB", **options):
+    """A dask DataFrame of the records of one or more batch CSV files (a
+    path, a glob or a list), computed one partition at a time. The header
+    line of each file is skipped."""
+    import dask.dataframe as dd
+
+    text = {name: str for i, name in enumerate(BATCH_COLUMNS) if i in _TEXT}
+    frame = dd.read_csv(paths, header=0, names=BATCH_COLUMNS, usecols=range(21), dtype={
+        **text, **{name: "float64" for i, name in enumerate(BATCH_COLUMNS) if i in _NUMBERS}},
+        keep_default_na=False, na_values={BATCH_COLUMNS[i]: [""] for i in _NUMBERS},
+        float_precision="round_trip", blocksize=blocksize)
+    meta = compute(pd.DataFrame({name: pd.Series(dtype=str if i in _TEXT else "float64")
+                                 for i, name in enumerate(BATCH_COLUMNS)}), **options)
+    return frame.map_partitions(compute, **options, meta=meta)
