@@ -121,12 +121,15 @@ void BrinoraAppController::startBatchRun() {
     core_->fullPath = input;
     core_->fullPathOut = output;
     core_->batchWriteMode = 1;
+    // A run from a pipe may have left the bar busy; this one starts at 0 %.
+    setProgressIndicatorIndeterminate(false);
     batchRunner_->start(BatchRunner::Kind::Batch);
 }
 
 void BrinoraAppController::writeKML() {
     if (batchRunning()) return;
     filesBeforeKml_ = FilesBeforeKml{core_->filesToOpen, core_->fullPath, core_->fullPathOut};
+    setProgressIndicatorIndeterminate(false);
     batchRunner_->start(BatchRunner::Kind::Kml);
 }
 
