@@ -16,31 +16,39 @@ namespace brinora {
 namespace {
 
 // Carries calls from the run's thread over to the thread of `context` (the
-// window's). On that thread itself a call is made at once.
+// window's). On that thread itself a call is made at once. While the window
+// is being closed, its menus, fields and bar still answer (the run goes on
+// with the options it was started with), but nothing asks the user any more:
+// a panel is cancelled, an alert or an error is not shown.
 class WindowThread {
 public:
     WindowThread(QObject& context, const std::atomic<bool>& closing) : context_(context), closing_(closing) {}
 
-    // Makes the call there and waits for its result; `fallback` when the
-    // window is being closed.
+    // Makes the call there and waits for its result.
     template <typename F>
-    auto ask(F&& call, std::invoke_result_t<F&> fallback) const {
+    auto ask(F&& call) const {
         if (QThread::currentThread() == context_.thread()) return call();
-        auto result = std::move(fallback);
-        QMetaObject::invokeMethod(
-            &context_, [&] { if (!closing_) result = call(); }, Qt::BlockingQueuedConnection);
+        std::invoke_result_t<F&> result{};
+        QMetaObject::invokeMethod(&context_, [&] { result = call(); }, Qt::BlockingQueuedConnection);
         return result;
     }
 
-    // Makes the call there and waits until it is done.
-    template <typename F>
-    void wait(F&& call) const {
-        if (QThread::currentThread() == context_.thread()) {
-            call();
-            return;
-        }
+    // Asks the user there and waits for the answer; `fallback` once the
+    // window is being closed.
+    template <typename F, typename R = std::invoke_result_t<F&>>
+    R askUser(F&& call, R answer) const {
+        if (closing_.load()) return answer;
+        if (QThread::currentThread() == context_.thread()) return call();
         QMetaObject::invokeMethod(
-            &context_, [&] { if (!closing_) call(); }, Qt::BlockingQueuedConnection);
+            &context_, [&] { if (!closing_) answer = call(); }, Qt::BlockingQueuedConnection);
+        return answer;
+    }
+
+    // Shows something to the user there and waits until it is dismissed;
+    // nothing once the window is being closed.
+    template <typename F>
+    void showUser(F&& call) const {
+        askUser([&] { call(); return true; }, false);
     }
 
     // Queues the call there and returns at once; calls queued from one
@@ -51,9 +59,7 @@ public:
             call();
             return;
         }
-        QMetaObject::invokeMethod(
-            &context_, [closing = &closing_, call = std::forward<F>(call)]() mutable { if (!*closing) call(); },
-            Qt::QueuedConnection);
+        QMetaObject::invokeMethod(&context_, std::forward<F>(call), Qt::QueuedConnection);
     }
 
 private:
@@ -71,16 +77,16 @@ public:
         : window_(window), thread_(context, closing), cancel_(cancel) {}
 
     int selectedIndex(Menu menu) const override {
-        return thread_.ask([&] { return window_.selectedIndex(menu); }, 0);
+        return thread_.ask([&] { return window_.selectedIndex(menu); });
     }
     void selectItem(Menu menu, int index) override {
         thread_.tell([this, menu, index] { window_.selectItem(menu, index); });
     }
     std::string selectedTitle(Menu menu) const override {
-        return thread_.ask([&] { return window_.selectedTitle(menu); }, std::string());
+        return thread_.ask([&] { return window_.selectedTitle(menu); });
     }
     std::string text(TextField field) const override {
-        return thread_.ask([&] { return window_.text(field); }, std::string());
+        return thread_.ask([&] { return window_.text(field); });
     }
     void setText(TextField field, std::string_view text) override {
         thread_.tell([this, field, value = std::string(text)] { window_.setText(field, value); });
@@ -89,28 +95,36 @@ public:
         thread_.tell([this, field, value = std::string(placeholder)] { window_.setPlaceholder(field, value); });
     }
     CalendarDateTime dateValue(DatePicker picker) const override {
-        return thread_.ask([&] { return window_.dateValue(picker); }, CalendarDateTime{});
+        return thread_.ask([&] { return window_.dateValue(picker); });
     }
     CalendarDateTime currentDateTime() const override {
-        return thread_.ask([&] { return window_.currentDateTime(); }, CalendarDateTime{});
+        return thread_.ask([&] { return window_.currentDateTime(); });
     }
     int checkBoxState() const override {
-        return thread_.ask([&] { return window_.checkBoxState(); }, 0);
+        return thread_.ask([&] { return window_.checkBoxState(); });
     }
     void setCheckBoxState(int state) override {
         thread_.tell([this, state] { window_.setCheckBoxState(state); });
     }
     std::vector<std::string> runOpenPanel(const OpenPanelRequest& request) override {
-        return thread_.ask([&] { return window_.runOpenPanel(request); }, std::vector<std::string>());
+        return thread_.askUser([&] { return window_.runOpenPanel(request); }, std::vector<std::string>());
     }
     std::optional<std::string> runSavePanel(const SavePanelRequest& request) override {
-        return thread_.ask([&] { return window_.runSavePanel(request); }, std::optional<std::string>());
+        std::string chosen;
+        bool saved = false;
+        thread_.showUser([&] {
+            if (auto path = window_.runSavePanel(request)) {
+                chosen = std::move(*path);
+                saved = true;
+            }
+        });
+        return saved ? std::optional<std::string>(std::move(chosen)) : std::nullopt;
     }
     void presentError(const PresentedError& error) override {
-        thread_.wait([&] { window_.presentError(error); });
+        thread_.showUser([&] { window_.presentError(error); });
     }
     void runAlert(const Alert& alert) override {
-        thread_.wait([&] { window_.runAlert(alert); });
+        thread_.showUser([&] { window_.runAlert(alert); });
     }
     void setProgressIndicatorHidden(bool hidden) override {
         thread_.tell([this, hidden] { window_.setProgressIndicatorHidden(hidden); });
@@ -139,7 +153,7 @@ public:
         thread_.tell([this, value] { window_.setStepperValue(value); });
     }
     void runPreviewWindowModal() override {
-        thread_.wait([&] { window_.runPreviewWindowModal(); });
+        thread_.showUser([&] { window_.runPreviewWindowModal(); });
     }
     void closePreviewWindow() override {
         thread_.tell([this] { window_.closePreviewWindow(); });
@@ -148,10 +162,10 @@ public:
         thread_.tell([this] { window_.stopPreviewModal(); });
     }
     void performCalculate() override {
-        thread_.tell([this] { window_.performCalculate(); });
+        thread_.showUser([&] { window_.performCalculate(); });
     }
     std::string homeDirectory() const override {
-        return thread_.ask([&] { return window_.homeDirectory(); }, std::string());
+        return thread_.ask([&] { return window_.homeDirectory(); });
     }
     void logLine(std::string_view line) override {
         thread_.tell([this, text = std::string(line)] { window_.logLine(text); });
@@ -173,7 +187,7 @@ public:
         : store_(store), thread_(context, closing) {}
 
     std::optional<std::string> value(std::string_view key) const override {
-        return thread_.ask([&] { return store_.value(key); }, std::optional<std::string>());
+        return thread_.ask([&] { return store_.value(key); });
     }
     void setValue(std::string_view key, std::string_view value) override {
         thread_.tell([this, k = std::string(key), v = std::string(value)] { store_.setValue(k, v); });

@@ -204,6 +204,21 @@ TEST_F(BatchThreadTest, CancelStopsAfterWholeRecordsAndSaysHowMany) {
     EXPECT_TRUE(window->calculateButton()->isEnabled());
 }
 
+TEST_F(BatchThreadTest, ClosingTheWindowDuringARunEndsItQuietly) {
+    LargeCruise& cruise = LargeCruise::get();
+    ASSERT_TRUE(cruise.cliError.empty()) << cruise.cliError;
+    showFiles(cruise.input());
+    click(window->calculateButton());
+    ASSERT_TRUE(window->batchRunning());
+    // The run is waiting for the window's menus; the window goes first.
+    delegate.reset();
+    window = nullptr;
+    EXPECT_TRUE(dialogs.alerts.empty());
+    EXPECT_TRUE(dialogs.errors.empty());
+    const std::string written = readText(output);
+    EXPECT_TRUE(cruise.cliOutput().compare(0, written.size(), written) == 0) << "whole records only";
+}
+
 TEST_F(BatchThreadTest, RunStoppedByALineSaysWhichLineAndHowManyRecords) {
     // 24 samples; the tenth has no salinity.
     std::string text = kInputHeader;
