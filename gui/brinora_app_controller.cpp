@@ -49,6 +49,11 @@ BrinoraAppController::BrinoraAppController(SettingsStore& defaults, QWidget* par
     core_->previewTableController.onRecordsChanged = [this] { previewModel_->reload(); };
     previewModel_->reload();
 
+    batchRunner_ = std::make_unique<BatchRunner>(*core_, *this, defaults_);
+    connect(batchRunner_.get(), &BatchRunner::runningChanged, this,
+            [this](bool running) { setBatchControlsEnabled(!running); });
+    connect(batchRunner_.get(), &BatchRunner::finished, this, &BrinoraAppController::batchRunFinished);
+
     // The window load of the design: start-up values of the date pickers,
     // the first item of every tab view, the batch widgets hidden.
     core_->awakeFromNib();
@@ -58,6 +63,8 @@ BrinoraAppController::BrinoraAppController(SettingsStore& defaults, QWidget* par
 }
 
 BrinoraAppController::~BrinoraAppController() {
+    // A run still going ends before the widgets it reports to are gone.
+    batchRunner_.reset();
     core_->previewTableController.onRecordsChanged = nullptr;
 }
 
@@ -163,19 +170,20 @@ void BrinoraAppController::setProgressIndicatorHidden(bool hidden) {
 void BrinoraAppController::setProgressIndicatorValue(double percent) {
     const double clamped = std::isfinite(percent) ? std::clamp(percent, 0.0, 100.0) : 0.0;
     pendingProgress_ = static_cast<int>(std::lround(clamped * kProgressStepsPerPercent));
-    // The batch runs inside the button's action: draw the bar and let the
-    // window repaint, but take no user input until the run is over. A bar
-    // redrawn for every line of a large file would cost more than the
-    // calculation: it is redrawn when it moves, a few dozen times a second.
+    // A run reports every record from its own thread; the bar is redrawn
+    // when it moves, a few dozen times a second, by the window's event loop.
     if (progressRedrawThrottle_.redraw(pendingProgress_)) drawProgress(pendingProgress_);
     Q_EMIT progressChanged(percent);
 }
 
 void BrinoraAppController::drawProgress(int value) {
     progressIndicator_->setValue(value);
-    progressIndicator_->repaint();
     ++progressRedraws_;
-    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
+void BrinoraAppController::setProgressIndicatorIndeterminate(bool indeterminate) {
+    // A range of 0..0 is the toolkit's busy display.
+    progressIndicator_->setRange(0, indeterminate ? 0 : 100 * kProgressStepsPerPercent);
 }
 
 void BrinoraAppController::setPreviewTableHidden(bool hidden) {
@@ -227,9 +235,21 @@ void BrinoraAppController::selectTab(TabView view, int index) { tabs_.at(view)->
 
 // ---------------------------------------------------------------- actions
 
-void BrinoraAppController::calculate() { form_.calculate(); }
+void BrinoraAppController::calculate() {
+    if (batchRunning()) return;
+    // The batch tab's Calculate runs the batch on its own thread; the form's
+    // own checks come first, as the constants tab in front.
+    if (selectedTab(TabView::DataConstants) != 1 && selectedTab(TabView::SingleBatch) == 1) {
+        startBatchRun();
+        return;
+    }
+    form_.calculate();
+}
 
-void BrinoraAppController::clear() { form_.clear(); }
+void BrinoraAppController::clear() {
+    if (batchRunning()) return;
+    form_.clear();
+}
 
 void BrinoraAppController::switchToInput() { form_.switchToInput(); }
 void BrinoraAppController::switchToResultsInputConditions() { form_.switchToResultsInputConditions(); }

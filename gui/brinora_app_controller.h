@@ -24,8 +24,10 @@
 #include "batch/controller_core.h"
 #include "batch/redraw_throttle.h"
 #include "batch/ui.h"
+#include "gui/batch_runner.h"
 #include "gui/user_dialogs.h"
 
+class QAction;
 class QEventLoop;
 
 namespace brinora {
@@ -68,6 +70,7 @@ public:
     void runAlert(const Alert& alert) override;
     void setProgressIndicatorHidden(bool hidden) override;
     void setProgressIndicatorValue(double percent) override;
+    void setProgressIndicatorIndeterminate(bool indeterminate) override;
     void setPreviewTableHidden(bool hidden) override;
     void noteNumberOfRowsChanged() override;
     void setStepperValue(int value) override;
@@ -102,6 +105,10 @@ public:
     HelpViewer* helpViewer() const { return helpViewer_; }
     QPushButton* calculateButton() const { return calculateButton_; }
     QPushButton* clearButton() const { return clearButton_; }
+    // Stops the batch or KML run that is going; enabled only while one goes.
+    QPushButton* cancelBatchButton() const { return cancelBatchButton_; }
+    // Whether a batch or KML run is going on its own thread.
+    bool batchRunning() const { return batchRunner_ && batchRunner_->running(); }
     // Depth of nested preview window sessions now running.
     int previewSessionDepth() const { return static_cast<int>(previewSessions_.size()); }
 
@@ -130,12 +137,18 @@ public Q_SLOTS:
     void showHelpFor();
     // Opens the help book at `page` (a page name such as "batch-input").
     void showHelpPage(const QString& page);
+    // Write KML: the run of the batch tab's KML button, on its own thread.
+    void writeKML();
+    // Asks the batch or KML run that is going to stop after whole records.
+    void cancelBatch();
 
 Q_SIGNALS:
     // The preview window is on screen and its modal session is about to run.
     void previewWindowShown();
     // A full batch run moved its progress indicator to `percent`.
     void progressChanged(double percent);
+    // A batch or KML run ended and its closing alert or message has been shown.
+    void batchRunEnded();
 
 private:
     struct PreviewSession {
@@ -151,6 +164,15 @@ private:
     void buildMenus();
     void bindMenuToSetting(QComboBox* menu, std::string_view indexKey, std::string_view titleKey = {});
     QPushButton* helpButton(const QString& page);
+
+    // The batch tab's Calculate: the full run over the files its path fields
+    // show, after checking that the output file is one that records may be
+    // added to.
+    void startBatchRun();
+    // Reports how a run ended and gives the window back its controls.
+    void batchRunFinished(BatchRunner::Kind kind, const QString& message);
+    // Enables the controls that reach the controller core (off while a run goes).
+    void setBatchControlsEnabled(bool enabled);
 
     SettingsStore& defaults_;
     std::unique_ptr<BrinoraAppControllerCore> core_;
@@ -172,6 +194,17 @@ private:
     PreviewWindow* previewWindow_ = nullptr;
     HelpViewer* helpViewer_ = nullptr;
     std::vector<PreviewSession*> previewSessions_;
+    std::unique_ptr<BatchRunner> batchRunner_;
+    QPushButton* cancelBatchButton_ = nullptr;
+    // Menu actions that reach the controller core.
+    std::vector<QAction*> coreActions_;
+    // The core's files before a KML run, given back when it ends, so that the
+    // batch tab and the form keep writing to the files they show.
+    struct FilesBeforeKml {
+        std::vector<std::string> filesToOpen;
+        std::string fullPath;
+        std::string fullPathOut;
+    } filesBeforeKml_;
     // Draws the progress bar at `value` steps and lets the window repaint.
     void drawProgress(int value);
     RedrawThrottle progressRedrawThrottle_{kProgressRedrawsPerSecond};

@@ -574,7 +574,7 @@ QWidget* BrinoraAppController::buildBatchPage() {
     auto* kml = new QPushButton(tr("Write KML…"), page);
     kml->setObjectName("writeKML");
     kml->setToolTip(tr("Turn a batch input file into a KML document with one placemark per sample"));
-    connect(kml, &QPushButton::clicked, this, [this] { core_->writeKML(); });
+    connect(kml, &QPushButton::clicked, this, &BrinoraAppController::writeKML);
     auto* constants = new QPushButton(tr("Constants…"), page);
     constants->setObjectName("batchConstants");
     constants->setToolTip(tr("Show the constants used for the batch"));
@@ -590,32 +590,40 @@ QWidget* BrinoraAppController::buildBatchPage() {
     layout->addWidget(files);
     layout->addWidget(batchPreviewTable_, 1);
     layout->addStretch(0);
-    layout->addWidget(progressIndicator_);
+    cancelBatchButton_ = new QPushButton(tr("Cancel"), page);
+    cancelBatchButton_->setObjectName("cancelBatch");
+    cancelBatchButton_->setToolTip(tr("Stop the batch run; the records written so far stay in the output file"));
+    cancelBatchButton_->setEnabled(false);
+    connect(cancelBatchButton_, &QPushButton::clicked, this, &BrinoraAppController::cancelBatch);
+    auto* progressRow = new QHBoxLayout;
+    progressRow->addWidget(progressIndicator_, 1);
+    progressRow->addWidget(cancelBatchButton_);
+    layout->addLayout(progressRow);
     layout->addLayout(actions);
     return page;
 }
 
 void BrinoraAppController::buildMenus() {
     QMenu* file = menuBar()->addMenu(tr("&File"));
-    file->addAction(tr("New Output File…"), this, [this] { core_->newFileForOutput(); });
-    file->addAction(tr("Add to Output File…"), this, [this] { core_->openFileForOutput(); });
+    coreActions_.push_back(file->addAction(tr("New Output File…"), this, [this] { core_->newFileForOutput(); }));
+    coreActions_.push_back(file->addAction(tr("Add to Output File…"), this, [this] { core_->openFileForOutput(); }));
     file->addSeparator();
-    file->addAction(tr("Choose Batch Input File…"), this, [this] {
+    coreActions_.push_back(file->addAction(tr("Choose Batch Input File…"), this, [this] {
         switchToBatchProcessing();
         core_->selectCSVtoOpen();
-    });
-    file->addAction(tr("Choose Batch Output File…"), this, [this] {
+    }));
+    coreActions_.push_back(file->addAction(tr("Choose Batch Output File…"), this, [this] {
         switchToBatchProcessing();
         core_->selectCSVtoOutput();
-    });
-    file->addAction(tr("Write KML…"), this, [this] { core_->writeKML(); });
+    }));
+    coreActions_.push_back(file->addAction(tr("Write KML…"), this, &BrinoraAppController::writeKML));
     file->addSeparator();
     QAction* quit = file->addAction(tr("Quit"), this, &QWidget::close);
     quit->setShortcut(QKeySequence::Quit);
 
     QMenu* sample = menuBar()->addMenu(tr("&Sample"));
-    sample->addAction(tr("Calculate"), this, &BrinoraAppController::calculate);
-    sample->addAction(tr("Clear"), this, &BrinoraAppController::clear);
+    coreActions_.push_back(sample->addAction(tr("Calculate"), this, &BrinoraAppController::calculate));
+    coreActions_.push_back(sample->addAction(tr("Clear"), this, &BrinoraAppController::clear));
     sample->addSeparator();
     sample->addAction(tr("Date Now"), this, &BrinoraAppController::getCurrentDate);
     sample->addAction(tr("Time Now"), this, &BrinoraAppController::getCurrentTime);

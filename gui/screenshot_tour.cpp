@@ -50,6 +50,10 @@ public:
     void runAlert(QWidget*, const Alert& alert) override {
         std::fprintf(stderr, "brinora-gui: %s\n", alert.messageText.c_str());
     }
+    bool askQuestion(QWidget*, const Question& question) override {
+        std::fprintf(stderr, "brinora-gui: %s\n", question.messageText.c_str());
+        return true;
+    }
 
     int errors = 0;
 
@@ -145,6 +149,8 @@ int runScreenshotTour(BrinoraAppController& window, const QString& folder) {
     });
     window.core().selectCSVtoOpen();
     window.core().selectCSVtoOutput();
+    // The batch runs on its own thread: the window keeps drawing meanwhile.
+    while (window.batchRunning()) QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
     if (!batchPictured) saved &= savePicture(&window, folder, QStringLiteral("batch.png"));
 
     window.showHelpPage(QStringLiteral("batch-input"));

@@ -68,4 +68,16 @@ void QtUserDialogs::runAlert(QWidget* parent, const Alert& alert) {
     box.exec();
 }
 
+bool QtUserDialogs::askQuestion(QWidget* parent, const Question& question) {
+    QMessageBox box(QMessageBox::Question, QObject::tr("Brinora"), toQString(question.messageText),
+                    QMessageBox::NoButton, parent);
+    box.setInformativeText(toQString(question.informativeText));
+    QPushButton* accept = box.addButton(toQString(question.acceptButton), QMessageBox::AcceptRole);
+    QPushButton* reject = box.addButton(toQString(question.rejectButton), QMessageBox::RejectRole);
+    box.setDefaultButton(reject);
+    box.setEscapeButton(reject);
+    box.exec();
+    return box.clickedButton() == accept;
+}
+
 }  // namespace brinora

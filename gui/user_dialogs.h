@@ -13,6 +13,14 @@
 
 namespace brinora {
 
+// A question with two answers, such as whether to go on with a run.
+struct Question {
+    std::string messageText;      // bold first line
+    std::string informativeText;  // smaller text below it
+    std::string acceptButton;     // title of the button that goes on
+    std::string rejectButton;     // title of the button that holds back; the default
+};
+
 class UserDialogs {
 public:
     virtual ~UserDialogs() = default;
@@ -24,6 +32,8 @@ public:
     virtual void presentError(QWidget* parent, const PresentedError& error) = 0;
     // Shows `alert` and returns once the user has dismissed it.
     virtual void runAlert(QWidget* parent, const Alert& alert) = 0;
+    // Asks `question`; true when the user chose its accept button.
+    virtual bool askQuestion(QWidget* parent, const Question& question) = 0;
 };
 
 // The real dialogs: QFileDialog and QMessageBox.
@@ -33,6 +43,7 @@ public:
     std::optional<std::string> runSavePanel(QWidget* parent, const SavePanelRequest& request) override;
     void presentError(QWidget* parent, const PresentedError& error) override;
     void runAlert(QWidget* parent, const Alert& alert) override;
+    bool askQuestion(QWidget* parent, const Question& question) override;
 };
 
 // A stored folder ("~/Documents") as a real path: a leading "~" becomes the

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -47,13 +48,22 @@ public:
     }
     void presentError(QWidget*, const PresentedError& error) override { errors.push_back(error); }
     void runAlert(QWidget*, const Alert& alert) override { alerts.push_back(alert); }
+    bool askQuestion(QWidget*, const Question& question) override {
+        questions.push_back(question);
+        if (questionAnswers.empty()) return false;
+        const bool answer = questionAnswers.front();
+        questionAnswers.pop_front();
+        return answer;
+    }
 
     std::deque<std::vector<std::string>> openAnswers;
     std::deque<std::optional<std::string>> saveAnswers;
+    std::deque<bool> questionAnswers;  // none left: the question is declined
     std::vector<OpenPanelRequest> openRequests;
     std::vector<SavePanelRequest> saveRequests;
     std::vector<PresentedError> errors;
     std::vector<Alert> alerts;
+    std::vector<Question> questions;
 };
 
 inline std::string readText(const QString& path) {
@@ -124,6 +134,15 @@ protected:
     void click(QAbstractButton* button) {
         ASSERT_NE(button, nullptr);
         QTest::mouseClick(button, Qt::LeftButton);
+    }
+    // Lets the window's event loop run until no batch or KML run is going
+    // (60 s at most); false when one is still going then.
+    bool waitForBatchRun(int timeoutMs = 60000) {
+        QDeadlineTimer deadline(timeoutMs);
+        while (window->batchRunning() && !deadline.hasExpired()) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 50);
+        }
+        return !window->batchRunning();
     }
     template <typename T = QPushButton>
     T* child(const char* name) const {

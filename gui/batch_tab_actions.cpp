@@ -1,0 +1,182 @@
+// The batch tab's runs as the window starts and ends them: the checks of the
+// output file before a full run, the KML button, Cancel, and the report of a
+// run that a line stopped or the user cancelled.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <QAction>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "batch/output_record.h"
+#include "gui/brinora_app_controller.h"
+
+namespace brinora {
+namespace {
+
+constexpr std::string_view kErrorDomain = "BrinoraApp";
+// What a run returns when its input could not be read; the reading error
+// itself has been presented by then.
+constexpr std::string_view kReadErrorMessage = "There was an error reading from the file";
+
+// What the batch output file holds before records are added to it.
+enum class OutputFileState {
+    Unreadable,       // it cannot be opened or read (reason in `reason`)
+    NotAnOutputFile,  // it does not begin with the output header line
+    HeaderOnly,       // the header line and nothing else
+    HoldsRecords,     // the header line and more
+};
+
+struct OutputFileCheck {
+    OutputFileState state = OutputFileState::Unreadable;
+    std::string reason;
+};
+
+// Reads no more than the header line and one byte of `path`.
+OutputFileCheck examineOutputFile(const std::string& path) {
+    const std::string_view header = dataFileHeaders();
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return {OutputFileState::Unreadable, std::strerror(errno)};
+    std::string start(header.size() + 1, '\0');
+    std::size_t have = 0;
+    while (have < start.size()) {
+        const ssize_t got = ::read(fd, start.data() + have, start.size() - have);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) {
+            const int readErrno = errno;
+            ::close(fd);
+            return {OutputFileState::Unreadable, std::strerror(readErrno)};
+        }
+        if (got == 0) break;
+        have += static_cast<std::size_t>(got);
+    }
+    ::close(fd);
+    start.resize(have);
+    if (have < header.size() || std::string_view(start).substr(0, header.size()) != header) {
+        return {OutputFileState::NotAnOutputFile, {}};
+    }
+    return {have > header.size() ? OutputFileState::HoldsRecords : OutputFileState::HeaderOnly, {}};
+}
+
+// "1 record of this run is", "9 records of this run are".
+std::string recordsOfThisRun(int count) {
+    return count == 1 ? std::string("1 record of this run is")
+                      : std::to_string(count) + " records of this run are";
+}
+
+}  // namespace
+
+void BrinoraAppController::startBatchRun() {
+    if (batchRunning()) return;
+    const std::string input = text(TextField::PathField);
+    const std::string output = text(TextField::PathFieldOut);
+    const auto refuse = [this](const std::string& message) {
+        logLine(message);
+        presentError(PresentedError{std::string(kErrorDomain), 0, message});
+    };
+    if (input.empty()) {
+        refuse("Choose the batch input file before running the batch.");
+        return;
+    }
+    if (output.empty()) {
+        refuse("Choose the output file before running the batch.");
+        return;
+    }
+
+    // Records go only after the header line of an output file: never into a
+    // KML document or any other file that a path once named.
+    const OutputFileCheck check = examineOutputFile(output);
+    switch (check.state) {
+        case OutputFileState::Unreadable:
+            refuse("The output file \"" + output + "\" cannot be opened (" + check.reason +
+                   "). Choose the output file again.");
+            return;
+        case OutputFileState::NotAnOutputFile:
+            refuse("The output file \"" + output +
+                   "\" does not begin with the header line of a Brinora output file, so no records are "
+                   "added to it. Choose a new output file.");
+            return;
+        case OutputFileState::HoldsRecords:
+            // A second Calculate would add the whole batch a second time.
+            if (!dialogs_->askQuestion(
+                    this, Question{"The output file already holds records.",
+                                   output + "\n\nCalculate adds one record for every sample of " + input +
+                                       " after them; samples already in the file would then be in it twice.",
+                                   "Add Records", "Cancel"})) {
+                logLine("The batch run was not started: the output file already holds records.");
+                return;
+            }
+            break;
+        case OutputFileState::HeaderOnly:
+            break;
+    }
+
+    // The run reads and writes exactly the files that the path fields show;
+    // during a batch the records are batch records.
+    core_->filesToOpen = {input};
+    core_->fullPath = input;
+    core_->fullPathOut = output;
+    core_->batchWriteMode = 1;
+    // A run from a pipe may have left the bar busy; this one starts at 0 %.
+    setProgressIndicatorIndeterminate(false);
+    batchRunner_->start(BatchRunner::Kind::Batch);
+}
+
+void BrinoraAppController::writeKML() {
+    if (batchRunning()) return;
+    filesBeforeKml_ = FilesBeforeKml{core_->filesToOpen, core_->fullPath, core_->fullPathOut};
+    setProgressIndicatorIndeterminate(false);
+    batchRunner_->start(BatchRunner::Kind::Kml);
+}
+
+void BrinoraAppController::cancelBatch() {
+    if (!batchRunning()) return;
+    batchRunner_->requestCancel();
+    cancelBatchButton_->setEnabled(false);
+}
+
+void BrinoraAppController::batchRunFinished(BatchRunner::Kind kind, const QString& message) {
+    if (kind == BatchRunner::Kind::Kml) {
+        core_->filesToOpen = std::move(filesBeforeKml_.filesToOpen);
+        core_->fullPath = std::move(filesBeforeKml_.fullPath);
+        core_->fullPathOut = std::move(filesBeforeKml_.fullPathOut);
+        filesBeforeKml_ = FilesBeforeKml{};
+        Q_EMIT batchRunEnded();
+        return;
+    }
+
+    const std::string stop = message.toStdString();
+    const BrinoraAppControllerCore& core = *core_;
+    if (stop == kBatchCancelledMessage) {
+        setProgressIndicatorHidden(true);
+        runAlert(Alert{stop, recordsOfThisRun(core.recordsWritten) + " in the output file:\n" + core.fullPathOut,
+                       {"OK"}});
+    } else if (!stop.empty() && stop != kReadErrorMessage) {
+        // A line stopped the run: which one, and what the output holds now.
+        std::string report = stop + "\n\n";
+        if (core.stoppedAtSourceLine > 0) {
+            const std::string input = core.filesToOpen.empty() ? std::string() : core.filesToOpen.front();
+            report += "The run stopped at line " + std::to_string(core.stoppedAtSourceLine) +
+                      " of the input file " + input + ".\n";
+        }
+        report += recordsOfThisRun(core.recordsWritten) + " in the output file " + core.fullPathOut + ".";
+        presentError(PresentedError{std::string(kErrorDomain), 0, report});
+    }
+    Q_EMIT batchRunEnded();
+}
+
+void BrinoraAppController::setBatchControlsEnabled(bool enabled) {
+    calculateButton_->setEnabled(enabled);
+    clearButton_->setEnabled(enabled);
+    for (const char* name : {"selectCSVtoOpen", "selectCSVtoOutput", "writeKML"}) {
+        if (auto* button = findChild<QPushButton*>(QLatin1String(name))) button->setEnabled(enabled);
+    }
+    for (QAction* action : coreActions_) action->setEnabled(enabled);
+    cancelBatchButton_->setEnabled(!enabled);
+}
+
+}  // namespace brinora
