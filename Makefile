@@ -11,7 +11,7 @@ BUILD_TYPE ?= Release
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
 # Debian packages the build and the tests need.
-PACKAGES := cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev qt6-base-dev xvfb xauth
+PACKAGES := cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev qt6-base-dev qt6-svg-dev xvfb xauth
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
