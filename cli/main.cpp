@@ -8,6 +8,9 @@
 
 #include "cli/batch_commands.h"
 #include "cli/calc_command.h"
+#ifdef BRINORA_HAVE_PLOT
+#include "cli/plot_command.h"
+#endif
 
 namespace {
 
@@ -33,6 +36,9 @@ int run(int argc, char** argv) {
     brinora::cli::addBatchCommand(app, exitStatus);
     brinora::cli::addPreviewCommand(app, exitStatus);
     brinora::cli::addKmlCommand(app, exitStatus);
+#ifdef BRINORA_HAVE_PLOT
+    brinora::cli::addPlotCommand(app, exitStatus);
+#endif
 
     try {
         app.parse(argc, argv);

@@ -65,7 +65,8 @@ GraphView fullView(const GraphSeries& series, bool yDepthLike) {
     GraphView view{paddedRange(finiteRange(series.x)), paddedRange(finiteRange(series.y))};
     if (yDepthLike && !series.y.empty()) {
         const AxisRange data = finiteRange(series.y);
-        if (data.min >= 0.0 && data.max > 0.0) view.y = {0.0, data.max + data.span() * 0.05};
+        // The surface at the top, just inside the frame.
+        if (data.min >= 0.0 && data.max > 0.0) view.y = {-data.max * 0.03, data.max + data.span() * 0.05};
     }
     return view;
 }

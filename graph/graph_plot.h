@@ -48,7 +48,7 @@ GraphSeries makeSeries(const GraphTable& table, std::size_t xColumn, std::size_t
 std::string leftOutNote(const GraphSeries& series);
 
 // The view that shows every point with a margin; the y axis of a depth-like
-// column starts at the surface (0) when every value is positive.
+// column starts just above the surface (0) when no value is negative.
 GraphView fullView(const GraphSeries& series, bool yDepthLike);
 
 }  // namespace brinora::graph
