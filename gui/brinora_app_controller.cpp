@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "gui/bound_fields.h"
+#include "gui/graph_page.h"
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
 
@@ -227,7 +228,16 @@ void BrinoraAppController::selectTab(TabView view, int index) { tabs_.at(view)->
 
 // ---------------------------------------------------------------- actions
 
-void BrinoraAppController::calculate() { form_.calculate(); }
+void BrinoraAppController::calculate() {
+    const int front = tabs_.at(TabView::SingleBatch)->currentIndex();
+    // The graph tab has nothing to calculate.
+    if (front == kGraphTab) return;
+    const std::string output = text(TextField::PathFieldOut);
+    const bool batch = front == 1 && tabs_.at(TabView::DataConstants)->currentIndex() != 1;
+    form_.calculate();
+    // After a batch run, the graph shows its output file.
+    if (batch && !output.empty()) graphPage_->loadFile(QString::fromStdString(output), true);
+}
 
 void BrinoraAppController::clear() { form_.clear(); }
 
@@ -236,6 +246,7 @@ void BrinoraAppController::switchToResultsInputConditions() { form_.switchToResu
 void BrinoraAppController::switchToResultsOutputConditions() { form_.switchToResultsOutputConditions(); }
 void BrinoraAppController::switchToConstants() { form_.switchToConstants(); }
 void BrinoraAppController::switchToBatchProcessing() { form_.switchToBatchProcessing(); }
+void BrinoraAppController::switchToGraph() { tabs_.at(TabView::SingleBatch)->setCurrentIndex(kGraphTab); }
 
 void BrinoraAppController::getCurrentTime() { cruiseTime_->setDateTime(nowToTheSecond()); }
 

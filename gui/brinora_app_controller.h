@@ -32,6 +32,7 @@ namespace brinora {
 
 class InputTextField;
 class OutputTextField;
+class GraphPage;
 class PreviewTableItemModel;
 class PreviewWindow;
 class HelpViewer;
@@ -102,6 +103,9 @@ public:
     HelpViewer* helpViewer() const { return helpViewer_; }
     QPushButton* calculateButton() const { return calculateButton_; }
     QPushButton* clearButton() const { return clearButton_; }
+    GraphPage* graphPage() const { return graphPage_; }
+    // Index of the graph tab in the one-sample / batch tab view.
+    static constexpr int kGraphTab = 2;
     // Depth of nested preview window sessions now running.
     int previewSessionDepth() const { return static_cast<int>(previewSessions_.size()); }
 
@@ -122,6 +126,7 @@ public Q_SLOTS:
     void switchToResultsOutputConditions();
     void switchToConstants();
     void switchToBatchProcessing();
+    void switchToGraph();
     void getCurrentTime();
     void getCurrentDate();
     // Opens the help book at its start page.
@@ -169,6 +174,7 @@ private:
     QPushButton* calculateButton_ = nullptr;
     QPushButton* clearButton_ = nullptr;
     PreviewTableItemModel* previewModel_ = nullptr;
+    GraphPage* graphPage_ = nullptr;
     PreviewWindow* previewWindow_ = nullptr;
     HelpViewer* helpViewer_ = nullptr;
     std::vector<PreviewSession*> previewSessions_;

@@ -19,6 +19,7 @@
 #include "engine/slots.h"
 #include "gui/bound_fields.h"
 #include "gui/brinora_app_controller.h"
+#include "gui/graph_page.h"
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
 
@@ -180,6 +181,8 @@ void BrinoraAppController::buildWindow() {
     dataConstantsTab->addTab(buildConstantsPage(), tr("Constants"));
     singleBatchTab->addTab(dataConstantsTab, tr("One Sample"));
     singleBatchTab->addTab(buildBatchPage(), tr("Batch Processing"));
+    graphPage_ = new GraphPage(defaults_, [this] { return dialogs_; }, this);
+    singleBatchTab->addTab(graphPage_, tr("Graph"));
 
     const auto showpHScale = [this] {
         const int index = menus_[Menu::pHScale]->currentIndex();
@@ -630,6 +633,7 @@ void BrinoraAppController::buildMenus() {
     addView(tr("Results at Output Conditions"), &BrinoraAppController::switchToResultsOutputConditions, Qt::Key_3);
     addView(tr("Constants"), &BrinoraAppController::switchToConstants, Qt::Key_4);
     addView(tr("Batch Processing"), &BrinoraAppController::switchToBatchProcessing, Qt::Key_5);
+    addView(tr("Graph"), &BrinoraAppController::switchToGraph, Qt::Key_6);
 
     QMenu* help = menuBar()->addMenu(tr("&Help"));
     QAction* main = help->addAction(tr("Brinora Help"), this, &BrinoraAppController::showHelp_MainHelp);
