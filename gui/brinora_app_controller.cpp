@@ -239,7 +239,29 @@ void BrinoraAppController::calculate() {
     if (batch && !output.empty()) graphPage_->loadFile(QString::fromStdString(output), true);
 }
 
-void BrinoraAppController::clear() { form_.clear(); }
+void BrinoraAppController::clear() {
+    const int front = tabs_.at(TabView::SingleBatch)->currentIndex();
+    if (front == kGraphTab) return;
+    if (front != 1) {
+        form_.clear();
+        return;
+    }
+    // The batch tab: its files, its preview and its progress; the form keeps its values.
+    const std::string output = text(TextField::PathFieldOut);
+    if (!output.empty() && core_->fullPathOut == output) {
+        core_->fullPathOut.clear();
+        setText(TextField::PathField2, "");
+        setCheckBoxState(0);
+    }
+    setText(TextField::PathField, "");
+    setText(TextField::PathFieldOut, "");
+    core_->filesToOpen.clear();
+    core_->fullPath.clear();
+    core_->previewTableController.clearPreviewTable();
+    previewModel_->reload();
+    setPreviewTableHidden(true);
+    setProgressIndicatorHidden(true);
+}
 
 void BrinoraAppController::switchToInput() { form_.switchToInput(); }
 void BrinoraAppController::switchToResultsInputConditions() { form_.switchToResultsInputConditions(); }
