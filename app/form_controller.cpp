@@ -22,6 +22,23 @@ void addOnce(std::vector<BoundField*>& fields, BoundField* field) {
 
 }  // namespace
 
+std::string refusedSampleMessage(const ComputeOutcome& outcome) {
+    using Status = ComputeOutcome::Status;
+    std::string why;
+    switch (outcome.status) {
+        case Status::kComputed: return {};
+        case Status::kSalinityMissing: why = "the salinity is a missing-value mark (-9 or -999)"; break;
+        case Status::kTemperatureMissing: why = "the temperature is a missing-value mark (-9 or -999)"; break;
+        case Status::kNegativeParameter: {
+            static constexpr const char* kNames[] = {"a carbonate parameter", "TA", "TCO2", "pH", "fCO2", "pCO2"};
+            const int which = outcome.parameter >= 1 && outcome.parameter <= 5 ? outcome.parameter : 0;
+            why = std::string(kNames[which]) + " is below zero";
+            break;
+        }
+    }
+    return "Nothing was calculated: " + why + ". The results were cleared and nothing was written to the output file.";
+}
+
 FormController::FormController(BrinoraAppControllerCore& core, AppUi& ui, TabViews& tabs,
                                Engine& board)
     : core_(core), ui_(ui), tabs_(tabs), board_(board) {}
@@ -97,10 +114,19 @@ void FormController::calculate() {
         return;
     }
 
+    BrinoraMain::lastOutcome = ComputeOutcome{};
     if (core_.computeCO2) {
         core_.computeCO2();
     } else {
         BrinoraMain::ComputeCO2();
+    }
+    const ComputeOutcome outcome = BrinoraMain::lastOutcome;
+    if (!outcome.computed()) {
+        // The board still holds the previous sample's results: none of them
+        // may stay on screen or reach the output file as this sample's.
+        for (BoundField* field : outputFields_) clearOutputValue(*field);
+        presentAppError(refusedSampleMessage(outcome));
+        return;
     }
     for (BoundField* field : outputFields_) pullOutputValue(*field);
 

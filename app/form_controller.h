@@ -10,6 +10,7 @@
 
 #include "batch/controller_core.h"
 #include "batch/ui.h"
+#include "engine/compute_co2.h"
 #include "engine/engine.h"
 
 namespace brinora {
@@ -55,6 +56,9 @@ inline constexpr std::string_view kInsufficientDataMessage =
 // Log line written before kInsufficientDataMessage is presented.
 inline constexpr std::string_view kInsufficientDataLogLine =
     "Insufficient data to perform the calculation";
+
+// Why a sample was not calculated, for the user ("" when it was).
+std::string refusedSampleMessage(const ComputeOutcome& outcome);
 
 class FormController {
 public:

@@ -15,7 +15,7 @@
 #include "batch/fast_records.h"
 #include "batch/fixed_format.h"
 #include "batch/output_record.h"
-#include "batch/parallel_batch.h"
+#include "batch/batch_engine.h"
 #include "batch/plain_ui.h"
 #include "bench/cruise_file.h"
 #include "engine/compute_co2.h"
@@ -138,9 +138,9 @@ void batchRun(benchmark::State& state, std::size_t lines, unsigned jobs) {
         if (jobs == 0) {
             message = core.batchProcess(input, false);
         } else {
-            FastRunOptions options;
-            options.jobs = jobs;
-            message = fastBatchProcess(core, ui, options);
+            core.runOptions.jobs = jobs;
+            core.runOptions.sampleLogLines = SampleLogLines::kOmitted;
+            message = core.batchProcess(input, false);
         }
         if (!message.empty()) state.SkipWithError(message.c_str());
         if (core.recordsWritten <= 0) state.SkipWithError("no record written");

@@ -11,6 +11,9 @@
 #include "cli/calc_command.h"
 #include "cli/stored_settings.h"
 #include "cli/usage_errors.h"
+#ifdef BRINORA_HAVE_PLOT
+#include "cli/plot_command.h"
+#endif
 
 namespace {
 
@@ -41,6 +44,9 @@ int run(int argc, char** argv) {
     brinora::cli::addPreviewCommand(app, exitStatus);
     brinora::cli::addKmlCommand(app, exitStatus);
     brinora::cli::addRepairCommand(app, exitStatus);
+#ifdef BRINORA_HAVE_PLOT
+    brinora::cli::addPlotCommand(app, exitStatus);
+#endif
 
     try {
         app.parse(argc, argv);

@@ -105,7 +105,7 @@ float toBoard(float chemistryValue) { return static_cast<float>(chemistryValue *
 
 void BrinoraMain::ComputeCO2() {
     ProcessValues values{K0, FugFac};
-    ComputeCO2(Engine::sharedInstance()->board(), values);
+    lastOutcome = ComputeCO2(Engine::sharedInstance()->board(), values);
     K0 = values.K0;
     FugFac = values.FugFac;
 }

@@ -30,6 +30,10 @@ public:
     // missing, a chosen carbonate parameter negative) writes nothing.
     static void ComputeCO2();
 
+    // What the last ComputeCO2() on the process-wide board did (the form
+    // tells the user when a sample was refused).
+    inline static ComputeOutcome lastOutcome;
+
     // The same on an explicit board and explicit K0/FugFac, so that several
     // boards can be computed at once; results are identical to the bit.
     // Tells whether the sample was computed or why it was refused.

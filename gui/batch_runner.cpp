@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "batch/parallel_batch.h"
+#include "batch/batch_engine.h"
 
 namespace brinora {
 
@@ -261,11 +261,11 @@ void BatchRunner::workerDone(Kind kind, const std::string& message) {
 
 std::string runBatchEngine(BatchRunner::Kind kind, BrinoraAppControllerCore& core, AppUi& ui,
                            SettingsStore& defaults) {
-    FastRunOptions options;
+    BatchRunOptions options;
     options.jobs = 0;
     options.sampleLogLines = SampleLogLines::kOmitted;
-    if (kind == BatchRunner::Kind::Batch) return fastBatchProcess(core, ui, options);
-    fastWriteKML(core, ui, defaults, options);
+    if (kind == BatchRunner::Kind::Batch) return runBatchFile(core, ui, options, false);
+    runKmlFile(core, ui, defaults, options);
     return {};
 }
 

@@ -1,5 +1,6 @@
 #include "gui/bound_fields.h"
 
+#include "batch/lenient_number.h"
 #include "gui/brinora_app_controller.h"
 
 namespace brinora {
@@ -16,6 +17,31 @@ InputTextField::InputTextField(std::uint32_t tag, BrinoraAppController* delegate
     : QLineEdit(parent), tag_(tag), delegate_(delegate) {
     setAlignment(Qt::AlignRight);
     registerSelf();
+    connect(this, &QLineEdit::textChanged, this, &InputTextField::markLenientReading);
+}
+
+QString InputTextField::lenientReadingNoteFor(const QString& text) {
+    const std::string typed = text.toStdString();
+    const NumberSpan span = leadingNumber(typed);
+    std::size_t end = span.end;
+    while (end < typed.size() && (typed[end] == ' ' || typed[end] == '\t')) ++end;
+    if (typed.find_first_not_of(" \t") == std::string::npos) return {};
+    if (span.start == span.end) return tr("“%1” is not a number and is read as 0.").arg(text);
+    if (end < typed.size()) {
+        return tr("“%1” is read as %2; the rest is ignored.")
+            .arg(text, QString::fromStdString(typed.substr(span.start, span.end - span.start)));
+    }
+    return {};
+}
+
+void InputTextField::markLenientReading() {
+    const QString note = lenientReadingNoteFor(QLineEdit::text());
+    if (note == lenientNote_) return;
+    lenientNote_ = note;
+    setProperty("lenientReading", !note.isEmpty());
+    setToolTip(note);
+    setStyleSheet(note.isEmpty() ? QString() : QStringLiteral("QLineEdit { border: 2px solid #c0392b; }"));
+    Q_EMIT lenientReadingChanged(note);
 }
 
 std::string InputTextField::text() const { return QLineEdit::text().toStdString(); }

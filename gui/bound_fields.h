@@ -31,9 +31,22 @@ public:
     // Sends clearOutputValue: (empties the text).
     void clearValue();
 
+    // Why the text is not read as the user may expect ("x1" is read as 0,
+    // "12a" as 12), or empty when it is a plain number (or empty).
+    QString lenientReadingNote() const { return lenientNote_; }
+    // The note for `text`.
+    static QString lenientReadingNoteFor(const QString& text);
+
+Q_SIGNALS:
+    // The note changed (empty: the text is a plain number again).
+    void lenientReadingChanged(const QString& note);
+
 private:
+    void markLenientReading();
+
     std::uint32_t tag_;
     BrinoraAppController* delegate_;
+    QString lenientNote_;
 };
 
 // A read-only field that shows a result slot.

@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "gui/bound_fields.h"
+#include "gui/graph_page.h"
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
 
@@ -237,9 +238,14 @@ void BrinoraAppController::selectTab(TabView view, int index) { tabs_.at(view)->
 
 void BrinoraAppController::calculate() {
     if (batchRunning()) return;
+    const int front = tabs_.at(TabView::SingleBatch)->currentIndex();
+    // The graph tab has nothing to calculate.
+    if (front == kGraphTab) return;
     // The batch tab's Calculate runs the batch on its own thread; the form's
-    // own checks come first, as the constants tab in front.
-    if (selectedTab(TabView::DataConstants) != 1 && selectedTab(TabView::SingleBatch) == 1) {
+    // own checks come first, as the constants tab in front. When the run
+    // ends, the graph shows its output file.
+    if (selectedTab(TabView::DataConstants) != 1 && front == 1) {
+        graphFileAfterRun_ = text(TextField::PathFieldOut);
         startBatchRun();
         return;
     }
@@ -248,7 +254,27 @@ void BrinoraAppController::calculate() {
 
 void BrinoraAppController::clear() {
     if (batchRunning()) return;
-    form_.clear();
+    const int front = tabs_.at(TabView::SingleBatch)->currentIndex();
+    if (front == kGraphTab) return;
+    if (front != 1) {
+        form_.clear();
+        return;
+    }
+    // The batch tab: its files, its preview and its progress; the form keeps its values.
+    const std::string output = text(TextField::PathFieldOut);
+    if (!output.empty() && core_->fullPathOut == output) {
+        core_->fullPathOut.clear();
+        setText(TextField::PathField2, "");
+        setCheckBoxState(0);
+    }
+    setText(TextField::PathField, "");
+    setText(TextField::PathFieldOut, "");
+    core_->filesToOpen.clear();
+    core_->fullPath.clear();
+    core_->previewTableController.clearPreviewTable();
+    previewModel_->reload();
+    setPreviewTableHidden(true);
+    setProgressIndicatorHidden(true);
 }
 
 void BrinoraAppController::switchToInput() { form_.switchToInput(); }
@@ -256,6 +282,7 @@ void BrinoraAppController::switchToResultsInputConditions() { form_.switchToResu
 void BrinoraAppController::switchToResultsOutputConditions() { form_.switchToResultsOutputConditions(); }
 void BrinoraAppController::switchToConstants() { form_.switchToConstants(); }
 void BrinoraAppController::switchToBatchProcessing() { form_.switchToBatchProcessing(); }
+void BrinoraAppController::switchToGraph() { tabs_.at(TabView::SingleBatch)->setCurrentIndex(kGraphTab); }
 
 void BrinoraAppController::getCurrentTime() { cruiseTime_->setDateTime(nowToTheSecond()); }
 

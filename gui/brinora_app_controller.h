@@ -34,6 +34,7 @@ namespace brinora {
 
 class InputTextField;
 class OutputTextField;
+class GraphPage;
 class PreviewTableItemModel;
 class PreviewWindow;
 class HelpViewer;
@@ -109,6 +110,9 @@ public:
     QPushButton* cancelBatchButton() const { return cancelBatchButton_; }
     // Whether a batch or KML run is going on its own thread.
     bool batchRunning() const { return batchRunner_ && batchRunner_->running(); }
+    GraphPage* graphPage() const { return graphPage_; }
+    // Index of the graph tab in the one-sample / batch tab view.
+    static constexpr int kGraphTab = 2;
     // Depth of nested preview window sessions now running.
     int previewSessionDepth() const { return static_cast<int>(previewSessions_.size()); }
 
@@ -129,6 +133,7 @@ public Q_SLOTS:
     void switchToResultsOutputConditions();
     void switchToConstants();
     void switchToBatchProcessing();
+    void switchToGraph();
     void getCurrentTime();
     void getCurrentDate();
     // Opens the help book at its start page.
@@ -191,6 +196,9 @@ private:
     QPushButton* calculateButton_ = nullptr;
     QPushButton* clearButton_ = nullptr;
     PreviewTableItemModel* previewModel_ = nullptr;
+    GraphPage* graphPage_ = nullptr;
+    // The output file of the batch run that is going, shown on the graph tab when it ends.
+    std::string graphFileAfterRun_;
     PreviewWindow* previewWindow_ = nullptr;
     HelpViewer* helpViewer_ = nullptr;
     std::vector<PreviewSession*> previewSessions_;

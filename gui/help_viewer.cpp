@@ -22,6 +22,7 @@ const std::vector<HelpPage>& helpPages() {
         {QStringLiteral("batch-input"), QObject::tr("The Batch Input File")},
         {QStringLiteral("output-file"), QObject::tr("The Output File")},
         {QStringLiteral("kml"), QObject::tr("The KML Document")},
+        {QStringLiteral("graph"), QObject::tr("Graphs of a Batch")},
         {QStringLiteral("messages"), QObject::tr("Messages and What to Do")},
         {QStringLiteral("settings"), QObject::tr("Stored Settings")},
     };

@@ -7,11 +7,15 @@
 #include <QHeaderView>
 #include <QKeySequence>
 #include <QMenuBar>
+#include <QRegularExpression>
 #include <QScrollArea>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 #include <span>
+#include <vector>
+
+#include <QStatusBar>
 
 #include "app/option_titles.h"
 #include "app/settings_keys.h"
@@ -19,6 +23,7 @@
 #include "engine/slots.h"
 #include "gui/bound_fields.h"
 #include "gui/brinora_app_controller.h"
+#include "gui/graph_page.h"
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
 
@@ -140,6 +145,18 @@ void BrinoraAppController::buildWindow() {
     bindMenuToSetting(menus_[Menu::CruiseLatitudeNS], settings::kCoordinatePickerNS);
     bindMenuToSetting(menus_[Menu::CruiseLongitudeEW], settings::kCoordinatePickerEW);
 
+    // The settings migration resets the wind-speed units under the lower-case
+    // key: the menu shows that value when the key is there, and keeps both
+    // keys in step.
+    if (const auto migrated = defaults_.value(settings::kWindspeedUnitsIntLegacy)) {
+        const int index = lenientInteger(*migrated);
+        QComboBox* units = menus_[Menu::WindSpeedUnits];
+        units->setCurrentIndex(index >= 0 && index < units->count() ? index : 0);
+    }
+    connect(menus_[Menu::WindSpeedUnits], &QComboBox::currentIndexChanged, this, [this](int index) {
+        defaults_.setValue(settings::kWindspeedUnitsIntLegacy, std::to_string(std::max(0, index)));
+    });
+
     connect(menus_[Menu::CO2Constants], &QComboBox::activated, this, [this] { core_->CO2selected(); });
 
     previewModel_ = new PreviewTableItemModel(core_->previewTableController, this);
@@ -180,6 +197,13 @@ void BrinoraAppController::buildWindow() {
     dataConstantsTab->addTab(buildConstantsPage(), tr("Constants"));
     singleBatchTab->addTab(dataConstantsTab, tr("One Sample"));
     singleBatchTab->addTab(buildBatchPage(), tr("Batch Processing"));
+    graphPage_ = new GraphPage(defaults_, [this] { return dialogs_; }, this);
+    singleBatchTab->addTab(graphPage_, tr("Graph"));
+    connect(this, &BrinoraAppController::batchRunEnded, this, [this] {
+        if (graphFileAfterRun_.empty()) return;
+        graphPage_->loadFile(QString::fromStdString(graphFileAfterRun_), true);
+        graphFileAfterRun_.clear();
+    });
 
     const auto showpHScale = [this] {
         const int index = menus_[Menu::pHScale]->currentIndex();
@@ -189,18 +213,18 @@ void BrinoraAppController::buildWindow() {
     connect(menus_[Menu::pHScale], &QComboBox::currentIndexChanged, this, showpHScale);
     showpHScale();
 
-    calculateButton_ = new QPushButton(tr("Calculate"), this);
+    calculateButton_ = new QPushButton(tr("&Calculate"), this);
     calculateButton_->setObjectName("calculateButton");
     calculateButton_->setDefault(true);
     calculateButton_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return));
     calculateButton_->setToolTip(tr("Calculate the sample, or run the batch when the batch tab is in front (Ctrl+Return)"));
-    clearButton_ = new QPushButton(tr("Clear"), this);
+    clearButton_ = new QPushButton(tr("C&lear"), this);
     clearButton_->setObjectName("clearButton");
-    clearButton_->setToolTip(tr("Empty every field of the form"));
+    clearButton_->setToolTip(tr("Empty every field of the form, or the file fields of the batch tab when it is in front"));
     connect(calculateButton_, &QPushButton::clicked, this, &BrinoraAppController::calculate);
     connect(clearButton_, &QPushButton::clicked, this, &BrinoraAppController::clear);
 
-    auto* mainHelp = new QPushButton(tr("Help"), this);
+    auto* mainHelp = new QPushButton(tr("&Help"), this);
     mainHelp->setObjectName("mainHelpButton");
     connect(mainHelp, &QPushButton::clicked, this, &BrinoraAppController::showHelp_MainHelp);
 
@@ -214,7 +238,14 @@ void BrinoraAppController::buildWindow() {
     auto* layout = new QVBoxLayout(central);
     layout->addWidget(singleBatchTab, 1);
     layout->addLayout(buttons);
-    setCentralWidget(central);
+    // The window fits small screens (1366 by 768 and less): what does not
+    // fit scrolls.
+    auto* scroll = new QScrollArea(this);
+    scroll->setObjectName("mainScroll");
+    scroll->setWidgetResizable(true);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidget(central);
+    setCentralWidget(scroll);
 }
 
 QWidget* BrinoraAppController::buildInputPage() {
@@ -228,6 +259,14 @@ QWidget* BrinoraAppController::buildInputPage() {
                                  const char* name, const QString& label, const QString& unit) {
         auto* field = new InputTextField(slot, this, group);
         field->setObjectName(name);
+        connect(field, &InputTextField::lenientReadingChanged, this, [this, label](const QString& note) {
+            if (note.isEmpty()) {
+                statusBar()->clearMessage();
+            } else {
+                statusBar()->showMessage(QString(label).remove(QRegularExpression(QStringLiteral("<[^>]*>"))) +
+                                         QStringLiteral(": ") + note);
+            }
+        });
         field->setMinimumWidth(kNumberFieldWidth);
         addValueRow(grid, label, field, unit);
         return field;
@@ -251,20 +290,27 @@ QWidget* BrinoraAppController::buildInputPage() {
     auto* carbonate = new QGroupBox(tr("Carbonate parameters (any two)"), page);
     auto* carbonateGrid = valueGrid(carbonate);
     addInput(carbonate, carbonateGrid, slot::kTA, "TA", tr("TA"), tr("µmol/kg"));
-    addInput(carbonate, carbonateGrid, slot::kTCO2, "TCO2", tr("TCO2"), tr("µmol/kg"));
+    addInput(carbonate, carbonateGrid, slot::kTCO2, "TCO2", tr("TCO₂"), tr("µmol/kg"));
     addInput(carbonate, carbonateGrid, slot::kpH, "pH", tr("pH"), QStringLiteral("pH scale"));
-    addInput(carbonate, carbonateGrid, slot::kfCO2, "fCO2", tr("fCO<sub>2</sub>"), tr("µatm"));
-    addInput(carbonate, carbonateGrid, slot::kpCO2, "pCO2", tr("pCO<sub>2</sub>"), tr("µatm"));
+    addInput(carbonate, carbonateGrid, slot::kfCO2, "fCO2", tr("fCO₂"), tr("µatm"));
+    addInput(carbonate, carbonateGrid, slot::kpCO2, "pCO2", tr("pCO₂"), tr("µatm"));
     carbonateGrid->addWidget(
         noteLabel(tr("Enter two of the five; the others are calculated."), carbonate),
         carbonateGrid->rowCount(), 0, 1, 3);
 
     // Air-sea flux inputs.
-    auto* flux = new QGroupBox(tr("Air-sea CO2 flux"), page);
+    auto* flux = new QGroupBox(tr("Air-sea CO₂ flux"), page);
     auto* fluxGrid = valueGrid(flux);
-    auto* pCO2air = addInput(flux, fluxGrid, slot::kpCO2Air, "pCO2air", tr("pCO<sub>2</sub> of the air"),
+    auto* pCO2air = addInput(flux, fluxGrid, slot::kpCO2Air, "pCO2air", tr("pCO₂ of the air"),
                              tr("µatm"));
     auto* windspeed = new InputTextField(slot::kWindSpeed, this, flux);
+    connect(windspeed, &InputTextField::lenientReadingChanged, this, [this](const QString& note) {
+        if (note.isEmpty()) {
+            statusBar()->clearMessage();
+        } else {
+            statusBar()->showMessage(tr("Wind speed: ") + note);
+        }
+    });
     windspeed->setObjectName("windspeed");
     windspeed->setMinimumWidth(kNumberFieldWidth);
     {
@@ -342,6 +388,21 @@ QWidget* BrinoraAppController::buildInputPage() {
     addInfoRow(tr("Longitude"), longitude, menus_[Menu::CruiseLongitudeEW]);
     addInfoRow(tr("Coordinates"), menus_[Menu::CoordinateFormat], nullptr);
 
+    // Tab order: the conditions, the carbonate parameters, the flux inputs,
+    // then the sample information, as the page reads.
+    {
+        std::vector<QWidget*> order;
+        for (const std::uint32_t tag : {slot::kSalinity, slot::kTemperature, slot::kPressure, slot::kPhosphate,
+                                        slot::kSilicate, slot::kTemperatureOut, slot::kPressureOut, slot::kTA,
+                                        slot::kTCO2, slot::kpH, slot::kfCO2, slot::kpCO2}) {
+            order.push_back(inputField(tag));
+        }
+        order.insert(order.end(), {pCO2air, windspeed, menus_[Menu::WindSpeedUnits], name, comment, cruiseDate_,
+                                   dateNow, cruiseTime_, timeNow, latitude, menus_[Menu::CruiseLatitudeNS],
+                                   longitude, menus_[Menu::CruiseLongitudeEW], menus_[Menu::CoordinateFormat]});
+        for (std::size_t i = 1; i < order.size(); ++i) setTabOrder(order[i - 1], order[i]);
+    }
+
     // Output file of the form.
     auto* output = new QGroupBox(tr("Output file"), page);
     auto* outputLayout = new QGridLayout(output);
@@ -352,10 +413,10 @@ QWidget* BrinoraAppController::buildInputPage() {
     pathField2->setReadOnly(true);
     pathField2->setPlaceholderText(tr("no output file chosen"));
     textFields_[TextField::PathField2] = pathField2;
-    auto* newFile = new QPushButton(tr("New File…"), output);
+    auto* newFile = new QPushButton(tr("&New File…"), output);
     newFile->setObjectName("newFileForOutput");
     newFile->setToolTip(tr("Create a new output file with the column header"));
-    auto* openFile = new QPushButton(tr("Add to File…"), output);
+    auto* openFile = new QPushButton(tr("&Add to File…"), output);
     openFile->setObjectName("openFileForOutput");
     openFile->setToolTip(tr("Append the results to an existing output file"));
     connect(newFile, &QPushButton::clicked, this, [this] { core_->newFileForOutput(); });
@@ -395,14 +456,14 @@ QWidget* BrinoraAppController::buildConstantsPage() {
         QString note;
     };
     const OptionRow rows[] = {
-        {Menu::CO2Constants, tr("CO2 constants"),
+        {Menu::CO2Constants, tr("CO₂ &constants"),
          tr("Dissociation constants K1 and K2 of carbonic acid.")},
-        {Menu::KHSO4, tr("KHSO4"),
+        {Menu::KHSO4, tr("KHSO₄"),
          tr("Bisulfate dissociation constant, used between the pH scales.")},
-        {Menu::pHScale, tr("pH scale"),
+        {Menu::pHScale, tr("p&H scale"),
          tr("Scale of the pH you enter and of the pH results.")},
-        {Menu::AirSeaFlux, tr("Air-sea flux"),
-         tr("Gas-transfer velocity of the air-sea CO2 flux.")},
+        {Menu::AirSeaFlux, tr("Air-sea &flux"),
+         tr("Gas-transfer velocity of the air-sea CO₂ flux.")},
     };
     int row = 0;
     for (const OptionRow& option : rows) {
@@ -464,18 +525,18 @@ QWidget* BrinoraAppController::buildResultsPage(bool outputConditions) {
     };
     const ResultRow carbonateRows[] = {
         {kTAOut, "TA", "µmol/kg"},
-        {kTCO2Out, "TCO2", "µmol/kg"},
+        {kTCO2Out, "TCO₂", "µmol/kg"},
         {outputConditions ? kpHOut : kpHIn, "pH", "pH scale"},
-        {outputConditions ? kfCO2Out : kfCO2In, "fCO<sub>2</sub>", "µatm"},
-        {outputConditions ? kpCO2Out : kpCO2In, "pCO<sub>2</sub>", "µatm"},
-        {outputConditions ? kxCO2Out : kxCO2In, "xCO<sub>2</sub> (dry air, 1 atm)", "ppm"},
-        {outputConditions ? kHCO3Out : kHCO3In, "HCO<sub>3</sub><sup>−</sup>", "µmol/kg"},
-        {outputConditions ? kCO3Out : kCO3In, "CO<sub>3</sub><sup>2−</sup>", "µmol/kg"},
-        {outputConditions ? kCO2Out : kCO2In, "CO<sub>2</sub>*", "µmol/kg"},
+        {outputConditions ? kfCO2Out : kfCO2In, "fCO₂", "µatm"},
+        {outputConditions ? kpCO2Out : kpCO2In, "pCO₂", "µatm"},
+        {outputConditions ? kxCO2Out : kxCO2In, "xCO₂ (dry air, 1 atm)", "ppm"},
+        {outputConditions ? kHCO3Out : kHCO3In, "HCO₃⁻", "µmol/kg"},
+        {outputConditions ? kCO3Out : kCO3In, "CO₃²⁻", "µmol/kg"},
+        {outputConditions ? kCO2Out : kCO2In, "CO₂*", "µmol/kg"},
     };
     const ResultRow alkalinityRows[] = {
         {outputConditions ? kBAlkOut : kBAlkIn, "Borate alkalinity", "µmol/kg"},
-        {outputConditions ? kOHOut : kOHIn, "Hydroxide (OH<sup>−</sup>)", "µmol/kg"},
+        {outputConditions ? kOHOut : kOHIn, "Hydroxide (OH⁻)", "µmol/kg"},
         {outputConditions ? kPAlkOut : kPAlkIn, "Phosphate alkalinity", "µmol/kg"},
         {outputConditions ? kSiAlkOut : kSiAlkIn, "Silicate alkalinity", "µmol/kg"},
     };
@@ -483,8 +544,8 @@ QWidget* BrinoraAppController::buildResultsPage(bool outputConditions) {
         {outputConditions ? kRevelleOut : kRevelleIn, "Revelle factor", ""},
         {outputConditions ? kOmegaCaOut : kOmegaCaIn, "Ω calcite", ""},
         {outputConditions ? kOmegaArOut : kOmegaArIn, "Ω aragonite", ""},
-        {outputConditions ? kSigmaOut : kSigmaIn, "Density anomaly σ<sub>t</sub>", "kg/m³"},
-        {outputConditions ? kCO2FluxOut : kCO2FluxIn, "Air-sea CO<sub>2</sub> flux", "mmol/m²/d"},
+        {outputConditions ? kSigmaOut : kSigmaIn, "Density anomaly σₜ", "kg/m³"},
+        {outputConditions ? kCO2FluxOut : kCO2FluxIn, "Air-sea CO₂ flux", "mmol/m²/d"},
     };
     const auto makeGroup = [this, page](const QString& title, std::span<const ResultRow> rows) {
         auto* group = new QGroupBox(title, page);
@@ -539,9 +600,9 @@ QWidget* BrinoraAppController::buildBatchPage() {
     pathFieldOut->setPlaceholderText(tr("a new CSV file for the results"));
     textFields_[TextField::PathField] = pathField;
     textFields_[TextField::PathFieldOut] = pathFieldOut;
-    auto* chooseInput = new QPushButton(tr("Choose…"), files);
+    auto* chooseInput = new QPushButton(tr("Choose &Input…"), files);
     chooseInput->setObjectName("selectCSVtoOpen");
-    auto* chooseOutput = new QPushButton(tr("Choose…"), files);
+    auto* chooseOutput = new QPushButton(tr("Choose &Output…"), files);
     chooseOutput->setObjectName("selectCSVtoOutput");
     connect(chooseInput, &QPushButton::clicked, this, [this] { core_->selectCSVtoOpen(); });
     connect(chooseOutput, &QPushButton::clicked, this, [this] { core_->selectCSVtoOutput(); });
@@ -571,11 +632,11 @@ QWidget* BrinoraAppController::buildBatchPage() {
     progressIndicator_->setRange(0, 100 * kProgressStepsPerPercent);
     progressIndicator_->setFormat(QStringLiteral("%p%"));
 
-    auto* kml = new QPushButton(tr("Write KML…"), page);
+    auto* kml = new QPushButton(tr("Write &KML…"), page);
     kml->setObjectName("writeKML");
     kml->setToolTip(tr("Turn a batch input file into a KML document with one placemark per sample"));
     connect(kml, &QPushButton::clicked, this, &BrinoraAppController::writeKML);
-    auto* constants = new QPushButton(tr("Constants…"), page);
+    auto* constants = new QPushButton(tr("Con&stants…"), page);
     constants->setObjectName("batchConstants");
     constants->setToolTip(tr("Show the constants used for the batch"));
     connect(constants, &QPushButton::clicked, this, &BrinoraAppController::switchToConstants);
@@ -638,6 +699,7 @@ void BrinoraAppController::buildMenus() {
     addView(tr("Results at Output Conditions"), &BrinoraAppController::switchToResultsOutputConditions, Qt::Key_3);
     addView(tr("Constants"), &BrinoraAppController::switchToConstants, Qt::Key_4);
     addView(tr("Batch Processing"), &BrinoraAppController::switchToBatchProcessing, Qt::Key_5);
+    addView(tr("Graph"), &BrinoraAppController::switchToGraph, Qt::Key_6);
 
     QMenu* help = menuBar()->addMenu(tr("&Help"));
     QAction* main = help->addAction(tr("Brinora Help"), this, &BrinoraAppController::showHelp_MainHelp);
