@@ -8,20 +8,39 @@
 
 namespace brinora {
 
-std::size_t splitBatchFields(std::string_view line, BatchFields& fields) {
+namespace {
+
+// Calls take(k, field) for every comma-separated field of `line`, in order;
+// returns the number of fields (at least 1: the empty line is one empty field).
+template <typename Take>
+std::size_t forEachField(std::string_view line, Take&& take) {
     std::size_t count = 0;
     std::size_t start = 0;
     for (;;) {
         const void* found = std::memchr(line.data() + start, ',', line.size() - start);
         const std::size_t comma =
             found == nullptr ? line.size() : static_cast<std::size_t>(static_cast<const char*>(found) - line.data());
-        if (count < kBatchLineFields) fields[count] = line.substr(start, comma - start);
+        take(count, line.substr(start, comma - start));
         ++count;
-        if (found == nullptr) break;
+        if (found == nullptr) return count;
         start = comma + 1;
     }
+}
+
+}  // namespace
+
+std::size_t splitBatchFields(std::string_view line, BatchFields& fields) {
+    const std::size_t count = forEachField(line, [&fields](std::size_t k, std::string_view field) {
+        if (k < kBatchLineFields) fields[k] = field;
+    });
     for (std::size_t k = count; k < kBatchLineFields; ++k) fields[k] = std::string_view();
     return count;
+}
+
+std::vector<std::string> splitFields(std::string_view line) {
+    std::vector<std::string> fields;
+    forEachField(line, [&fields](std::size_t, std::string_view field) { fields.emplace_back(field); });
+    return fields;
 }
 
 double lenientDoubleFast(std::string_view text) {

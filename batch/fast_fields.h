@@ -5,7 +5,9 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace brinora {
 
@@ -13,6 +15,10 @@ namespace brinora {
 inline constexpr std::size_t kBatchLineFields = 21;
 
 using BatchFields = std::array<std::string_view, kBatchLineFields>;
+
+// Every comma-separated field of `line` (no quoting or escaping); the empty
+// line is one empty field.
+std::vector<std::string> splitFields(std::string_view line);
 
 // Splits `line` at "," as splitFields does and keeps the first 21 fields;
 // the missing ones are empty. Returns the number of fields of the whole line.

@@ -7,7 +7,9 @@
 #include <limits>
 #include <unordered_map>
 
+#include "batch/fast_fields.h"
 #include "batch/lenient_number.h"
+#include "batch/line_rules.h"
 #include "batch/output_record.h"
 #include "batch/stream_reader.h"
 #include "batch/text_files.h"
