@@ -6,6 +6,7 @@
 
 #include "app/settings_keys.h"
 #include "batch/batch_engine.h"
+#include "batch/output_target.h"
 #include "batch/output_record.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
@@ -38,41 +39,55 @@ int runBatch(const BatchArgs& args) {
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
 
-    // Everything about the output is checked before the input is read.
-    const ExistingOutput existing =
-        args.append ? ExistingOutput::Append : (args.force ? ExistingOutput::Replace : ExistingOutput::Refuse);
-    if (!toStandardOutput && !checkOutputPath(session, args.input, args.output, existing)) return 1;
+    // Everything about the output is checked before the input is read; a
+    // refusal leaves everything as it was.
+    const OutputMode mode = toStandardOutput ? OutputMode::kStandardOutput
+                            : args.append    ? OutputMode::kAppend
+                            : args.force     ? OutputMode::kReplace
+                                             : OutputMode::kCreate;
+    OutputOptions outputOptions;
+    outputOptions.inputPath = args.input;
+    if (mode == OutputMode::kAppend) outputOptions.expectedHeader = std::string(dataFileHeaders());
+    OutputError outputError;
+    std::string rollBack;
+    std::unique_ptr<OutputTarget> target = OutputTarget::open(args.output, mode, outputOptions, outputError, &rollBack);
+    if (!target) {
+        session.error(outputError.message);
+        return 1;
+    }
+    if (!rollBack.empty()) session.note(rollBack);
+    OutputTargetSink sink(*target);
+    if (mode != OutputMode::kAppend && !sink.write(dataFileHeaders())) {
+        session.error(target->error().message);
+        return 1;
+    }
 
     // The input file as chosen on the batch tab, then the output file.
     BrinoraAppControllerCore& core = session.core;
     core.batchInputFilesChosen({args.input});
-    std::unique_ptr<ByteSink> standardOutput;
-    if (toStandardOutput) {
-        core.fullPathOut = "-";
-        standardOutput = makeStandardOutputSink();
-        if (!standardOutput->write(dataFileHeaders())) {
-            session.error(standardOutput->errorMessage());
-            return 1;
-        }
-    } else if (args.append) {
-        core.outputFileOpened(args.output);
-        session.ui.setText(TextField::PathFieldOut, args.output);
-    } else if (!core.batchOutputFileCreated(args.output)) {
-        session.error("cannot create \"" + args.output + "\": " + core.lastWriteError);
-        return 1;
-    }
+    core.fullPathOut = args.output;
+    session.ui.setText(TextField::PathFieldOut, args.output);
 
     core.runOptions.jobs = args.jobs;
     core.runOptions.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
-    core.runOptions.output = standardOutput.get();
+    core.runOptions.output = &sink;
     core.runOptions.note = noteWriter(session, args.input);
     const std::string message = core.batchProcess(args.input, false);
+    if (core.failedWrites > 0 || message == "There was an error reading from the file") {
+        // Nothing of this run is kept: the target is as it was.
+        target->abandon();
+        if (core.failedWrites > 0) session.error(target->error().message);
+        return 1;
+    }
+    // A stopping line is a normal end: the records before it are kept.
+    if (!target->commit()) {
+        session.error(target->error().message);
+        return 1;
+    }
     if (!message.empty()) {
         session.error(where(args.input, core.stoppedAtSourceLine) + message);
-        if (core.failedWrites == 0) {
-            std::fprintf(stderr, "%d record%s written to %s before the stop\n", core.recordsWritten,
-                         core.recordsWritten == 1 ? "" : "s", args.output.c_str());
-        }
+        std::fprintf(stderr, "%d record%s written to %s before the stop\n", core.recordsWritten,
+                     core.recordsWritten == 1 ? "" : "s", args.output.c_str());
         return 1;
     }
     return 0;

@@ -217,33 +217,6 @@ std::function<void(const RunNote&)> noteWriter(const Session& session, const std
     };
 }
 
-namespace {
-
-// Standard output: plain writes, the bytes as they come.
-class StandardOutputSink : public ByteSink {
-public:
-    bool write(std::string_view bytes) override {
-        std::fflush(stdout);
-        while (!bytes.empty()) {
-            const ssize_t n = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
-            if (n < 0 && errno == EINTR) continue;
-            if (n <= 0) {
-                error_ = std::string("cannot write to standard output: ") + std::strerror(n < 0 ? errno : ENOSPC);
-                return false;
-            }
-            bytes.remove_prefix(static_cast<std::size_t>(n));
-        }
-        return true;
-    }
-    std::string errorMessage() const override { return error_; }
-
-private:
-    std::string error_;
-};
-
-}  // namespace
-
-std::unique_ptr<ByteSink> makeStandardOutputSink() { return std::make_unique<StandardOutputSink>(); }
 
 void addJobsFlag(CLI::App& command, unsigned& jobs) {
     command.add_option("-j,--jobs", jobs, "threads that compute the samples (default: one per core)")

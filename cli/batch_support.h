@@ -13,6 +13,7 @@
 #include "batch/plain_ui.h"
 #include "batch/redraw_throttle.h"
 #include "batch/batch_engine.h"
+#include "batch/output_target.h"
 #include <functional>
 #include <memory>
 #include "batch/text_files.h"
@@ -91,8 +92,16 @@ int applyOptions(Session& session, const OptionFlags& flags);
 // Remarks of a run about its input ("warning: INPUT:LINE: ...") on stderr.
 std::function<void(const RunNote&)> noteWriter(const Session& session, const std::string& input);
 
-// Standard output as the destination of a run's bytes ("-o -").
-std::unique_ptr<ByteSink> makeStandardOutputSink();
+// An output file under the crash protocol as the destination of a run's bytes.
+class OutputTargetSink : public ByteSink {
+public:
+    explicit OutputTargetSink(OutputTarget& target) : target_(target) {}
+    bool write(std::string_view bytes) override { return target_.write(bytes); }
+    std::string errorMessage() const override { return target_.error().message; }
+
+private:
+    OutputTarget& target_;
+};
 
 // Adds -j/--jobs: threads that compute the samples (0, the default, means
 // one per core).

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "batch/batch_engine.h"
+#include "batch/output_target.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
 #include "log/log.h"
@@ -34,10 +35,18 @@ int runKml(const KmlArgs& args) {
     session.ui.alertsToStderr = toStandardOutput;
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
-    if (!toStandardOutput && !checkOutputPath(session, args.input, args.output,
-                                              args.force ? ExistingOutput::Replace : ExistingOutput::Refuse)) {
+    const OutputMode mode = toStandardOutput ? OutputMode::kStandardOutput
+                            : args.force     ? OutputMode::kReplace
+                                             : OutputMode::kCreate;
+    OutputOptions outputOptions;
+    outputOptions.inputPath = args.input;
+    OutputError outputError;
+    std::unique_ptr<OutputTarget> target = OutputTarget::open(args.output, mode, outputOptions, outputError);
+    if (!target) {
+        session.error(outputError.message);
         return 1;
     }
+    OutputTargetSink sink(*target);
 
     // The panels are answered with the paths given.
     session.ui.onOpenPanel = [&args](const OpenPanelRequest&) { return std::vector<std::string>{args.input}; };
@@ -45,21 +54,27 @@ int runKml(const KmlArgs& args) {
         return args.output;
     };
     BrinoraAppControllerCore& core = session.core;
-    std::unique_ptr<ByteSink> standardOutput;
-    if (toStandardOutput) standardOutput = makeStandardOutputSink();
     core.runOptions.jobs = args.jobs;
     core.runOptions.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
-    core.runOptions.output = standardOutput.get();
+    core.runOptions.output = &sink;
     core.runOptions.note = noteWriter(session, args.input);
     core.writeKML();
     if (core.failedWrites > 0 || !core.lastWriteError.empty()) {
-        session.error("the KML document is incomplete: " + core.lastWriteError);
+        // Nothing of this run is kept: the target is as it was.
+        target->abandon();
+        session.error("no KML document was written: " +
+                      (target->error().message.empty() ? core.lastWriteError : target->error().message));
         return 1;
     }
     if (core.placemarksWritten == 0) {
+        target->abandon();
         session.error(where(args.input, 0) +
                       "There are no datapoints to process. (A KML document holds the lines between the header "
                       "and the last line end.)");
+        return 1;
+    }
+    if (!target->commit()) {
+        session.error(target->error().message);
         return 1;
     }
     return 0;

@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -69,4 +70,9 @@ int run(int argc, char** argv) {
 
 }  // namespace
 
-int main(int argc, char** argv) { return finishStandardOutput(run(argc, argv)); }
+int main(int argc, char** argv) {
+    // A closed pipe on standard output is a write error to report, not a
+    // signal that ends the program before its output is put right.
+    std::signal(SIGPIPE, SIG_IGN);
+    return finishStandardOutput(run(argc, argv));
+}
