@@ -122,7 +122,7 @@ struct LineResult {
 struct Chunk {
     std::size_t firstIndex = 0;        // piece index of the first line (header = 0)
     std::size_t firstSampleLine = ~std::size_t{0};  // line of the chunk that is the run's first sample line
-    std::uint64_t endOffset = 0;       // input bytes consumed after the last line
+    std::vector<std::uint64_t> endOffsets;  // input bytes consumed after each line
     std::string input;
     std::vector<std::size_t> inputEnds;
     std::vector<int> sourceLines;
@@ -144,6 +144,7 @@ struct Chunk {
         input.clear();
         inputEnds.clear();
         sourceLines.clear();
+        endOffsets.clear();
         output.clear();
         results.clear();
         done = false;
@@ -514,9 +515,9 @@ public:
             chunk.input.append(line.text);
             chunk.inputEnds.push_back(chunk.input.size());
             chunk.sourceLines.push_back(line.sourceLine);
+            chunk.endOffsets.push_back(reader_.bytesConsumed());
             ++nextIndex_;
         }
-        chunk.endOffset = reader_.bytesConsumed();
         return chunk.lineCount() > 0;
     }
 
@@ -835,11 +836,15 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
     const auto deliver = [&](const Chunk& chunk) {
         const std::size_t processed = chunk.results.size();
         std::size_t lastComputed = processed;
+        std::size_t linesDone = 0;  // lines dealt with before any stop
         for (std::size_t k = 0; k < processed; ++k) {
             const LineResult& result = chunk.results[k];
             const std::size_t index = chunk.firstIndex + k;
             noteLine(options, result, chunk.sourceLines[k]);
-            if (result.kind == LineKind::kSkipped) continue;
+            if (result.kind == LineKind::kSkipped) {
+                linesDone = k + 1;
+                continue;
+            }
             if (result.kind == LineKind::kStop) {
                 core.stoppedAtLine = static_cast<int>(index);
                 core.stoppedAtSourceLine = chunk.sourceLines[k];
@@ -851,20 +856,19 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
             if (writer) {
                 if (!writer->add(chunk.bytes(k))) {
                     writeFailed = true;
-                    core.stoppedAtLine = static_cast<int>(index);
-                    core.stoppedAtSourceLine = chunk.sourceLines[k];
                     break;
                 }
                 ++core.recordsWritten;
             }
             if (everyLine) held.line("Done with the line!");
+            linesDone = k + 1;
         }
         if (lastComputed < processed && !justPreview) {
             lastRecord.assign(chunk.bytes(lastComputed));
             lastLine.assign(chunk.line(lastComputed));
         }
-        if (!justPreview && input.sizeKnown) {
-            core.progressValue = percentOf(chunk.endOffset, input);
+        if (!justPreview && input.sizeKnown && linesDone > 0) {
+            core.progressValue = percentOf(chunk.endOffsets[linesDone - 1], input);
             ui.setProgressIndicatorValue(core.progressValue);
         }
         if (!stopText.empty() || writeFailed) return false;
@@ -882,8 +886,14 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
     if (anyComputed) Engine::sharedInstance()->reset();
 
     if (writeFailed) {
+        // A block of records could not be written: nothing of the run is
+        // kept (the output is taken back to what it was), and no input line
+        // is to blame.
         ++core.failedWrites;
         core.lastWriteError = sink->errorMessage();
+        core.recordsWritten = 0;
+        core.stoppedAtLine = 0;
+        core.stoppedAtSourceLine = 0;
         if (appended) appended->rollBack();
         held.release();
         return stopRun("The record could not be written to the output file (" + core.lastWriteError + ").");
@@ -1036,13 +1046,12 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
             if (!writer->add(chunk.bytes(k))) {
                 // The placemarks stop here; the document lacks its footer.
                 writeFailed = true;
-                core.stoppedAtSourceLine = chunk.sourceLines[k];
                 return false;
             }
             ++core.placemarksWritten;
             if (everyLine) held.line("Done with the line!");
         }
-        if (input.sizeKnown) ui.setProgressIndicatorValue(percentOf(chunk.endOffset, input));
+        if (input.sizeKnown && processed > 0) ui.setProgressIndicatorValue(percentOf(chunk.endOffsets[processed - 1], input));
         return true;
     };
     runChunks(feed, *processor, throughController ? 1 : computingThreads(options, optionsOnBoard.constantsItem),
@@ -1075,11 +1084,11 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
                              "holds only lines that end with a line end)"});
     }
     if (writeFailed) {
+        // Nothing of the run is kept: the document is taken back to what it was.
         ++core.failedWrites;
         core.lastWriteError = sink->errorMessage();
-        if (core.stoppedAtSourceLine > 0) {
-            core.lastWriteError += " (the placemark of input line " + std::to_string(core.stoppedAtSourceLine) + ")";
-        }
+        core.placemarksWritten = 0;
+        if (appended) appended->rollBack();
         ui.logLine(core.lastWriteError);
     } else {
         // 6. Report.

@@ -48,26 +48,46 @@ protected:
     std::string previewRun() { return core.batchProcess(ui.text(TextField::PathField), true); }
 };
 
-TEST_F(BatchRunTest, RecordThatCannotBeWrittenStopsTheRunAtItsLine) {
+// Refuses every write with one reason.
+class RefusingSink : public ByteSink {
+public:
+    bool write(std::string_view) override {
+        ++writes;
+        return false;
+    }
+    std::string errorMessage() const override { return "cannot write \"out.csv\": No space left on device"; }
+    int writes = 0;
+};
+
+TEST_F(BatchRunTest, RecordsThatCannotBeWrittenEndTheRunWithNothingKept) {
     useInput(kInputHeader + "\n" + sampleLine("1") + "\n\n\n" + sampleLine("2") + "\n" + sampleLine("3") + "\n");
-    const std::string output = useOutput();
-    // The output file disappears after the first record: the second cannot be
-    // appended (records are only appended, never created).
-    int records = 0;
-    ui.onProgress = [&](double) {
-        if (++records == 1) std::filesystem::remove(output);
-    };
+    useOutput();
+    RefusingSink sink;
+    core.runOptions.output = &sink;
     const std::string message = fullRun();
-    EXPECT_EQ(message, "The record could not be written to the output file (cannot open \"" + output +
-                           "\": No such file or directory).");
-    EXPECT_EQ(core.recordsWritten, 1);
+    EXPECT_EQ(message,
+              "The record could not be written to the output file (cannot write \"out.csv\": No space left on "
+              "device).");
+    EXPECT_EQ(sink.writes, 1);
+    EXPECT_EQ(core.recordsWritten, 0);
     EXPECT_EQ(core.failedWrites, 1);
-    EXPECT_EQ(core.stoppedAtLine, 3);
-    EXPECT_EQ(core.stoppedAtSourceLine, 5);
-    EXPECT_EQ(computeCalls, 2);  // line 3 is not computed
+    EXPECT_EQ(core.stoppedAtLine, 0);
+    EXPECT_EQ(core.stoppedAtSourceLine, 0);
     EXPECT_TRUE(alerts.empty());
     EXPECT_TRUE(ui.progressHidden);
     EXPECT_TRUE(logged(message));
+}
+
+TEST_F(BatchRunTest, OutputFileThatGoesAwayEndsTheRunAndNamesIt) {
+    useInput(kInputHeader + "\n" + sampleLine("1") + "\n" + sampleLine("2") + "\n");
+    const std::string output = useOutput();
+    // The records are written in one block at the end; by then the file is gone.
+    ui.onProgress = [&](double) { std::filesystem::remove(output); };
+    const std::string message = fullRun();
+    EXPECT_EQ(message, "The record could not be written to the output file (cannot open \"" + output +
+                           "\": No such file or directory).");
+    EXPECT_EQ(core.recordsWritten, 0);
+    EXPECT_FALSE(std::filesystem::exists(output));
 }
 
 TEST_F(BatchRunTest, FullRunWritesOneRecordPerSample) {
@@ -147,19 +167,25 @@ TEST_F(BatchRunTest, LogLinesOfAFullRun) {
     EXPECT_EQ(loggedCount("Number of column headers = 21"), 1);
 }
 
-TEST_F(BatchRunTest, ProgressAdvancesPerLineOverAllPieces) {
-    useInput(kInputHeader + "\n" + sampleLine("1") + "\n" + sampleLine("2") + "\n" + sampleLine("3") + "\n");
+TEST_F(BatchRunTest, ProgressFollowsTheBytesRead) {
+    const std::string line1 = sampleLine("1"), line2 = sampleLine("2"), line3 = sampleLine("3");
+    useInput(kInputHeader + "\n" + line1 + "\n" + line2 + "\n" + line3 + "\n");
     useOutput();
     std::vector<double> seen;
     ui.onProgress = [&seen](double percent) { seen.push_back(percent); };
     ASSERT_EQ(fullRun(), "");
     // Five pieces: the header, three samples and the empty piece after the last line end.
     EXPECT_TRUE(logged("The file is 5 lines long"));
-    ASSERT_EQ(seen.size(), 3u);
-    EXPECT_DOUBLE_EQ(seen[0], 20.0);
-    EXPECT_DOUBLE_EQ(seen[1], 40.0);
-    EXPECT_DOUBLE_EQ(seen[2], 60.0);
-    EXPECT_DOUBLE_EQ(core.progressValue, 80.0);  // the empty last piece was dealt with too
+    // One line at a time here (the calculation is replaced): after each line,
+    // the share of the file's bytes read up to its line end.
+    const double size = static_cast<double>(kInputHeader.size() + line1.size() + line2.size() + line3.size() + 4);
+    const double header = static_cast<double>(kInputHeader.size() + 1);
+    ASSERT_EQ(seen.size(), 4u);
+    EXPECT_DOUBLE_EQ(seen[0], (header + static_cast<double>(line1.size() + 1)) / size * 100.0);
+    EXPECT_DOUBLE_EQ(seen[1], (header + static_cast<double>(line1.size() + line2.size() + 2)) / size * 100.0);
+    EXPECT_DOUBLE_EQ(seen[2], 100.0);
+    EXPECT_DOUBLE_EQ(seen[3], 100.0);  // the empty last piece
+    EXPECT_DOUBLE_EQ(core.progressValue, 100.0);
 }
 
 TEST_F(BatchRunTest, WindowsLineEndsGiveTheSameRecords) {

@@ -96,7 +96,7 @@ TEST(BatchLines, SourceLinesCountAsAnEditorDoes) {
 TEST(BatchLines, SameLinesInBlocksOfOneByte) {
     const std::string text = "h\r\na\n\n\nb\r\rc\n\r\nd";
     for (const std::size_t block : {1, 2, 3, 7}) {
-        EXPECT_EQ(texts(readPieces(text, block)), (Lines{"h", "a", "", "b", "", "c", "", "d"})) << block;
+        EXPECT_EQ(texts(readPieces(text, block)), (Lines{"h", "a", "", "b", "c", "", "d"})) << block;
     }
 }
 
