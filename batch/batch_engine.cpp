@@ -35,9 +35,9 @@
 namespace brinora {
 namespace {
 
-constexpr std::string_view kNoDatapoints = "There are no datapoints to process.";
-constexpr std::string_view kWrongColumns = "There is an incorrect number of data columns in the input CSV.";
-constexpr std::string_view kReadError = "There was an error reading from the file";
+constexpr std::string_view kNoDatapoints = kNoDatapointsMessage;
+constexpr std::string_view kWrongColumns = kWrongColumnsMessage;
+constexpr std::string_view kReadError = kBatchReadErrorMessage;
 
 // Input bytes handed to a worker at a time, at most (one line at least).
 constexpr std::size_t kChunkInputBytes = std::size_t{1} << 18;
@@ -675,7 +675,8 @@ void noteLine(const BatchRunOptions& options, const LineResult& result, int sour
     if (!options.note) return;
     if (result.fieldCount > kBatchLineFields) {
         options.note(RunNote{sourceLine, "the line has " + std::to_string(result.fieldCount) +
-                                             " fields; the fields after the 21st are ignored"});
+                                             " fields; the fields after the 21st are ignored (is there a comma "
+                                             "inside a name or comment?)"});
     }
     if (result.overflowField >= 0) options.note(RunNote{sourceLine, overflowNote(result.overflowField)});
 }
@@ -794,6 +795,7 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
     }
     LineFeed feed(reader, lastIndex, false);
     feed.countHeader();
+    core.headerNames = static_cast<int>(headerNames);
     if (headerNames != static_cast<std::size_t>(kBatchHeaderNames)) {
         feed.drain();
         if (reader.failed()) {
@@ -974,6 +976,8 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
     if (!openRunInput(core.fullPath, input, openError)) {
         ui.presentError(openError);
         ui.logLine(std::string(kReadError));
+        core.failedWrites = 1;
+        core.lastWriteError = std::string(kReadError);
         return;
     }
     BatchLineReader reader(input.fd, options.readBlock, true);
@@ -983,6 +987,8 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
     if (!haveHeader) {
         ui.presentError(readError(core.fullPath, reader));
         ui.logLine(std::string(kReadError));
+        core.failedWrites = 1;
+        core.lastWriteError = std::string(kReadError);
         return;
     }
     LineFeed feed(reader, ~std::size_t{0}, true);
@@ -1071,7 +1077,7 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
         ui.presentError(readError(core.fullPath, reader));
         ui.logLine(std::string(kReadError));
         core.failedWrites = 1;
-        core.lastWriteError = "the input could not be read to its end";
+        core.lastWriteError = std::string(kReadError);
         core.alreadySaved = 0;
         core.batchWriteMode = 0;
         core.sampleID = 0;

@@ -21,6 +21,14 @@ namespace brinora {
 
 // What a batch run returns when the user stopped it (AppUi::cancelRequested).
 inline constexpr std::string_view kBatchCancelledMessage = "The batch run was cancelled.";
+// What a batch run returns when its input cannot be read (the reason has
+// been presented as an error).
+inline constexpr std::string_view kBatchReadErrorMessage = "There was an error reading from the file";
+// What a batch run returns for a file with only a header, and for a header
+// that does not name 21 columns: nothing was computed.
+inline constexpr std::string_view kNoDatapointsMessage = "There are no datapoints to process.";
+inline constexpr std::string_view kWrongColumnsMessage =
+    "There is an incorrect number of data columns in the input CSV.";
 
 class BrinoraAppControllerCore {
 public:
@@ -119,6 +127,8 @@ public:
     std::string lastWriteError;
     // Records appended by the last full run.
     int recordsWritten = 0;
+    // Non-empty names in the header of the last batch run's input.
+    int headerNames = 0;
 
     // ---- KML document ----
 

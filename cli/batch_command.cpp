@@ -73,10 +73,22 @@ int runBatch(const BatchArgs& args) {
     core.runOptions.output = &sink;
     core.runOptions.note = noteWriter(session, args.input);
     const std::string message = core.batchProcess(args.input, false);
-    if (core.failedWrites > 0 || message == "There was an error reading from the file") {
-        // Nothing of this run is kept: the target is as it was.
+    if (core.failedWrites > 0 || message == kBatchReadErrorMessage) {
+        // Nothing of this run is kept: the target is as it was (the reading
+        // error has been shown).
         target->abandon();
         if (core.failedWrites > 0) session.error(target->error().message);
+        return 1;
+    }
+    if (message == kNoDatapointsMessage || message == kWrongColumnsMessage) {
+        // Nothing was computed: no output file is made or changed.
+        target->abandon();
+        std::string detail;
+        if (message == kWrongColumnsMessage) {
+            detail = " (The header names " + std::to_string(core.headerNames) +
+                     " columns; a batch input file has 21.)";
+        }
+        session.error(where(args.input, core.stoppedAtSourceLine) + message + detail);
         return 1;
     }
     // A stopping line is a normal end: the records before it are kept.

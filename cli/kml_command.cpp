@@ -59,6 +59,10 @@ int runKml(const KmlArgs& args) {
     core.runOptions.output = &sink;
     core.runOptions.note = noteWriter(session, args.input);
     core.writeKML();
+    if (core.lastWriteError == kBatchReadErrorMessage) {
+        target->abandon();  // the reading error has been shown
+        return 1;
+    }
     if (core.failedWrites > 0 || !core.lastWriteError.empty()) {
         // Nothing of this run is kept: the target is as it was.
         target->abandon();
@@ -68,9 +72,8 @@ int runKml(const KmlArgs& args) {
     }
     if (core.placemarksWritten == 0) {
         target->abandon();
-        session.error(where(args.input, 0) +
-                      "There are no datapoints to process. (A KML document holds the lines between the header "
-                      "and the last line end.)");
+        session.error(where(args.input, 0) + std::string(kNoDatapointsMessage) +
+                      " (A KML document holds the lines between the header and the last line end.)");
         return 1;
     }
     if (!target->commit()) {

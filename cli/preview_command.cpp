@@ -102,7 +102,7 @@ int runPreview(const PreviewArgs& args) {
     core.previewTableController.clearPreviewTable();
     const std::string message = core.batchProcess(args.input, true);
     if (!message.empty()) {
-        session.error(where(args.input, core.stoppedAtSourceLine) + message);
+        if (message != kBatchReadErrorMessage) session.error(where(args.input, core.stoppedAtSourceLine) + message);
         return 1;
     }
 

@@ -7,6 +7,8 @@
 //     --constants 13 --khso4 1 --ph-scale 1 --flux 1
 // and the same with `kml` and cruise_Brinora.kml.
 #include <gtest/gtest.h>
+
+#include "batch/output_record.h"
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -224,16 +226,30 @@ TEST_F(BatchCommandTest, ExistingOutputIsNeverReplacedSilently) {
     EXPECT_EQ(readFile(output), readFile(kData + "/cruise_Brinora.csv"));
 }
 
+TEST_F(BatchCommandTest, AppendRefusesAFileThatIsNoOutputFile) {
+    const std::string input = path("in.csv");
+    writeFile(input, kHeader + sample("1"));
+    const std::string output = path("out.csv");
+    writeFile(output, "earlier header\nearlier record\n");
+    const CommandResult result = run({"batch", input, "-o", output, "--append"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "brinora batch: the output \"" + output +
+                              "\" does not start with the header line of an output file; records are only added "
+                              "to an output file\n");
+    EXPECT_EQ(readFile(output), "earlier header\nearlier record\n");
+}
+
 TEST_F(BatchCommandTest, AppendAddsRecordsWithoutAHeader) {
     const std::string input = path("in.csv");
     writeFile(input, kHeader + sample("1") + sample("2"));
     const std::string output = path("out.csv");
-    writeFile(output, "earlier header\nearlier record\n");
+    const std::string header(dataFileHeaders());
+    writeFile(output, header + "earlier record\n");
     const CommandResult result = run({"batch", input, "-o", output, "--append"});
     ASSERT_EQ(result.status, 0) << result.err;
     const auto lines = splitLines(readFile(output));
     ASSERT_EQ(lines.size(), 4u);
-    EXPECT_EQ(lines[0], "earlier header");
+    EXPECT_EQ(lines[0] + "\n", header);
     EXPECT_EQ(lines[1], "earlier record");
     EXPECT_TRUE(lines[2].starts_with("1,St 1,10:00,1/2/2023,10.5,-20.25,35.000,20.000,"));
     EXPECT_TRUE(lines[3].starts_with("2,St 2,"));
@@ -347,6 +363,7 @@ TEST_F(BatchCommandTest, EmptyFileAndHeaderOnly) {
     for (const std::string& text : {std::string(), kHeader.substr(0, kHeader.size() - 1), kHeader}) {
         writeFile(input, text);
         for (const std::string command : {"batch", "kml"}) {
+            if (command == "batch" && text == kHeader) continue;  // one empty line: see below
             const CommandResult result = run({command, input, "-o", path("out")});
             EXPECT_EQ(result.status, 1) << command << " " << text;
             EXPECT_TRUE(result.err.starts_with("brinora " + command + ": " + input +
@@ -355,6 +372,14 @@ TEST_F(BatchCommandTest, EmptyFileAndHeaderOnly) {
             EXPECT_FALSE(std::filesystem::exists(path("out")));
         }
     }
+    // A header and a line end: one empty line, skipped; the run succeeds
+    // with the header alone.
+    writeFile(input, kHeader);
+    const CommandResult headerOnly = run({"batch", input, "-o", path("out"), "-q"});
+    EXPECT_EQ(headerOnly.status, 0) << headerOnly.err;
+    EXPECT_EQ(readFile(path("out")), std::string(dataFileHeaders()));
+    std::filesystem::remove(path("out"));
+
     writeFile(input, "");
     const CommandResult result = run({"preview", input});
     EXPECT_EQ(result.status, 1);
@@ -366,9 +391,12 @@ TEST_F(BatchCommandTest, KmlSaysWhyASingleSampleWithoutLineEndGivesNothing) {
     writeFile(input, kHeader + sample("1").substr(0, sample("1").size() - 1));
     const CommandResult result = run({"kml", input, "-o", path("out.kml")});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "brinora kml: " + input +
-                              ": There are no datapoints to process. (The last line is a sample only when the "
-                              "file ends with a line end.)\n");
+    EXPECT_EQ(result.err, "brinora kml: warning: " + input +
+                              ":2: the last line has no line end and is not part of the document (a KML document "
+                              "holds only lines that end with a line end)\nbrinora kml: " + input +
+                              ": There are no datapoints to process. (A KML document holds the lines between the "
+                              "header and the last line end.)\n");
+    EXPECT_FALSE(std::filesystem::exists(path("out.kml")));
 }
 
 TEST_F(BatchCommandTest, HeaderWithTheWrongNumberOfNames) {
