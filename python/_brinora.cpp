@@ -233,7 +233,11 @@ int optionItem(int menu, const py::object& value) {
         text = py::str(py::handle(number)).cast<std::string>();
     }
     const OptionChoice choice = parseOptionChoice(which, text);
-    if (choice.item == 0) throw py::value_error(choice.error);
+    if (choice.item == 0) {
+        static constexpr const char* kMenuNames[] = {"constants set", "KHSO4 choice", "pH scale", "flux formula"};
+        const std::string shown = text.size() <= 40 ? text : text.substr(0, 37) + "...";
+        throw py::value_error(std::string("unknown ") + kMenuNames[menu] + " '" + shown + "': " + choice.error);
+    }
     return choice.item;
 }
 

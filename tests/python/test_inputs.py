@@ -141,7 +141,7 @@ def test_bad_options(option, value, error):
 
 
 def test_unknown_constants_message():
-    with pytest.raises(ValueError, match=r"unknown constants set '15': the menu items are 1\.\.14"):
+    with pytest.raises(ValueError, match=r"unknown constants set '15': there is no item \"15\"; the items are 1\.\.14"):
         brinora.compute(35, 10, ta=2300, tco2=2000, constants=15)
 
 
