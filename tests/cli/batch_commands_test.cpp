@@ -74,6 +74,12 @@ protected:
         return runBrinora(arguments, {"BRINORA_SETTINGS_FILE=" + settingsFile});
     }
 
+    // Runs brinora as run() does, as an unprivileged user (see runBrinoraUnprivileged).
+    CommandResult runUnprivileged(std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), kOptions.begin(), kOptions.end());
+        return test::runBrinoraUnprivileged(arguments, {"BRINORA_SETTINGS_FILE=" + settingsFile}, dir);
+    }
+
     std::string path(const std::string& name) const { return dir + "/" + name; }
 
     std::string dir;
@@ -277,12 +283,14 @@ TEST_F(BatchCommandTest, OutputIsTheInput) {
     EXPECT_EQ(readFile(input), kHeader + sample("1"));
 }
 
+// Run as an unprivileged user: permissions do not bind root.
 TEST_F(BatchCommandTest, ReadOnlyOutputAndFolder) {
-    if (::geteuid() == 0) GTEST_SKIP() << "permissions do not bind root";
+    const std::string input = path("cruise.csv");
+    writeFile(input, readFile(kExample));
     const std::string output = path("locked.csv");
     writeFile(output, "locked\n");
     ::chmod(output.c_str(), 0444);
-    CommandResult result = run({"batch", kExample, "-o", output, "--append"});
+    CommandResult result = runUnprivileged({"batch", input, "-o", output, "--append"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err, "brinora batch: the output \"" + output + "\" cannot be written: Permission denied\n");
     EXPECT_EQ(readFile(output), "locked\n");
@@ -290,9 +298,10 @@ TEST_F(BatchCommandTest, ReadOnlyOutputAndFolder) {
     const std::string folder = path("locked-folder");
     std::filesystem::create_directory(folder);
     ::chmod(folder.c_str(), 0555);
-    result = run({"kml", kExample, "-o", folder + "/out.kml"});
+    result = runUnprivileged({"kml", input, "-o", folder + "/out.kml"});
     EXPECT_EQ(result.status, 1);
     EXPECT_NE(result.err.find("cannot be written: Permission denied"), std::string::npos) << result.err;
+    EXPECT_TRUE(std::filesystem::is_empty(folder));
 }
 
 // ---------------------------------------------------------------- bad input
@@ -311,14 +320,15 @@ TEST_F(BatchCommandTest, MissingInput) {
     EXPECT_EQ(result.out, "");
 }
 
+// Run as an unprivileged user: permissions do not bind root.
 TEST_F(BatchCommandTest, UnreadableInput) {
-    if (::geteuid() == 0) GTEST_SKIP() << "permissions do not bind root";
     const std::string input = path("locked.csv");
     writeFile(input, kHeader + sample("1"));
     ::chmod(input.c_str(), 0);
-    const CommandResult result = run({"batch", input, "-o", path("out.csv")});
+    const CommandResult result = runUnprivileged({"batch", input, "-o", path("out.csv")});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err, "brinora batch: The file \"" + input + "\" could not be read: Permission denied\n");
+    EXPECT_FALSE(std::filesystem::exists(path("out.csv")));
 }
 
 TEST_F(BatchCommandTest, InputFolder) {
