@@ -48,6 +48,11 @@ void writeFile(const std::string& path, const std::string& text) {
     out << text;
 }
 
+// What a completed batch run prints on standard output.
+std::string batchCompletion(const std::string& input, const std::string& output) {
+    return "Batch Processing of File Completed\nFile Input:\n" + input + "\n\nFile Output:\n" + output + "\n";
+}
+
 std::string sample(const std::string& id, const std::string& salinity = "35") {
     return id + ",St " + id + ",10:00,1/2/2023,10.5,-20.25," + salinity + ",20,0,1,5,,,2300,2000,,,,400,7,ok\n";
 }
@@ -196,6 +201,7 @@ TEST_F(BatchCommandTest, StoredOptionsAreUsed) {
     const std::string output = path("out.csv");
     const CommandResult result = run({"batch", kExample, "-o", output}, false);
     ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, batchCompletion(kExample, output));
     EXPECT_EQ(readFile(output), readFile(kData + "/cruise_Brinora.csv"));
 }
 
@@ -224,9 +230,11 @@ TEST_F(BatchCommandTest, ExistingOutputIsNeverReplacedSilently) {
     EXPECT_EQ(result.err, "brinora batch: the output \"" + output +
                               "\" already exists; give --force to replace it or --append to add the records to it\n");
     EXPECT_EQ(readFile(output), "precious\n");
+    EXPECT_EQ(result.out, "");
 
     result = run({"batch", kExample, "-o", output, "--force"});
     ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, batchCompletion(kExample, output));
     EXPECT_EQ(readFile(output), readFile(kData + "/cruise_Brinora.csv"));
 }
 
@@ -237,6 +245,7 @@ TEST_F(BatchCommandTest, AppendAddsRecordsWithoutAHeader) {
     writeFile(output, "earlier header\nearlier record\n");
     const CommandResult result = run({"batch", input, "-o", output, "--append"});
     ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, batchCompletion(input, output));
     const auto lines = splitLines(readFile(output));
     ASSERT_EQ(lines.size(), 4u);
     EXPECT_EQ(lines[0], "earlier header");
@@ -444,6 +453,7 @@ TEST_F(BatchCommandTest, StoppingMessagesCarryTheLineNumber) {
                                        ":2: To batch process records, Brinora needs values for at least two "
                                        "carbonate parameters\n0 records written to "))
         << result.err;
+    EXPECT_EQ(result.out, "");
     EXPECT_EQ(splitLines(readFile(output)).size(), 1u);  // the header only
 }
 
@@ -457,6 +467,9 @@ TEST_F(BatchCommandTest, LineOfFortyFieldsIsComputedWithAWarning) {
         const std::string output = path("out." + command);
         const CommandResult result = run({command, input, "-o", output});
         EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.out, command == "batch" ? batchCompletion(input, output)
+                                                 : "CSV to KML Processing Completed\nInput: " + input +
+                                                       "\n\nOutput: " + output + "\n");
         EXPECT_EQ(result.err, "brinora " + command + ": warning: " + input +
                                   ":3: the line has 40 fields; the fields after the 21st are "
                                   "ignored (is there a comma inside a name or comment?)\n");
@@ -476,6 +489,7 @@ TEST_F(BatchCommandTest, VerbosePrintsTheLogLines) {
     writeFile(input, kHeader + sample("1"));
     const CommandResult result = run({"batch", input, "-o", path("out.csv"), "--verbose"});
     ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, batchCompletion(input, path("out.csv")));  // the log lines go to standard error
     const auto lines = splitLines(result.err);
     const auto has = [&lines](const std::string& line) {
         return std::find(lines.begin(), lines.end(), line) != lines.end();
@@ -495,6 +509,8 @@ TEST_F(BatchCommandTest, QuietRunPrintsOnlyTheCompletion) {
     writeFile(input, kHeader + sample("1"));
     const CommandResult result = run({"batch", input, "-o", path("out.csv")});
     ASSERT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "Batch Processing of File Completed\nFile Input:\n" + input + "\n\nFile Output:\n" +
+                              path("out.csv") + "\n");
     EXPECT_EQ(result.err, "");
 }
 
