@@ -255,6 +255,58 @@ TEST(IndependentCheck, ExampleCruiseRecordsAgreeWithTheRederivation) {
     RecordProperty("worst", c.worst);
 }
 
+// The example cruise's KML document (tests/cli/data/cruise_Brinora.kml)
+// carries the same computed numbers as its records, which the test above
+// ties to the re-derivation: every placemark's table, row by row.
+TEST(IndependentCheck, ExampleCruiseKmlCarriesTheCheckedNumbers) {
+    const std::string kml = readFile(std::string(BRINORA_CLI_DATA_DIR) + "/cruise_Brinora.kml");
+    const auto records = splitLines(readFile(std::string(BRINORA_CLI_DATA_DIR) + "/cruise_Brinora.csv"));
+    // Rows 6 to 21 of a placemark's table: the input label and the record's
+    // input and output columns (the output of TA and TCO2 is the input's).
+    const struct {
+        const char* label;
+        int inColumn;
+        int outColumn;
+    } kRows[] = {
+        {"TA (\u00b5mol/kbSW)", 12, 12},   {"TCO2 (\u00b5mol/kbSW)", 13, 13}, {"pH", 14, 30},
+        {"fCO2 (\u00b5atm)", 15, 31},      {"pCO2 (\u00b5atm)", 16, 32},      {"HCO3 (\u00b5mol/kbSW)", 17, 33},
+        {"CO3 (\u00b5mol/kbSW)", 18, 34},  {"CO2 (\u00b5mol/kbSW)", 19, 35},  {"B Alk( \u00b5mol/kbSW)", 20, 36},
+        {"OH (\u00b5mol/kbSW)", 21, 37},   {"P Alk (\u00b5mol/kbSW)", 22, 38}, {"Si Alk (\u00b5mol/kbSW)", 23, 39},
+        {"Revelle", 24, 40},               {"O Ca", 25, 41},                  {"O Ar", 26, 42},
+        {"xCO2 (dry a1 1atm)(ppm)", 27, 43},
+    };
+    constexpr int kFirstRow = 5;  // 0-based: Salinity, t(C), P, Total P and Total Si come first
+    std::size_t placemarks = 0;
+    int compared = 0;
+    for (std::size_t at = kml.find("<Placemark>"); at != std::string::npos; at = kml.find("<Placemark>", at + 1)) {
+        const std::size_t end = kml.find("</Placemark>", at);
+        ASSERT_NE(end, std::string::npos);
+        const std::string placemark = kml.substr(at, end - at);
+        // The plain cells of the table, four to a row: label, input, label, output.
+        std::vector<std::string> cells;
+        for (std::size_t c = placemark.find("<Td>"); c != std::string::npos; c = placemark.find("<Td>", c + 1)) {
+            const std::size_t close = placemark.find("</Td>", c);
+            const std::string cell = placemark.substr(c + 4, close - c - 4);
+            if (cell.find('<') == std::string::npos) cells.push_back(cell);
+        }
+        ++placemarks;
+        ASSERT_LT(placemarks, records.size());
+        const auto record = splitFields(records[placemarks]);
+        ASSERT_EQ(record.size(), 53u);
+        ASSERT_GE(cells.size(), static_cast<std::size_t>(4 * (kFirstRow + std::size(kRows))));
+        for (std::size_t r = 0; r < std::size(kRows); ++r) {
+            const std::size_t row = 4 * (kFirstRow + r);
+            const std::string where = "placemark " + std::to_string(placemarks) + " " + kRows[r].label;
+            EXPECT_EQ(cells[row], kRows[r].label) << where;
+            EXPECT_EQ(cells[row + 1], record[kRows[r].inColumn - 1]) << where;
+            EXPECT_EQ(cells[row + 3], record[kRows[r].outColumn - 1]) << where;
+            compared += 2;
+        }
+    }
+    EXPECT_EQ(placemarks, 24u);
+    EXPECT_EQ(compared, 24 * 16 * 2);
+}
+
 // ---------------------------------------------------------------- golden.txt
 
 // One sample of golden.txt: its heading and its "name value" lines.
@@ -270,7 +322,8 @@ std::vector<GoldenSample> readGolden() {
             samples.push_back({line, {}});
         } else if (!samples.empty()) {
             const std::size_t blank = line.find(' ');
-            if (blank != std::string::npos) samples.back().values[line.substr(0, blank)] = number(line.substr(blank + 1));
+            if (blank == std::string::npos) continue;
+            samples.back().values[line.substr(0, blank)] = number(line.substr(blank + 1));
         }
     }
     return samples;
