@@ -14,7 +14,7 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 # Debian packages the build and the tests need.
 PACKAGES := cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev qt6-base-dev qt6-svg-dev xvfb xauth \
   pybind11-dev python3-dev python3-numpy python3-pandas python3-xarray python3-dask python3-distributed \
-  python3-netcdf4 python3-pytest
+  python3-netcdf4 python3-pytest locales
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 

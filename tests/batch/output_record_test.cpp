@@ -2,10 +2,13 @@
 
 #include <clocale>
 #include <cmath>
+#include <cstdio>
 #include <limits>
+#include <string_view>
 
 #include "batch/output_record.h"
 #include "tests/batch/batch_fixture.h"
+#include "tests/support/comma_locale.h"
 
 namespace brinora {
 namespace {
@@ -50,15 +53,31 @@ protected:
         "Millero et al. (2002) pK2 corrected for fCO2,Dickson (1990),Total scale,Wanninkhof (1992),";
 };
 
+// The header line written out here byte for byte, not taken from the program:
+// note the blank at the start of each of the last five names and
+// "Temperature(C)" without a space.
+constexpr std::string_view kHeaderLine =
+    "SampleID,Name,Time,Date,Latitude (decimal degrees),Longitude (decimal degrees),Salinity (ppt),"
+    "Temperature(C),Pressure (dbars),Total P (micromol/kgSW),Total Si (micromol/kgSW),TA (micromol/kgSW),"
+    "TCO2 (micromol/kgSW),pH,fCO2 (microatm),pCO2 (microatm),HCO3 in (micromol/kgSW),CO3 in (micromol/kgSW),"
+    "CO2 in (micromol/kgSW),B Alk in (micromol/kgSW),OH in (micromol/kgSW),P Alk in (micromol/kgSW),"
+    "Si Alk in (micromol/kgSW),Revelle in,O Ca,O Ar in,xCO2 in (dry at 1 atm) (ppm),t(C) out,P (dbars) out,"
+    "pH out,fCO2 out (microatm),pCO2 out (microatm),HCO3 out (micromol/kgSW),CO3 out (micromol/kgSW),"
+    "CO2 out (micromol/kgSW),B Alk out (micromol/kgSW),OH out (micromol/kgSW),P Alk out (micromol/kgSW),"
+    "Si Alk out (micromol/kgSW),Revelle out,O Ca out,O Ar out,xCO2 out (dry at 1 atm) (ppm),pCO2_air,"
+    "Windspeed,CO2Flux in,CO2Flux out,CO2Constants, KHSO4, pH Scale, Air-Sea Flux, Windspeed Units, Comment\n";
+
+TEST(OutputHeader, TheWholeLineByteForByte) {
+    EXPECT_EQ(dataFileHeaders(), kHeaderLine);
+    EXPECT_EQ(kHeaderLine.size(), 888u);
+    EXPECT_EQ(columnCount(std::string(kHeaderLine)), 53);
+}
+
 TEST(OutputHeader, FiftyThreeNamesAndOneLineEnd) {
     const std::string header(dataFileHeaders());
     EXPECT_EQ(columnCount(header), 53);
     EXPECT_EQ(header.back(), '\n');
     EXPECT_EQ(header.find('\n'), header.size() - 1);
-    EXPECT_TRUE(header.starts_with("SampleID,Name,Time,Date,Latitude (decimal degrees),"));
-    EXPECT_NE(header.find(",Temperature(C),"), std::string::npos);
-    EXPECT_TRUE(header.ends_with(
-        ",CO2Flux out,CO2Constants, KHSO4, pH Scale, Air-Sea Flux, Windspeed Units, Comment\n"));
 }
 
 TEST(OutputNumbers, ThreeDecimalsOfTheWidenedFloat) {
@@ -73,19 +92,23 @@ TEST(OutputNumbers, ThreeDecimalsOfTheWidenedFloat) {
     EXPECT_EQ(formatNumber(3.4e38f), "339999995214436424907732413799364296704.000");
 }
 
+// Under a locale whose decimal point is a comma (printf would write "35,500")
+// the numbers keep their point.
 TEST(OutputNumbers, SameDigitsUnderADecimalCommaLocale) {
-    const char* previous = std::setlocale(LC_NUMERIC, nullptr);
-    const std::string saved = previous ? previous : "C";
-    bool switched = false;
-    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "fr_FR.utf8"}) {
-        if (std::setlocale(LC_NUMERIC, name) != nullptr) {
-            switched = true;
-            break;
-        }
-    }
+    const test::CommaLocale german;
+    ASSERT_TRUE(german.ok()) << german.error();
+    const test::ScopedCommaLocale numeric(german, LC_NUMERIC);
+    ASSERT_TRUE(numeric.switched()) << "setlocale(LC_NUMERIC, \"" << test::CommaLocale::kName << "\") failed";
+    ASSERT_STREQ(std::localeconv()->decimal_point, ",");
+    char printed[32];
+    std::snprintf(printed, sizeof printed, "%.3f", 35.5);
+    ASSERT_STREQ(printed, "35,500");
+
     EXPECT_EQ(formatNumber(35.5f), "35.500");
-    std::setlocale(LC_NUMERIC, saved.c_str());
-    if (!switched) GTEST_SKIP() << "no decimal-comma locale installed";
+    EXPECT_EQ(formatNumber(-0.0004f), "-0.000");
+    EXPECT_EQ(formatNumber(8.0765f), "8.076");
+    EXPECT_EQ(formatNumber(1234567.0f), "1234567.000");
+    EXPECT_EQ(formatNumber(3.4e38f), "339999995214436424907732413799364296704.000");
 }
 
 TEST_F(RecordTest, FormRecordWithoutNameHas53ColumnsAndDefaultsForUntouchedPickers) {
@@ -94,6 +117,23 @@ TEST_F(RecordTest, FormRecordWithoutNameHas53ColumnsAndDefaultsForUntouchedPicke
     EXPECT_EQ(columnCount(record), 53);
     EXPECT_EQ(core.stringToWrite, record);
     EXPECT_TRUE(logged("BatchWriteMode = NO"));
+}
+
+// Every category switched, as a desktop session in Germany has it: the whole
+// record keeps its points and its digits.
+TEST_F(RecordTest, SameRecordUnderADecimalCommaLocale) {
+    const test::CommaLocale german;
+    ASSERT_TRUE(german.ok()) << german.error();
+    const test::ScopedCommaLocale all(german, LC_ALL);
+    ASSERT_TRUE(all.switched()) << "setlocale(LC_ALL, \"" << test::CommaLocale::kName << "\") failed";
+    ASSERT_STREQ(std::localeconv()->decimal_point, ",");
+
+    EXPECT_EQ(stringRecord(),
+              std::string("0,-,00:00:00,1/1/1900,12.5,45,") + kResults + kTitles + "m/s,deck sample\n");
+    const DictRecord dict = dictRecord();
+    EXPECT_EQ(dict.at("Salinity"), "35.000");
+    EXPECT_EQ(dict.at("TA"), "35.250");
+    EXPECT_EQ(dict.at("pCO2 air"), "400.000");
 }
 
 TEST_F(RecordTest, FormRecordWithANameLosesTheNameColumn) {

@@ -19,6 +19,7 @@
 #include "batch/output_record.h"
 #include "batch/text_files.h"
 #include "tests/batch/batch_fixture.h"
+#include "tests/support/unprivileged.h"
 
 namespace brinora {
 namespace {
@@ -293,8 +294,9 @@ TEST_F(OutputTargetTest, TheInputIsRefusedAsOutputUnderAnyName) {
     EXPECT_EQ(readFile(input), kHeader);
 }
 
-// Runs `check` as the user "nobody" when the tests run as root (permissions
-// do not bind root), else as ourselves; returns what it returned.
+// Runs `check` as the user "nobody" (no supplementary groups) when the tests
+// run as root (permissions do not bind root), else as ourselves; returns what
+// it returned.
 std::string withoutRootRights(const std::function<std::string()>& check) {
     if (::geteuid() != 0) return check();
     int channel[2];
@@ -303,7 +305,7 @@ std::string withoutRootRights(const std::function<std::string()>& check) {
     if (child == 0) {
         ::close(channel[0]);
         std::string result = "cannot become nobody";
-        if (::setgid(65534) == 0 && ::setuid(65534) == 0) result = check();
+        if (test::dropRootRights()) result = check();
         (void)!::write(channel[1], result.data(), result.size());
         ::_exit(0);
     }

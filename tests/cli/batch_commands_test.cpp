@@ -50,6 +50,11 @@ void writeFile(const std::string& path, const std::string& text) {
     out << text;
 }
 
+// What a completed batch run prints on standard output.
+std::string batchCompletion(const std::string& input, const std::string& output) {
+    return "Batch Processing of File Completed\nFile Input:\n" + input + "\n\nFile Output:\n" + output + "\n";
+}
+
 std::string sample(const std::string& id, const std::string& salinity = "35") {
     return id + ",St " + id + ",10:00,1/2/2023,10.5,-20.25," + salinity + ",20,0,1,5,,,2300,2000,,,,400,7,ok\n";
 }
@@ -74,6 +79,12 @@ protected:
     CommandResult run(std::vector<std::string> arguments, bool withOptions = true) {
         if (withOptions) arguments.insert(arguments.end(), kOptions.begin(), kOptions.end());
         return runBrinora(arguments, {"BRINORA_SETTINGS_FILE=" + settingsFile});
+    }
+
+    // Runs brinora as run() does, as an unprivileged user (see runBrinoraUnprivileged).
+    CommandResult runUnprivileged(std::vector<std::string> arguments) {
+        arguments.insert(arguments.end(), kOptions.begin(), kOptions.end());
+        return test::runBrinoraUnprivileged(arguments, {"BRINORA_SETTINGS_FILE=" + settingsFile}, dir);
     }
 
     std::string path(const std::string& name) const { return dir + "/" + name; }
@@ -192,6 +203,7 @@ TEST_F(BatchCommandTest, StoredOptionsAreUsed) {
     const std::string output = path("out.csv");
     const CommandResult result = run({"batch", kExample, "-o", output}, false);
     ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, batchCompletion(kExample, output));
     EXPECT_EQ(readFile(output), readFile(kData + "/cruise_Brinora.csv"));
 }
 
@@ -220,9 +232,11 @@ TEST_F(BatchCommandTest, ExistingOutputIsNeverReplacedSilently) {
     EXPECT_EQ(result.err, "brinora batch: the output \"" + output +
                               "\" already exists; give --force to replace it or --append to add the records to it\n");
     EXPECT_EQ(readFile(output), "precious\n");
+    EXPECT_EQ(result.out, "");
 
     result = run({"batch", kExample, "-o", output, "--force"});
     ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, batchCompletion(kExample, output));
     EXPECT_EQ(readFile(output), readFile(kData + "/cruise_Brinora.csv"));
 }
 
@@ -247,6 +261,7 @@ TEST_F(BatchCommandTest, AppendAddsRecordsWithoutAHeader) {
     writeFile(output, header + "earlier record\n");
     const CommandResult result = run({"batch", input, "-o", output, "--append"});
     ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, batchCompletion(input, output));
     const auto lines = splitLines(readFile(output));
     ASSERT_EQ(lines.size(), 4u);
     EXPECT_EQ(lines[0] + "\n", header);
@@ -293,12 +308,14 @@ TEST_F(BatchCommandTest, OutputIsTheInput) {
     EXPECT_EQ(readFile(input), kHeader + sample("1"));
 }
 
+// Run as an unprivileged user: permissions do not bind root.
 TEST_F(BatchCommandTest, ReadOnlyOutputAndFolder) {
-    if (::geteuid() == 0) GTEST_SKIP() << "permissions do not bind root";
+    const std::string input = path("cruise.csv");
+    writeFile(input, readFile(kExample));
     const std::string output = path("locked.csv");
     writeFile(output, "locked\n");
     ::chmod(output.c_str(), 0444);
-    CommandResult result = run({"batch", kExample, "-o", output, "--append"});
+    CommandResult result = runUnprivileged({"batch", input, "-o", output, "--append"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err, "brinora batch: the output \"" + output + "\" cannot be written: Permission denied\n");
     EXPECT_EQ(readFile(output), "locked\n");
@@ -306,9 +323,10 @@ TEST_F(BatchCommandTest, ReadOnlyOutputAndFolder) {
     const std::string folder = path("locked-folder");
     std::filesystem::create_directory(folder);
     ::chmod(folder.c_str(), 0555);
-    result = run({"kml", kExample, "-o", folder + "/out.kml"});
+    result = runUnprivileged({"kml", input, "-o", folder + "/out.kml"});
     EXPECT_EQ(result.status, 1);
     EXPECT_NE(result.err.find("cannot be written: Permission denied"), std::string::npos) << result.err;
+    EXPECT_TRUE(std::filesystem::is_empty(folder));
 }
 
 // ---------------------------------------------------------------- bad input
@@ -327,14 +345,15 @@ TEST_F(BatchCommandTest, MissingInput) {
     EXPECT_EQ(result.out, "");
 }
 
+// Run as an unprivileged user: permissions do not bind root.
 TEST_F(BatchCommandTest, UnreadableInput) {
-    if (::geteuid() == 0) GTEST_SKIP() << "permissions do not bind root";
     const std::string input = path("locked.csv");
     writeFile(input, kHeader + sample("1"));
     ::chmod(input.c_str(), 0);
-    const CommandResult result = run({"batch", input, "-o", path("out.csv")});
+    const CommandResult result = runUnprivileged({"batch", input, "-o", path("out.csv")});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.err, "brinora batch: The file \"" + input + "\" could not be read: Permission denied\n");
+    EXPECT_FALSE(std::filesystem::exists(path("out.csv")));
 }
 
 TEST_F(BatchCommandTest, InputFolder) {
@@ -462,6 +481,7 @@ TEST_F(BatchCommandTest, StoppingMessagesCarryTheLineNumber) {
                                        ":2: To batch process records, Brinora needs values for at least two "
                                        "carbonate parameters\n0 records written to "))
         << result.err;
+    EXPECT_EQ(result.out, "");
     EXPECT_EQ(splitLines(readFile(output)).size(), 1u);  // the header only
 }
 
@@ -475,6 +495,9 @@ TEST_F(BatchCommandTest, LineOfFortyFieldsIsComputedWithAWarning) {
         const std::string output = path("out." + command);
         const CommandResult result = run({command, input, "-o", output});
         EXPECT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.out, command == "batch" ? batchCompletion(input, output)
+                                                 : "CSV to KML Processing Completed\nInput: " + input +
+                                                       "\n\nOutput: " + output + "\n");
         EXPECT_EQ(result.err, "brinora " + command + ": warning: " + input +
                                   ":3: the line has 40 fields; the fields after the 21st are "
                                   "ignored (is there a comma inside a name or comment?)\n");
@@ -494,6 +517,7 @@ TEST_F(BatchCommandTest, VerbosePrintsTheLogLines) {
     writeFile(input, kHeader + sample("1"));
     const CommandResult result = run({"batch", input, "-o", path("out.csv"), "--verbose"});
     ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, batchCompletion(input, path("out.csv")));  // the log lines go to standard error
     const auto lines = splitLines(result.err);
     const auto has = [&lines](const std::string& line) {
         return std::find(lines.begin(), lines.end(), line) != lines.end();
@@ -513,6 +537,8 @@ TEST_F(BatchCommandTest, QuietRunPrintsOnlyTheCompletion) {
     writeFile(input, kHeader + sample("1"));
     const CommandResult result = run({"batch", input, "-o", path("out.csv")});
     ASSERT_EQ(result.status, 0);
+    EXPECT_EQ(result.out, "Batch Processing of File Completed\nFile Input:\n" + input + "\n\nFile Output:\n" +
+                              path("out.csv") + "\n");
     EXPECT_EQ(result.err, "");
 }
 

@@ -125,6 +125,8 @@ TEST_F(FastCommandTest, JobsWriteTheBytesOfTheOneLineAtATimeRun) {
         const std::string output = path("out-" + jobs + ".csv");
         const CommandResult result = run({"batch", input, "-o", output, "--jobs", jobs});
         ASSERT_EQ(result.status, 0) << result.err;
+        EXPECT_EQ(result.out, "Batch Processing of File Completed\nFile Input:\n" + input + "\n\nFile Output:\n" +
+                                  output + "\n");
         EXPECT_EQ(result.err, "");
         EXPECT_TRUE(readFile(output) == expected.output) << "--jobs " << jobs;
     }
@@ -143,6 +145,7 @@ TEST_F(FastCommandTest, AStopKeepsTheSameRecordsWhateverTheJobs) {
         const std::string output = path("out-" + jobs + ".csv");
         const CommandResult result = run({"batch", input, "-o", output, "--jobs", jobs});
         EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.out, "");  // no completion after a stop
         EXPECT_TRUE(readFile(output) == expected.output) << "--jobs " << jobs;
         const std::string error = result.err.substr(0, result.err.find(" records written to "));
         if (firstError.empty()) firstError = error;
@@ -158,6 +161,8 @@ TEST_F(FastCommandTest, VerbosePrintsTheLinesOfTheOneLineAtATimeRun) {
     const Reference expected = reference(input);
     const CommandResult result = run({"batch", input, "-o", path("out.csv"), "--verbose", "--jobs", "8"});
     ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, "Batch Processing of File Completed\nFile Input:\n" + input + "\n\nFile Output:\n" +
+                              path("out.csv") + "\n");
     // From the announcement of the run to its end, line for line.
     std::vector<std::string> printed;
     bool inRun = false;

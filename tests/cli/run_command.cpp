@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "tests/support/unprivileged.h"
+
 extern char** environ;
 
 namespace brinora::test {
@@ -23,10 +25,10 @@ std::string readAll(int fd) {
     return text;
 }
 
-}  // namespace
-
-CommandResult runBrinora(const std::vector<std::string>& arguments,
-                         const std::vector<std::string>& environment) {
+// Runs `program` with `arguments` and the environment plus `environment`;
+// as an unprivileged user when `unprivileged` is set.
+CommandResult runProgram(const std::string& program, const std::vector<std::string>& arguments,
+                         const std::vector<std::string>& environment, bool unprivileged) {
     CommandResult result;
     char outName[] = "/tmp/brinora-out-XXXXXX";
     char errName[] = "/tmp/brinora-err-XXXXXX";
@@ -35,7 +37,7 @@ CommandResult runBrinora(const std::vector<std::string>& arguments,
     unlink(outName);
     unlink(errName);
 
-    std::vector<std::string> args{BRINORA_BINARY};
+    std::vector<std::string> args{program};
     args.insert(args.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
     for (std::string& a : args) argv.push_back(a.data());
@@ -54,6 +56,7 @@ CommandResult runBrinora(const std::vector<std::string>& arguments,
         dup2(devNull, STDIN_FILENO);
         dup2(outFd, STDOUT_FILENO);
         dup2(errFd, STDERR_FILENO);
+        if (unprivileged && !dropRootRights()) _exit(126);
         execve(argv[0], argv.data(), envp.data());
         _exit(127);
     }
@@ -67,6 +70,19 @@ CommandResult runBrinora(const std::vector<std::string>& arguments,
     close(outFd);
     close(errFd);
     return result;
+}
+
+}  // namespace
+
+CommandResult runBrinora(const std::vector<std::string>& arguments,
+                         const std::vector<std::string>& environment) {
+    return runProgram(BRINORA_BINARY, arguments, environment, false);
+}
+
+CommandResult runBrinoraUnprivileged(const std::vector<std::string>& arguments,
+                                     const std::vector<std::string>& environment, const std::string& folder) {
+    handToUnprivilegedUser(folder);
+    return runProgram(unprivilegedProgram(BRINORA_BINARY), arguments, environment, true);
 }
 
 std::vector<std::string> splitLines(const std::string& text) {

@@ -17,6 +17,13 @@ struct CommandResult {
 CommandResult runBrinora(const std::vector<std::string>& arguments,
                          const std::vector<std::string>& environment = {});
 
+// Runs the brinora binary as runBrinora does, but without root's rights:
+// as the user "nobody" when the tests run as root (file permissions do not
+// bind root), as ourselves otherwise. `folder`, the test's own scratch folder
+// with everything in it, is handed to that user first.
+CommandResult runBrinoraUnprivileged(const std::vector<std::string>& arguments,
+                                     const std::vector<std::string>& environment, const std::string& folder);
+
 // Splits text into lines without their line ends.
 std::vector<std::string> splitLines(const std::string& text);
 

@@ -125,18 +125,7 @@ protected:
         return args;
     }
 
-    // Skips the test (with the reason) unless file permissions bind the
-    // program: as root, the program runs as "nobody" for this.
-    bool permissionsBind() {
-        if (!runningAsRoot()) return true;
-        const std::string why = whyNobodyCannotRun();
-        if (why.empty()) return true;
-        skipReason = "running as root, and \"nobody\" cannot run the program: " + why;
-        return false;
-    }
-
     std::filesystem::path dir;
-    std::string skipReason;
 };
 
 // Time allowance: sanitizer builds run several times slower.

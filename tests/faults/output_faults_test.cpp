@@ -200,7 +200,6 @@ TEST_F(OutputFaults, FolderAsOutputIsRefusedBeforeAnyWork) {
 }
 
 TEST_F(OutputFaults, ReadOnlyOutputIsRefusedBeforeAnyWork) {
-    if (!permissionsBind()) GTEST_SKIP() << skipReason;
     const std::string in = input(slowInput());
     const std::string out = path("read-only.csv");
     writeFile(out, std::string(dataFileHeaders()));

@@ -1,9 +1,7 @@
 #include "process.h"
 
 #include <fcntl.h>
-#include <grp.h>
 #include <poll.h>
-#include <pwd.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -14,6 +12,8 @@
 #include <cstdlib>
 #include <functional>
 #include <stdexcept>
+
+#include "tests/support/unprivileged.h"
 
 extern char** environ;
 
@@ -48,20 +48,11 @@ void drainPipes(int outFd, int errFd, std::string& out, std::string& err) {
     }
 }
 
-// The user and group ids of "nobody".
-bool nobodyIds(uid_t& uid, gid_t& gid) {
-    const passwd* entry = ::getpwnam("nobody");
-    if (entry == nullptr) return false;
-    uid = entry->pw_uid;
-    gid = entry->pw_gid;
-    return true;
-}
-
 }  // namespace
 
 std::string programPath() { return BRINORA_BINARY; }
 
-bool runningAsRoot() { return ::geteuid() == 0; }
+bool runningAsRoot() { return test::runningAsRoot(); }
 
 bool sanitized() {
 #ifdef BRINORA_SANITIZED
@@ -71,39 +62,19 @@ bool sanitized() {
 #endif
 }
 
-std::string whyNobodyCannotRun() {
-    uid_t uid = 0;
-    gid_t gid = 0;
-    if (!nobodyIds(uid, gid)) return "there is no user \"nobody\"";
-    std::filesystem::path path = std::filesystem::absolute(programPath());
-    struct stat info {};
-    if (::stat(path.c_str(), &info) != 0 || (info.st_mode & S_IXOTH) == 0) {
-        return "the program is not executable by other users";
-    }
-    for (std::filesystem::path folder = path.parent_path(); !folder.empty(); folder = folder.parent_path()) {
-        if (::stat(folder.c_str(), &info) != 0 || (info.st_mode & S_IXOTH) == 0) {
-            return "the folder " + folder.string() + " is not searchable by other users";
-        }
-        if (folder == folder.root_path()) break;
-    }
-    return {};
-}
-
 Running::Running(const Launch& launch) : started_(std::chrono::steady_clock::now()) {
     int outPipe[2] = {-1, -1};
     int errPipe[2] = {-1, -1};
     if (launch.standardOutput.empty() && ::pipe2(outPipe, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
     if (::pipe2(errPipe, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
 
-    std::vector<std::string> args{programPath()};
+    // As "nobody", the program may have to run from a copy that user can reach.
+    const bool dropRights = launch.asNobody && runningAsRoot();
+    std::vector<std::string> args{dropRights ? test::unprivilegedProgram(programPath()) : programPath()};
     args.insert(args.end(), launch.arguments.begin(), launch.arguments.end());
     std::vector<char*> argv;
     for (std::string& a : args) argv.push_back(a.data());
     argv.push_back(nullptr);
-
-    uid_t uid = 0;
-    gid_t gid = 0;
-    const bool dropRights = launch.asNobody && runningAsRoot() && nobodyIds(uid, gid);
 
     pid_ = ::fork();
     if (pid_ < 0) throw std::runtime_error("fork failed");
@@ -123,9 +94,7 @@ Running::Running(const Launch& launch) : started_(std::chrono::steady_clock::now
             const rlimit limit{static_cast<rlim_t>(launch.fileSizeLimit), static_cast<rlim_t>(launch.fileSizeLimit)};
             if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) ::_exit(126);
         }
-        if (dropRights) {
-            if (::setgroups(0, nullptr) != 0 || ::setgid(gid) != 0 || ::setuid(uid) != 0) ::_exit(126);
-        }
+        if (dropRights && !test::dropRootRights()) ::_exit(126);
         ::execve(argv[0], argv.data(), environ);
         ::_exit(127);
     }

@@ -19,7 +19,7 @@ struct Launch {
     std::vector<std::string> arguments{};  // after the program name
     std::string standardOutput{};          // a path to write to; "" captures it
     long long fileSizeLimit = -1;          // RLIMIT_FSIZE in bytes; -1 for none
-    bool asNobody = false;                 // run as the user "nobody" (needs root)
+    bool asNobody = false;                 // as root: run as the user "nobody" (uid 65534)
     std::filesystem::path workingFolder{}; // "" for the test's own
 };
 
@@ -71,10 +71,6 @@ std::string programPath();
 
 // Whether the tests run as root (file permissions do not bind root).
 bool runningAsRoot();
-
-// Whether "nobody" can run the program under test (every folder on its path
-// searchable, the program executable by others). Empty when it can, else why not.
-std::string whyNobodyCannotRun();
 
 // Whether the program was built with AddressSanitizer or other sanitizers
 // (slower, and with a larger memory footprint).
