@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -148,6 +149,48 @@ struct Chunk {
         output.clear();
         results.clear();
         done = false;
+    }
+};
+
+// The last computed line of a run and its bytes, kept by taking over the
+// buffers of its chunk (no copy, whatever the length of the line) until the
+// run ends and they go to the controller.
+struct KeptLine {
+    std::string input;
+    std::string output;
+    std::size_t lineStart = 0, lineEnd = 0;
+    std::size_t bytesStart = 0, bytesEnd = 0;
+    bool any = false;
+
+    // Keeps line `k` of `chunk`; the chunk's text and bytes are gone after.
+    void keep(Chunk& chunk, std::size_t k) {
+        lineStart = k == 0 ? 0 : chunk.inputEnds[k - 1];
+        lineEnd = chunk.inputEnds[k];
+        bytesStart = k == 0 ? 0 : chunk.results[k - 1].outputEnd;
+        bytesEnd = chunk.results[k].outputEnd;
+        std::swap(input, chunk.input);
+        std::swap(output, chunk.output);
+        any = true;
+    }
+    // The line's bytes (a record or a placemark), cut out in place.
+    std::string takeBytes() {
+        output.erase(bytesEnd);
+        output.erase(0, bytesStart);
+        return std::move(output);
+    }
+    // The line's cruise information: fields 0..5 and 20 under their keys.
+    void takeCruiseInformation(std::map<std::string, std::string, std::less<>>& dictionary) {
+        BatchFields fields;
+        splitBatchFields(std::string_view(input).substr(lineStart, lineEnd - lineStart), fields);
+        dictionary.clear();
+        static constexpr std::array<std::string_view, 6> kKeys = {"SampleID", "Name", "Time",
+                                                                  "Date", "Latitude", "Longitude"};
+        for (std::size_t f = 0; f < kKeys.size(); ++f) dictionary[std::string(kKeys[f])] = std::string(fields[f]);
+        const std::string_view comment = fields[kCommentField];
+        const std::size_t start = comment.empty() ? 0 : static_cast<std::size_t>(comment.data() - input.data());
+        input.erase(start + comment.size());
+        input.erase(0, start);
+        dictionary["Comment"] = std::move(input);
     }
 };
 
@@ -517,6 +560,8 @@ public:
             chunk.sourceLines.push_back(line.sourceLine);
             chunk.endOffsets.push_back(reader_.bytesConsumed());
             ++nextIndex_;
+            // A long line is held once, by the chunk.
+            if (line.text.size() > kChunkInputBytes) reader_.trim();
         }
         return chunk.lineCount() > 0;
     }
@@ -833,9 +878,8 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
     std::string stopText;
     bool writeFailed = false;
     bool anyComputed = false;
-    std::string lastRecord;
-    std::string lastLine;
-    const auto deliver = [&](const Chunk& chunk) {
+    KeptLine kept;
+    const auto deliver = [&](Chunk& chunk) {
         const std::size_t processed = chunk.results.size();
         std::size_t lastComputed = processed;
         std::size_t linesDone = 0;  // lines dealt with before any stop
@@ -866,8 +910,7 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
             linesDone = k + 1;
         }
         if (lastComputed < processed && !justPreview) {
-            lastRecord.assign(chunk.bytes(lastComputed));
-            lastLine.assign(chunk.line(lastComputed));
+            kept.keep(chunk, lastComputed);
         }
         if (!justPreview && input.sizeKnown && linesDone > 0) {
             core.progressValue = percentOf(chunk.endOffsets[linesDone - 1], input);
@@ -916,17 +959,9 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
 
     // The last computed line's record and cruise information stay with the
     // controller, as after the one-line-at-a-time run.
-    if (!lastLine.empty() && !throughController) {
-        core.stringToWrite = lastRecord;
-        BatchFields fields;
-        splitBatchFields(lastLine, fields);
-        core.cruiseInformationDictionary.clear();
-        static constexpr std::array<std::string_view, 6> kKeys = {"SampleID", "Name", "Time",
-                                                                  "Date", "Latitude", "Longitude"};
-        for (std::size_t f = 0; f < kKeys.size(); ++f) {
-            core.cruiseInformationDictionary[std::string(kKeys[f])] = std::string(fields[f]);
-        }
-        core.cruiseInformationDictionary["Comment"] = std::string(fields[kCommentField]);
+    if (kept.any && !throughController) {
+        core.stringToWrite = kept.takeBytes();
+        kept.takeCruiseInformation(core.cruiseInformationDictionary);
     }
     if (!stopText.empty()) return stopRun(stopText);
 
@@ -1042,26 +1077,31 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
     // 4. One placemark per line; the last piece is never a sample here.
     bool writeFailed = false;
     std::size_t processedLines = 0;
-    const auto deliver = [&](const Chunk& chunk) {
+    KeptLine kept;
+    const auto deliver = [&](Chunk& chunk) {
         if (!writer) chooseDocument();
         const std::size_t processed = chunk.results.size();
         processedLines += processed;
         for (std::size_t k = 0; k < processed; ++k) {
             noteLine(options, chunk.results[k], chunk.sourceLines[k]);
-            core.stringToWrite.assign(chunk.bytes(k));
             if (!writer->add(chunk.bytes(k))) {
                 // The placemarks stop here; the document lacks its footer.
                 writeFailed = true;
+                kept.keep(chunk, k);
                 return false;
             }
             ++core.placemarksWritten;
             if (everyLine) held.line("Done with the line!");
         }
-        if (input.sizeKnown && processed > 0) ui.setProgressIndicatorValue(percentOf(chunk.endOffsets[processed - 1], input));
+        if (input.sizeKnown && processed > 0) {
+            ui.setProgressIndicatorValue(percentOf(chunk.endOffsets[processed - 1], input));
+        }
+        if (processed > 0) kept.keep(chunk, processed - 1);
         return true;
     };
     runChunks(feed, *processor, throughController ? 1 : computingThreads(options, optionsOnBoard.constantsItem),
               everyLine || throughController ? 1 : std::max<std::size_t>(1, options.linesPerChunk), deliver);
+    if (kept.any) core.stringToWrite = kept.takeBytes();
     if (processedLines > 0) {
         core.alreadySaved = 1;
         Engine::sharedInstance()->reset();

@@ -154,6 +154,10 @@ void appendRecordNumbers(std::string& out, const Board& board) {
 
 void appendBatchRecord(std::string& out, const BatchFields& fields, const Board& board,
                        std::string_view optionColumns) {
+    // One allocation for the whole record, however long its texts.
+    std::size_t textBytes = optionColumns.size() + fields[kCommentField].size() + 1;
+    for (std::size_t k = 0; k < 6; ++k) textBytes += fields[k].size() + 1;
+    out.reserve(out.size() + textBytes + 41 * (kFixed3MaxLength + 1));
     // Columns 1..6: the line's cruise information as read.
     for (std::size_t k = 0; k < 6; ++k) {
         out.append(fields[k]);
@@ -216,6 +220,13 @@ PlacemarkTemplate::PlacemarkTemplate() {
 
 void PlacemarkTemplate::append(std::string& out, const BatchFields& fields, const Board& board,
                                std::uint32_t sampleNumber) const {
+    // One allocation for the whole placemark: escaped fields are at most six
+    // times as long as read ("&quot;").
+    std::size_t bytes = text_.size() + 40 * (kFixed3MaxLength + 1) + 16;
+    for (const Part& part : parts_) {
+        if (part.source == Source::kField) bytes += 6 * fields[part.index].size();
+    }
+    out.reserve(out.size() + bytes);
     for (const Part& part : parts_) {
         switch (part.source) {
             case Source::kText:

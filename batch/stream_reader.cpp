@@ -173,6 +173,20 @@ void BatchLineReader::checkNewBytes() {
     checked_ = i;
 }
 
+void BatchLineReader::trim() {
+    const std::size_t normal = blockSize_ * 2 < 64 ? 64 : blockSize_ * 2;
+    const std::size_t kept = end_ - cursor_;
+    if (capacity_ <= 2 * normal || kept + blockSize_ > normal) return;
+    auto smaller = std::make_unique<char[]>(normal);
+    std::memcpy(smaller.get(), buffer_.get() + cursor_, kept);
+    buffer_ = std::move(smaller);
+    capacity_ = normal;
+    bufferOffset_ += cursor_;
+    checked_ -= cursor_;
+    end_ = kept;
+    cursor_ = 0;
+}
+
 bool BatchLineReader::readBlock() {
     if (endOfFile_ || stopped_) return false;
     if (end_ + blockSize_ > capacity_) {

@@ -44,6 +44,10 @@ public:
     // Bytes of the file consumed so far (line ends included).
     std::uint64_t bytesConsumed() const { return bufferOffset_ + cursor_; }
 
+    // Gives back the memory a long line made the buffer grow to, once the
+    // line has been taken (the view of the last next() becomes invalid).
+    void trim();
+
     // errno of a failed read, 0 when none.
     int errorNumber() const { return error_; }
     // With checkUTF8: offset in the file of the first byte that breaks UTF-8,
