@@ -226,7 +226,8 @@ std::vector<std::uint32_t> GraphRenderer::drawnPoints(const GraphScene& scene, Q
     return graph::decimateToCells(scene.series.x, scene.series.y, transform(scene, size));
 }
 
-void GraphRenderer::render(QPainter& painter, const GraphScene& scene, QSizeF size, bool vector) {
+void GraphRenderer::render(QPainter& painter, const GraphScene& scene, QSizeF size, bool vector,
+                           std::vector<std::uint32_t>* drawn) {
     painter.save();
     QFont font = painter.font();
     font.setPixelSize(kFontPixels);
@@ -256,7 +257,8 @@ void GraphRenderer::render(QPainter& painter, const GraphScene& scene, QSizeF si
         }
     } else {
         std::map<QRgb, QImage> sprites;
-        for (const std::uint32_t i : graph::decimateToCells(scene.series.x, scene.series.y, t)) {
+        std::vector<std::uint32_t> points = graph::decimateToCells(scene.series.x, scene.series.y, t);
+        for (const std::uint32_t i : points) {
             const QRgb key = pointColour(scene, i).rgba();
             auto found = sprites.find(key);
             if (found == sprites.end()) found = sprites.emplace(key, markerSprite(QColor::fromRgba(key))).first;
@@ -264,6 +266,7 @@ void GraphRenderer::render(QPainter& painter, const GraphScene& scene, QSizeF si
             const double py = t.py(scene.series.y[i]);
             painter.drawImage(QPointF(std::round(px - r - 1), std::round(py - r - 1)), found->second);
         }
+        if (drawn) *drawn = std::move(points);
     }
     painter.restore();
 
