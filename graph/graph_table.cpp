@@ -143,9 +143,9 @@ private:
     std::vector<std::uint32_t> slots_;
 };
 
-// The comma-separated fields of `line` as views into it, as splitFields cuts
-// them (no quoting; the empty line is one empty field).
-void splitInto(std::string_view line, std::vector<std::string_view>& fields) {
+// The first `most` comma-separated fields of `line` as views into it, cut as
+// splitFields cuts them (no quoting; the empty line is one empty field).
+void splitInto(std::string_view line, std::size_t most, std::vector<std::string_view>& fields) {
     fields.clear();
     // Fields are short: a plain loop beats a library search per field.
     const char* const begin = line.data();
@@ -154,6 +154,7 @@ void splitInto(std::string_view line, std::vector<std::string_view>& fields) {
     for (const char* c = begin; c != end; ++c) {
         if (*c == ',') {
             fields.emplace_back(start, static_cast<std::size_t>(c - start));
+            if (fields.size() == most) return;
             start = c + 1;
         }
     }
@@ -245,6 +246,9 @@ GraphTableLoad readGraphTable(const std::string& path) {
 
         const auto columns = table.columns();
         table.values.resize(columns.size());
+        // Fields after the last column (the option names, the comment) are not cut.
+        std::size_t usedFields = 3;
+        for (const GraphColumn& column : columns) usedFields = std::max(usedFields, column.field + 1);
         NameIndex nameIds(table.names);
         // The fields of the line being read, as views into it (kept between
         // lines so that their storage is reused).
@@ -253,7 +257,7 @@ GraphTableLoad readGraphTable(const std::string& path) {
         const std::uint64_t fileSize = sizeOf(fd);
         while (reader.next(line)) {
             if (line.text.empty()) continue;
-            splitInto(line.text, fields);
+            splitInto(line.text, usedFields, fields);
             if (fields.front().empty()) continue;
             if (table.lines.empty()) reserveRows(table, fileSize / (line.text.size() + 1));
             // A form record with a sample name has no name column.
