@@ -165,7 +165,7 @@ void render(benchmark::State& state, std::size_t lines, Kind kind) {
         drawInto(image, scene);
         benchmark::DoNotOptimize(image.constBits());
     }
-    state.counters["points drawn"] = static_cast<double>(GraphRenderer::drawnPoints(scene, image.size()).size());
+    state.SetLabel(std::to_string(GraphRenderer::drawnPoints(scene, image.size()).size()) + " points drawn");
     counters(state, lines);
 }
 
