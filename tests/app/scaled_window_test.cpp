@@ -1,5 +1,5 @@
-// The window and the graph at 200 % scaling (QT_SCALE_FACTOR=2, set for this
-// test program by CTest): labels with sub- and superscripts keep all their
+// The window and the graph at 200 % scaling (QT_SCALE_FACTOR=2, set by this
+// test program's main before the application starts): labels with sub- and superscripts keep all their
 // ink inside the label, and the graph draws its markers at the screen's
 // pixel density.
 #include <QGroupBox>
