@@ -103,12 +103,13 @@ fuzz: fuzz-deps
 # batch`, in a Release folder of their own; bench/run.sh prints the table
 # (BENCH_HUGE=1 adds a 10^7-line file; see bench/README.md).
 BENCH_DIR ?= build-bench
-BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cruise brinora_board_digest _brinora
+BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cruise brinora_board_digest _brinora \
+  brinora_bench_graph
 
 .PHONY: bench bench-deps
 
 bench-deps:
-	@$(MAKE) --no-print-directory deps PACKAGES="cmake make g++ libbenchmark-dev libcli11-dev qt6-base-dev time"
+	@$(MAKE) --no-print-directory deps PACKAGES="cmake make g++ libbenchmark-dev libcli11-dev qt6-base-dev qt6-svg-dev time"
 
 bench: bench-deps
 	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DBRINORA_BUILD_BENCH=ON -DBRINORA_BUILD_TESTS=OFF \

@@ -40,6 +40,11 @@ echo "Running the record benchmarks ..." >&2
 echo "Running the batch pipeline benchmarks (files of 10^4 to 10^6 lines) ..." >&2
 "$BUILD/bench/brinora_bench_batch" --benchmark_filter=BatchRun --benchmark_repetitions="$REPETITIONS" \
   --benchmark_report_aggregates_only=true --benchmark_format=csv > "$RESULTS/batch.csv" 2> "$RESULTS/batch.log"
+if [ -x "$BUILD/bench/brinora_bench_graph" ]; then
+  echo "Running the graph benchmarks (an output file of 10^6 records) ..." >&2
+  "$BUILD/bench/brinora_bench_graph" --benchmark_repetitions="$REPETITIONS" --benchmark_report_aggregates_only=true \
+    --benchmark_format=csv > "$RESULTS/graph.csv" 2> "$RESULTS/graph.log"
+fi
 
 # `brinora batch` itself: wall time and peak resident memory (GNU time).
 settings=$RESULTS/settings.ini
@@ -112,6 +117,25 @@ cores=$(nproc)
       }
       printf "  10000    lines, one line at a time %6.0f\n", rate["BatchRun/one-line-at-a-time/10000/real_time_median"]
     }' "$RESULTS/batch.csv"
+  if [ -s "$RESULTS/graph.csv" ]; then
+    echo
+    awk -F, '
+      NR > 1 { gsub(/"/, "", $1); real[$1] = $3; cpu[$1] = $4 }
+      function row(label, a, b) {
+        printf "  %-30s %8.1f ms %8.1f ms", label, real[a "_median"], cpu[a "_median"]
+        if (b != "") printf " %8.1f ms %8.1f ms", real[b "_median"], cpu[b "_median"]
+        printf "\n"
+      }
+      END {
+        printf "Graph of 10^6 records          salinity-temperature    pH-pressure, coloured\n"
+        printf "  (wall and CPU time)               wall        CPU        wall        CPU\n"
+        row("read the output file", "GraphLoad/1000000/real_time", "")
+        split("GraphSeries GraphRender GraphPan GraphFirstPlot", kinds, " ")
+        split("choose the points|draw 1000 x 470|pan: draw after a move|first plot: read, choose, draw", labels, "|")
+        for (i = 1; i <= 4; i++)
+          row(labels[i], kinds[i] "/salinity-temperature/1000000/real_time", kinds[i] "/pH-pressure/1000000/real_time")
+      }' "$RESULTS/graph.csv"
+  fi
   echo
   echo "brinora batch (the command)     jobs   seconds    lines/s   peak RSS"
   while read -r lines jobs seconds kb; do

@@ -62,10 +62,14 @@ double rightSpace(const GraphScene& scene) {
     return 0.0;
 }
 
-// A round marker of `colour`, drawn once and stamped for every point.
-QImage markerSprite(const QColor& colour) {
+// A round marker of `colour`, drawn once and stamped for every point; drawn
+// at the target's pixel density (`ratio` device pixels per pixel), so that
+// markers stay round and smooth on a scaled screen.
+QImage markerSprite(const QColor& colour, qreal ratio) {
     const int side = static_cast<int>(std::ceil(GraphRenderer::kMarkerSize)) + 2;
-    QImage sprite(side, side, QImage::Format_ARGB32_Premultiplied);
+    const int pixels = static_cast<int>(std::ceil(side * ratio));
+    QImage sprite(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    sprite.setDevicePixelRatio(ratio);
     sprite.fill(Qt::transparent);
     QPainter p(&sprite);
     p.setRenderHint(QPainter::Antialiasing);
@@ -226,7 +230,8 @@ std::vector<std::uint32_t> GraphRenderer::drawnPoints(const GraphScene& scene, Q
     return graph::decimateToCells(scene.series.x, scene.series.y, transform(scene, size));
 }
 
-void GraphRenderer::render(QPainter& painter, const GraphScene& scene, QSizeF size, bool vector) {
+void GraphRenderer::render(QPainter& painter, const GraphScene& scene, QSizeF size, bool vector,
+                           std::vector<std::uint32_t>* drawn) {
     painter.save();
     QFont font = painter.font();
     font.setPixelSize(kFontPixels);
@@ -256,14 +261,17 @@ void GraphRenderer::render(QPainter& painter, const GraphScene& scene, QSizeF si
         }
     } else {
         std::map<QRgb, QImage> sprites;
-        for (const std::uint32_t i : graph::decimateToCells(scene.series.x, scene.series.y, t)) {
+        const qreal ratio = painter.device() ? painter.device()->devicePixelRatioF() : 1.0;
+        std::vector<std::uint32_t> points = graph::decimateToCells(scene.series.x, scene.series.y, t);
+        for (const std::uint32_t i : points) {
             const QRgb key = pointColour(scene, i).rgba();
             auto found = sprites.find(key);
-            if (found == sprites.end()) found = sprites.emplace(key, markerSprite(QColor::fromRgba(key))).first;
+            if (found == sprites.end()) found = sprites.emplace(key, markerSprite(QColor::fromRgba(key), ratio)).first;
             const double px = t.px(scene.series.x[i]);
             const double py = t.py(scene.series.y[i]);
             painter.drawImage(QPointF(std::round(px - r - 1), std::round(py - r - 1)), found->second);
         }
+        if (drawn) *drawn = std::move(points);
     }
     painter.restore();
 

@@ -47,8 +47,10 @@ public:
 
     // Draws the whole picture into `painter` over (0, 0, size). A raster
     // (`vector` false) gets one marker per pixel cell; a vector picture one
-    // marker per point in the view.
-    static void render(QPainter& painter, const GraphScene& scene, QSizeF size, bool vector = false);
+    // marker per point in the view. With `drawn`, a raster's drawn points
+    // (drawnPoints) are kept there.
+    static void render(QPainter& painter, const GraphScene& scene, QSizeF size, bool vector = false,
+                       std::vector<std::uint32_t>* drawn = nullptr);
 
     // Table rows of the points drawn on a raster of `size`, in drawing order.
     static std::vector<std::uint32_t> drawnPoints(const GraphScene& scene, QSizeF size);

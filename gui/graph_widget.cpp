@@ -9,7 +9,6 @@
 #include <cmath>
 
 #include "batch/output_record.h"
-#include "graph/graph_decimate.h"
 
 namespace brinora {
 
@@ -56,9 +55,7 @@ void GraphWidget::redraw() {
     {
         QPainter painter(&picture_);
         if (scene_ && scene_->table) {
-            GraphRenderer::render(painter, *scene_, QSizeF(size()));
-            drawn_ = graph::decimateToCells(scene_->series.x, scene_->series.y,
-                                            GraphRenderer::transform(*scene_, QSizeF(size())));
+            GraphRenderer::render(painter, *scene_, QSizeF(size()), false, &drawn_);
         } else {
             painter.fillRect(rect(), palette().window());
             painter.setPen(palette().color(QPalette::PlaceholderText));

@@ -29,8 +29,14 @@ int main(int argc, char* argv[]) {
         QStringLiteral("Fill in a sample, calculate, run a small batch and save a picture of each "
                        "tab as PNG files in <folder>, then quit."),
         QStringLiteral("folder"));
+    const QCommandLineOption graphCruiseOption(
+        QStringLiteral("graph-cruise"),
+        QStringLiteral("With --screenshots: run the batch input file <file> through the batch tab and "
+                       "picture the graph of its output (default: the tour's small batch)."),
+        QStringLiteral("file"));
     parser.addOption(settingsOption);
     parser.addOption(screenshotsOption);
+    parser.addOption(graphCruiseOption);
     parser.process(app);
 
     std::unique_ptr<brinora::QSettingsStore> defaults =
@@ -42,7 +48,8 @@ int main(int argc, char* argv[]) {
     delegate.applicationDidFinishLaunching();
 
     if (parser.isSet(screenshotsOption)) {
-        return brinora::runScreenshotTour(*delegate.window(), parser.value(screenshotsOption));
+        return brinora::runScreenshotTour(*delegate.window(), parser.value(screenshotsOption),
+                                         parser.value(graphCruiseOption));
     }
     return app.exec();
 }

@@ -487,7 +487,7 @@ QWidget* BrinoraAppController::buildConstantsPage() {
     text->setTextFormat(Qt::RichText);
     text->setText(tr(
         "<p><b>Open-ocean seawater</b> (salinity 19 to 43, 2 to 35 °C): Lueker et al. (2000) on the "
-        "total scale, with Dickson (1990) for KHSO4, as the guide to best practices for ocean "
+        "total scale, with Dickson (1990) for KHSO₄, as the guide to best practices for ocean "
         "CO<sub>2</sub> measurements (Dickson et al. 2007) recommends.</p>"
         "<p><b>Estuaries and brackish water</b> (salinity down to 1): Millero (2010) or Millero "
         "(2006), which were fitted over salinities from near 0 to 50.</p>"
@@ -566,7 +566,7 @@ QWidget* BrinoraAppController::buildResultsPage(bool outputConditions) {
     grid->addWidget(makeGroup(tr("Saturation, buffer and flux"), otherRows), 2, 0);
     auto* note = noteLabel(
         outputConditions
-            ? tr("TA and TCO2 are carried over from the input conditions; the other results are "
+            ? tr("TA and TCO₂ are carried over from the input conditions; the other results are "
                  "recalculated at the output temperature and pressure. The flux is in mmol per "
                  "square metre per day, positive from sea to air.")
             : tr("Results at the temperature and pressure of the measurement. The flux is in mmol "

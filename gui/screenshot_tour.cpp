@@ -13,6 +13,7 @@
 #include "engine/slots.h"
 #include "gui/bound_fields.h"
 #include "gui/brinora_app_controller.h"
+#include "gui/graph_page.h"
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
 
@@ -36,6 +37,9 @@ class TourDialogs : public UserDialogs {
 public:
     TourDialogs(QString inputPath, QString outputFolder)
         : inputPath_(std::move(inputPath)), outputFolder_(std::move(outputFolder)) {}
+
+    // The file the next open panel answers with.
+    void setInputPath(QString path) { inputPath_ = std::move(path); }
 
     std::vector<std::string> runOpenPanel(QWidget*, const OpenPanelRequest&) override {
         return {inputPath_.toStdString()};
@@ -74,9 +78,50 @@ void type(BrinoraAppController& window, std::uint32_t tag, const char* text) {
     window.inputField(tag)->QLineEdit::setText(QString::fromLatin1(text));
 }
 
+// Runs the batch over the input file the open panel answers with, its preview
+// accepted, and waits until the run has ended.
+void runBatch(BrinoraAppController& window) {
+    window.switchToBatchProcessing();
+    window.core().selectCSVtoOpen();
+    window.core().selectCSVtoOutput();
+    while (window.batchRunning()) QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    QCoreApplication::processEvents();
+}
+
+bool choose(QComboBox* menu, const QString& name) {
+    const int index = menu->findData(name);
+    if (index < 0) {
+        std::fprintf(stderr, "brinora-gui: the graph has no column \"%s\"\n", qPrintable(name));
+        return false;
+    }
+    menu->setCurrentIndex(index);
+    return true;
+}
+
+// The graph tab with a depth profile of the whole cruise of `cruiseInput`
+// (the tour's own batch when empty): carbonate ion against pressure, the
+// pressure increasing downwards, coloured by the in-situ temperature.
+bool pictureGraph(BrinoraAppController& window, TourDialogs& dialogs, const QString& cruiseInput,
+                  const QString& folder) {
+    GraphPage* page = window.graphPage();
+    if (!cruiseInput.isEmpty()) {
+        dialogs.setInputPath(cruiseInput);
+        runBatch(window);
+    }
+    if (!page->scene().table || page->scene().series.x.empty()) {
+        std::fprintf(stderr, "brinora-gui: the graph tab shows no batch output\n");
+        return false;
+    }
+    bool chosen = choose(page->xMenu(), QStringLiteral("CO3 (in)"));
+    chosen &= choose(page->yMenu(), QStringLiteral("Pressure"));
+    chosen &= choose(page->colourMenu(), QStringLiteral("Temperature"));
+    window.switchToGraph();
+    return chosen && savePicture(&window, folder, QStringLiteral("graph.png"));
+}
+
 }  // namespace
 
-int runScreenshotTour(BrinoraAppController& window, const QString& folder) {
+int runScreenshotTour(BrinoraAppController& window, const QString& folder, const QString& cruiseInput) {
     QDir().mkpath(folder);
     // A folder of a fixed name, so that the pictures show the same paths each time.
     QDir work(QDir::temp().filePath(QStringLiteral("brinora-tour")));
@@ -90,7 +135,8 @@ int runScreenshotTour(BrinoraAppController& window, const QString& folder) {
     }
     TourDialogs dialogs(inputPath, work.path());
     window.setUserDialogs(&dialogs);
-    window.resize(1040, 700);
+    // Tall enough that the window shows every control without scrolling.
+    window.resize(1040, 760);
     window.show();
     bool saved = true;
 
@@ -143,15 +189,20 @@ int runScreenshotTour(BrinoraAppController& window, const QString& folder) {
             saved &= savePicture(&window, folder, QStringLiteral("batch.png"));
         }
     });
+    bool previewPictured = false;
     QObject::connect(&window, &BrinoraAppController::previewWindowShown, &window, [&] {
-        saved &= savePicture(window.previewWindow(), folder, QStringLiteral("preview.png"));
+        if (!previewPictured) {
+            previewPictured = true;
+            saved &= savePicture(window.previewWindow(), folder, QStringLiteral("preview.png"));
+        }
         window.previewWindow()->okButton()->click();
     });
-    window.core().selectCSVtoOpen();
-    window.core().selectCSVtoOutput();
     // The batch runs on its own thread: the window keeps drawing meanwhile.
-    while (window.batchRunning()) QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    runBatch(window);
     if (!batchPictured) saved &= savePicture(&window, folder, QStringLiteral("batch.png"));
+    batchPictured = true;
+
+    saved &= pictureGraph(window, dialogs, cruiseInput, folder);
 
     window.showHelpPage(QStringLiteral("batch-input"));
     window.helpViewer()->resize(760, 640);

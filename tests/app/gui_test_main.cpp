@@ -22,6 +22,10 @@ void quietHandler(QtMsgType type, const QMessageLogContext& context, const QStri
 int main(int argc, char* argv[]) {
     qInstallMessageHandler(quietHandler);
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+#ifdef BRINORA_GUI_TEST_SCALE
+    // The scaled widget tests: every window at this scale factor.
+    qputenv("QT_SCALE_FACTOR", BRINORA_GUI_TEST_SCALE);
+#endif
     QTemporaryDir home;
     qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
     QStandardPaths::setTestModeEnabled(true);

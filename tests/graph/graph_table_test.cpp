@@ -1,9 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <random>
 #include <filesystem>
 #include <fstream>
 
+#include "batch/lenient_number.h"
 #include "batch/output_record.h"
 #include "graph/graph_plot.h"
 #include "graph/graph_table.h"
@@ -82,6 +87,43 @@ TEST_F(GraphTableTest, FieldValuesKnowTheFormattersSpellings) {
     EXPECT_EQ(fieldValue("12.5 N"), 12.5f);
 }
 
+// The bits of a field's value as the lenient reader of the form gives them.
+std::uint32_t lenientBits(const std::string& text) { return std::bit_cast<std::uint32_t>(lenientFloat(text)); }
+
+TEST_F(GraphTableTest, FieldValuesAreTheLenientReadersToTheBit) {
+    // Fields that are decimal numbers: the fast reading and the lenient one
+    // agree in every bit, the sign of zero included.
+    for (const char* text : {"0", "-0", "-0.000", "+0.000", "7", "+7", "35.000", "-64.170", "5.", ".5", "-.5",
+                             "2381.500", "0.100", "0.3", "123456789012345", "1234567890.12345",
+                             "0.000000000000001", "999999999999999", "1234567890123456", "12345678901234567890",
+                             "340282356779733661637539395458142568448.000", "1e5", "1.5e-3", "3.2x", " 12.125",
+                             "\t-8.0625", "1.2.3", "--1", "+-1", "."}) {
+        EXPECT_EQ(std::bit_cast<std::uint32_t>(fieldValue(text)), lenientBits(text)) << text;
+    }
+    EXPECT_EQ(std::bit_cast<std::uint32_t>(fieldValue("-0.000")), 0x8000'0000u);
+    EXPECT_EQ(fieldValue("0.1"), 0.1f);
+    EXPECT_EQ(fieldValue("2381.500"), 2381.5f);
+
+    // Numbers as the formatter writes them, and digit strings of every length
+    // with the point anywhere, over many magnitudes (a fixed sequence).
+    std::mt19937_64 random(20240314);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    char buffer[64];
+    for (int i = 0; i < 200000; ++i) {
+        const double value = std::pow(10.0, unit(random) * 16.0 - 5.0) * (unit(random) < 0.5 ? -1.0 : 1.0);
+        std::snprintf(buffer, sizeof buffer, "%.3f", value);
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(fieldValue(buffer)), lenientBits(buffer)) << buffer;
+        const std::uint64_t length = 1 + random() % 18;
+        const std::uint64_t point = random() % (length + 2);  // past the end: no point
+        std::string digits = random() % 2 == 0 ? "-" : "";
+        for (std::uint64_t d = 0; d <= length; ++d) {
+            if (d == point) digits += '.';
+            if (d < length) digits += static_cast<char>('0' + random() % 10);
+        }
+        ASSERT_EQ(std::bit_cast<std::uint32_t>(fieldValue(digits)), lenientBits(digits)) << digits;
+    }
+}
+
 TEST_F(GraphTableTest, NotFiniteValuesAreLeftOutAndCounted) {
     const std::string path = write(
         "out.csv", std::string(dataFileHeaders()) + record("1", "A", "1.000", {{13, "nan"}}) +
@@ -135,6 +177,34 @@ TEST_F(GraphTableTest, ColourByNameAndByColumn) {
     EXPECT_TRUE(std::isnan(byColumn.colour[2]));
     EXPECT_EQ(byColumn.colourRange.min, 1.0);
     EXPECT_EQ(byColumn.colourRange.max, 2.0);
+}
+
+TEST_F(GraphTableTest, ManyNamesKeepTheirOrderOfAppearance) {
+    // 1000 stations of two bottles each, then every station once more in
+    // reverse order: 1000 names, numbered as they first appear.
+    std::string text(dataFileHeaders());
+    int id = 0;
+    for (int station = 0; station < 1000; ++station) {
+        for (int bottle = 0; bottle < 2; ++bottle) {
+            text += record(std::to_string(++id), "St" + std::to_string(station), "1.000");
+        }
+    }
+    for (int station = 999; station >= 0; --station) {
+        text += record(std::to_string(++id), "St" + std::to_string(station), "1.000");
+    }
+    const GraphTableLoad load = readGraphTable(write("stations.csv", text));
+    ASSERT_TRUE(load.ok) << load.message;
+    ASSERT_EQ(load.table.rows(), 3000u);
+    ASSERT_EQ(load.table.names.size(), 1000u);
+    EXPECT_EQ(load.table.names[0], "St0");
+    EXPECT_EQ(load.table.names[999], "St999");
+    EXPECT_EQ(load.table.nameIndex[0], 0u);
+    EXPECT_EQ(load.table.nameIndex[1], 0u);
+    EXPECT_EQ(load.table.nameIndex[1999], 999u);
+    EXPECT_EQ(load.table.nameIndex[2000], 999u);
+    EXPECT_EQ(load.table.nameIndex[2999], 0u);
+    EXPECT_EQ(load.table.nameOf(2500), "St499");
+    EXPECT_EQ(load.table.lines[2999], 3001);
 }
 
 TEST_F(GraphTableTest, AFormRecordWithANameIsReadOneFieldToTheLeft) {
