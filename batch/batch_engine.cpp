@@ -899,15 +899,19 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
             }
             anyComputed = true;
             lastComputed = k;
-            if (writer) {
-                if (!writer->add(chunk.bytes(k))) {
-                    writeFailed = true;
-                    break;
-                }
-                ++core.recordsWritten;
-            }
             if (everyLine) held.line("Done with the line!");
             linesDone = k + 1;
+        }
+        // The records of the lines dealt with lie one after the other: one write.
+        if (writer && linesDone > 0) {
+            const std::size_t bytes = chunk.results[linesDone - 1].outputEnd;
+            if (writer->add(std::string_view(chunk.output).substr(0, bytes))) {
+                for (std::size_t k = 0; k < linesDone; ++k) {
+                    if (chunk.results[k].kind == LineKind::kRecord) ++core.recordsWritten;
+                }
+            } else {
+                writeFailed = true;
+            }
         }
         if (lastComputed < processed && !justPreview) {
             kept.keep(chunk, lastComputed);
@@ -1084,15 +1088,16 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
         processedLines += processed;
         for (std::size_t k = 0; k < processed; ++k) {
             noteLine(options, chunk.results[k], chunk.sourceLines[k]);
-            if (!writer->add(chunk.bytes(k))) {
-                // The placemarks stop here; the document lacks its footer.
-                writeFailed = true;
-                kept.keep(chunk, k);
-                return false;
-            }
-            ++core.placemarksWritten;
             if (everyLine) held.line("Done with the line!");
         }
+        // The placemarks lie one after the other: one write.
+        if (processed > 0 && !writer->add(std::string_view(chunk.output).substr(0, chunk.results[processed - 1].outputEnd))) {
+            // The placemarks stop here; the document lacks its footer.
+            writeFailed = true;
+            kept.keep(chunk, processed - 1);
+            return false;
+        }
+        core.placemarksWritten += static_cast<int>(processed);
         if (input.sizeKnown && processed > 0) {
             ui.setProgressIndicatorValue(percentOf(chunk.endOffsets[processed - 1], input));
         }

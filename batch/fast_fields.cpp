@@ -10,27 +10,31 @@ namespace brinora {
 
 namespace {
 
-// Calls take(k, field) for every comma-separated field of `line`, in order;
-// returns the number of fields (at least 1: the empty line is one empty field).
+// Calls take(k, field) for the comma-separated fields of `line`, in order,
+// the first `most` of them at most; returns the number of fields taken (all of
+// them when there are not more than `most`; the empty line is one empty field).
 template <typename Take>
-std::size_t forEachField(std::string_view line, Take&& take) {
+std::size_t forEachField(std::string_view line, std::size_t most, Take&& take) {
     std::size_t count = 0;
     std::size_t start = 0;
-    for (;;) {
+    while (count < most) {
         const void* found = std::memchr(line.data() + start, ',', line.size() - start);
         const std::size_t comma =
             found == nullptr ? line.size() : static_cast<std::size_t>(static_cast<const char*>(found) - line.data());
         take(count, line.substr(start, comma - start));
         ++count;
-        if (found == nullptr) return count;
+        if (found == nullptr) break;
         start = comma + 1;
     }
+    return count;
 }
+
+constexpr std::size_t kAll = ~std::size_t{0};
 
 }  // namespace
 
 std::size_t splitBatchFields(std::string_view line, BatchFields& fields) {
-    const std::size_t count = forEachField(line, [&fields](std::size_t k, std::string_view field) {
+    const std::size_t count = forEachField(line, kAll, [&fields](std::size_t k, std::string_view field) {
         if (k < kBatchLineFields) fields[k] = field;
     });
     for (std::size_t k = count; k < kBatchLineFields; ++k) fields[k] = std::string_view();
@@ -39,8 +43,13 @@ std::size_t splitBatchFields(std::string_view line, BatchFields& fields) {
 
 std::vector<std::string> splitFields(std::string_view line) {
     std::vector<std::string> fields;
-    forEachField(line, [&fields](std::size_t, std::string_view field) { fields.emplace_back(field); });
+    forEachField(line, kAll, [&fields](std::size_t, std::string_view field) { fields.emplace_back(field); });
     return fields;
+}
+
+void splitFieldViews(std::string_view line, std::size_t most, std::vector<std::string_view>& fields) {
+    fields.clear();
+    forEachField(line, most, [&fields](std::size_t, std::string_view field) { fields.push_back(field); });
 }
 
 double lenientDoubleFast(std::string_view text) {

@@ -20,6 +20,10 @@ using BatchFields = std::array<std::string_view, kBatchLineFields>;
 // line is one empty field.
 std::vector<std::string> splitFields(std::string_view line);
 
+// The first `most` fields of `line`, cut as splitFields cuts them, as views
+// into it (fields after them are not looked for).
+void splitFieldViews(std::string_view line, std::size_t most, std::vector<std::string_view>& fields);
+
 // Splits `line` at "," as splitFields does and keeps the first 21 fields;
 // the missing ones are empty. Returns the number of fields of the whole line.
 std::size_t splitBatchFields(std::string_view line, BatchFields& fields);

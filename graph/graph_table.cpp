@@ -143,24 +143,6 @@ private:
     std::vector<std::uint32_t> slots_;
 };
 
-// The first `most` comma-separated fields of `line` as views into it, cut as
-// splitFields cuts them (no quoting; the empty line is one empty field).
-void splitInto(std::string_view line, std::size_t most, std::vector<std::string_view>& fields) {
-    fields.clear();
-    // Fields are short: a plain loop beats a library search per field.
-    const char* const begin = line.data();
-    const char* const end = begin + line.size();
-    const char* start = begin;
-    for (const char* c = begin; c != end; ++c) {
-        if (*c == ',') {
-            fields.emplace_back(start, static_cast<std::size_t>(c - start));
-            if (fields.size() == most) return;
-            start = c + 1;
-        }
-    }
-    fields.emplace_back(start, static_cast<std::size_t>(end - start));
-}
-
 // Bytes in the open file `fd`; 0 when unknown (a pipe).
 std::uint64_t sizeOf(int fd) {
     struct stat info {};
@@ -257,7 +239,7 @@ GraphTableLoad readGraphTable(const std::string& path) {
         const std::uint64_t fileSize = sizeOf(fd);
         while (reader.next(line)) {
             if (line.text.empty()) continue;
-            splitInto(line.text, usedFields, fields);
+            splitFieldViews(line.text, usedFields, fields);
             if (fields.front().empty()) continue;
             if (table.lines.empty()) reserveRows(table, fileSize / (line.text.size() + 1));
             // A form record with a sample name has no name column.
