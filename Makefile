@@ -109,12 +109,14 @@ BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cru
 .PHONY: bench bench-deps
 
 bench-deps:
-	@$(MAKE) --no-print-directory deps PACKAGES="cmake make g++ libbenchmark-dev libcli11-dev qt6-base-dev qt6-svg-dev time"
+	@$(MAKE) --no-print-directory deps PACKAGES="cmake make g++ libbenchmark-dev libcli11-dev qt6-base-dev qt6-svg-dev time strace pybind11-dev python3-dev python3-numpy python3-xarray python3-dask python3-distributed python3-netcdf4"
 
 bench: bench-deps
 	cmake -S . -B $(BENCH_DIR) -DCMAKE_BUILD_TYPE=Release -DBRINORA_BUILD_BENCH=ON -DBRINORA_BUILD_TESTS=OFF \
 	  -DBRINORA_BUILD_GUI=OFF
 	cmake --build $(BENCH_DIR) -j $(JOBS) --target $(BENCH_TARGETS)
 	bench/run.sh $(BENCH_DIR)
+	bench/engine_targets.sh $(BENCH_DIR) 1000000
+	@if [ "$(BENCH_HUGE)" = 1 ]; then bench/engine_targets.sh $(BENCH_DIR) 10000000; fi
 	tests/crash/kill_runs.sh $(BENCH_DIR)/cli/brinora 200
 	PYTHONPATH=$(BENCH_DIR)/python /usr/bin/python3 bench/python_bench.py

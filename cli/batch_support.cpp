@@ -133,6 +133,13 @@ void TerminalUi::setProgressIndicatorValue(double percent) {
     barShown_ = true;
 }
 
+void TerminalUi::setProgressIndicatorIndeterminate(bool indeterminate) {
+    if (!indeterminate || !drawProgress || quiet) return;
+    std::fputs("\r[ reading the input as it comes; its size is unknown ]", stderr);
+    std::fflush(stderr);
+    barShown_ = true;
+}
+
 Session::Session(const std::string& commandName)
     : name(commandName),
       defaults(loadStoredSettings()),

@@ -49,6 +49,8 @@ public:
     void runAlert(const Alert& alert) override;
     void setProgressIndicatorHidden(bool hidden) override;
     void setProgressIndicatorValue(double percent) override;
+    // Input of unknown size (a pipe): the bar says the run is going, without a share.
+    void setProgressIndicatorIndeterminate(bool indeterminate) override;
 
     // Draw the progress bar (stderr is a terminal and the log is not shown).
     bool drawProgress = false;
