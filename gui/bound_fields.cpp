@@ -2,16 +2,9 @@
 
 #include "batch/lenient_number.h"
 #include "gui/brinora_app_controller.h"
+#include "gui/qt_text.h"
 
 namespace brinora {
-
-namespace {
-
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-}  // namespace
 
 InputTextField::InputTextField(std::uint32_t tag, BrinoraAppController* delegate, QWidget* parent)
     : QLineEdit(parent), tag_(tag), delegate_(delegate) {

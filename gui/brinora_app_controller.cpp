@@ -11,14 +11,11 @@
 #include "gui/graph_page.h"
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
+#include "gui/qt_text.h"
 
 namespace brinora {
 
 namespace {
-
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 CalendarDateTime toCalendar(const QDateTime& value) {
     const QDate date = value.date();

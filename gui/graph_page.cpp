@@ -7,14 +7,11 @@
 
 #include "app/settings_keys.h"
 #include "batch/text_files.h"
+#include "gui/qt_text.h"
 
 namespace brinora {
 
 namespace {
-
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 // Items of the colour menu before the columns.
 constexpr int kColourNone = 0;

@@ -11,14 +11,11 @@
 #include <map>
 
 #include "graph/graph_decimate.h"
+#include "gui/qt_text.h"
 
 namespace brinora {
 
 namespace {
-
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 // Size of every text of the picture, in pixels.
 constexpr int kFontPixels = 13;

@@ -9,6 +9,7 @@
 #include <cmath>
 
 #include "batch/output_record.h"
+#include "gui/qt_text.h"
 
 namespace brinora {
 
@@ -18,10 +19,6 @@ namespace {
 constexpr double kHoverReach = 6.0;
 // Zoom per wheel notch (120 units).
 constexpr double kZoomPerNotch = 1.25;
-
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 }  // namespace
 

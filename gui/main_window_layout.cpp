@@ -26,14 +26,11 @@
 #include "gui/graph_page.h"
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
+#include "gui/qt_text.h"
 
 namespace brinora {
 
 namespace {
-
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 // Width of the number fields, enough for "-1234.567".
 constexpr int kNumberFieldWidth = 110;

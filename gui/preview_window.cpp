@@ -1,4 +1,5 @@
 #include "gui/preview_window.h"
+#include "gui/qt_text.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -9,14 +10,6 @@
 #include <algorithm>
 
 namespace brinora {
-
-namespace {
-
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-}  // namespace
 
 const std::vector<PreviewColumn>& previewColumns() {
     static const std::vector<PreviewColumn> columns = {

@@ -1,16 +1,9 @@
 #include "gui/qsettings_store.h"
 
 #include "app/settings_keys.h"
+#include "gui/qt_text.h"
 
 namespace brinora {
-
-namespace {
-
-QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-}  // namespace
 
 QSettingsStore::QSettingsStore()
     : settings_(std::make_unique<QSettings>(toQString(settings::kOrganization),
