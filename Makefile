@@ -4,6 +4,7 @@
 #   make test-sanitize  every test again, built with AddressSanitizer and UBSan
 #   make fuzz           build the fuzz targets (clang, libFuzzer) and run each
 #                       for FUZZ_SECONDS seconds
+#   make fuzz-long      the same, each target for FUZZ_RUNS (10,000,000) executions
 #   make bench          build the benchmarks in BENCH_DIR, run them, print a table,
 #                       then kill 200 batch runs per output mode (tests/crash)
 
@@ -30,7 +31,7 @@ SANITIZE_ENV := ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1:str
   UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
   LSAN_OPTIONS=suppressions=$(CURDIR)/tests/sanitizer/lsan.supp:print_suppressions=0
 
-.PHONY: all deps configure build test run clean gui screenshots test-sanitize fuzz fuzz-deps
+.PHONY: all deps configure build test run clean gui screenshots test-sanitize fuzz fuzz-deps fuzz-build fuzz-long
 
 all: build
 
@@ -93,11 +94,19 @@ test-sanitize: deps
 fuzz-deps:
 	@$(MAKE) --no-print-directory deps PACKAGES="$(FUZZ_PACKAGES)"
 
-fuzz: fuzz-deps
+fuzz: fuzz-build
+	FUZZ_SECONDS=$(FUZZ_SECONDS) fuzz/run.sh $(FUZZ_DIR)
+
+fuzz-build: fuzz-deps
 	cmake -S . -B $(FUZZ_DIR) -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DBRINORA_BUILD_FUZZ=ON -DBRINORA_BUILD_TESTS=OFF -DBRINORA_BUILD_CLI=OFF -DBRINORA_BUILD_GUI=OFF
 	cmake --build $(FUZZ_DIR) -j $(JOBS) --target fuzz_lenient_number fuzz_batch_reader fuzz_compute_co2 fuzz_kml_writer
-	FUZZ_SECONDS=$(FUZZ_SECONDS) fuzz/run.sh $(FUZZ_DIR)
+
+# Each fuzz target for FUZZ_RUNS executions, one after the other (hours on a
+# small machine; bench/README.md, "Fuzzing", has the figures).
+FUZZ_RUNS ?= 10000000
+fuzz-long: fuzz-build
+	FUZZ_RUNS=$(FUZZ_RUNS) fuzz/run.sh $(FUZZ_DIR)
 
 # Benchmarks (Google Benchmark) and the timing and peak memory of `brinora
 # batch`, in a Release folder of their own; bench/run.sh prints the table

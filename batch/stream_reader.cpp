@@ -101,6 +101,20 @@ BatchLineReader::BatchLineReader(int fd, std::size_t blockSize, bool checkUTF8)
     buffer_ = std::make_unique<char[]>(capacity_);
 }
 
+BatchLineReader::BatchLineReader(std::string_view text, std::size_t blockSize, bool checkUTF8)
+    : BatchLineReader(-1, blockSize, checkUTF8) {
+    inMemory_ = true;
+    memory_ = text;
+}
+
+long BatchLineReader::readSome(char* into, std::size_t count) {
+    if (!inMemory_) return static_cast<long>(::read(fd_, into, count));
+    const std::size_t n = count < memory_.size() ? count : memory_.size();
+    std::memcpy(into, memory_.data(), n);
+    memory_.remove_prefix(n);
+    return static_cast<long>(n);
+}
+
 void BatchLineReader::checkNewBytes() {
     // The rules of firstInvalidUTF8Byte, one sequence at a time; a sequence
     // cut by the end of the bytes read so far waits for the next block.
@@ -208,7 +222,7 @@ bool BatchLineReader::readBlock() {
         cursor_ = 0;
     }
     for (;;) {
-        const ssize_t n = ::read(fd_, buffer_.get() + end_, blockSize_);
+        const long n = readSome(buffer_.get() + end_, blockSize_);
         if (n < 0) {
             if (errno == EINTR) continue;
             error_ = errno;

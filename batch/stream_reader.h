@@ -31,6 +31,11 @@ struct StreamLine {
 class BatchLineReader {
 public:
     BatchLineReader(int fd, std::size_t blockSize = kDefaultReadBlock, bool checkUTF8 = false);
+    // The same reader over the whole content of a file already in memory:
+    // the bytes are taken `blockSize` at a time as if read from a file, and
+    // cut into the same pieces. `text` must outlive the reader.
+    explicit BatchLineReader(std::string_view text, std::size_t blockSize = kDefaultReadBlock,
+                             bool checkUTF8 = false);
 
     // The next piece; false after the last one, after a read error and at a
     // byte that is not UTF-8 (see errorNumber() and invalidUTF8Offset()).
@@ -64,9 +69,14 @@ private:
     // ends first; false at the end of the file, a read error or bad UTF-8.
     bool ensure(std::size_t count);
     bool readBlock();
+    // Up to `count` more bytes of the file or of the text into `into`; 0 at
+    // the end, -1 with errno set on a read error.
+    long readSome(char* into, std::size_t count);
     void checkNewBytes();
 
-    int fd_;
+    int fd_;                        // -1 in memory mode
+    bool inMemory_ = false;         // reading memory_ instead of fd_
+    std::string_view memory_;       // the text not yet taken, in memory mode
     std::size_t blockSize_;
     bool checkUTF8_;
     std::unique_ptr<char[]> buffer_;

@@ -10,11 +10,10 @@
 // sample writes only slots 30..67 and 69..72; the process-wide board gives
 // the same bits as an explicit board.
 //
-// Run with -timeout=5: a sample that never converges runs six Newton solves
-// to their cap of 500000 steps, about 1.5 s in this instrumented build
-// (0.2 s in the release build, where tests/faults checks it).
+// The fuzz build caps a Newton solve at 5000 steps (see the top
+// CMakeLists.txt), so a sample that never converges costs a few milliseconds
+// here instead of about a second; no check below depends on the cap.
 #include <cfloat>
-#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -97,9 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     Board board = before;
     brinora::ProcessValues values{0.25f, 0.75f};
-    const auto started = std::chrono::steady_clock::now();
     const ComputeOutcome outcome = brinora::BrinoraMain::ComputeCO2(board, values);
-    const auto took = std::chrono::steady_clock::now() - started;
     require(outcome.status == expectedStatus(before), "refused for the reason the rules give");
     for (std::uint32_t pos = 0; pos < Board::kSize; ++pos) {
         if (!outcome.computed() || !written(pos)) {
@@ -110,10 +107,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(sameBits(values.K0, 0.25f) && sameBits(values.FugFac, 0.75f), "a refused run keeps K0 and FugFac");
     }
 
-    // The same sample on the process-wide board. A sample whose solves run
-    // to the step cap (up to six of them, each about 0.25 s in this
-    // instrumented build, 30 ms in a release build) is not computed twice.
-    if (took > std::chrono::milliseconds(100)) return 0;
+    // The same sample on the process-wide board.
     brinora::Engine* shared = brinora::Engine::sharedInstance();
     for (std::uint32_t pos = 0; pos < Board::kSize; ++pos) shared->setFieldValueAtPos(pos, before.get(pos));
     brinora::K0 = 0.25f;

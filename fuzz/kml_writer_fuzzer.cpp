@@ -1,113 +1,219 @@
-// Fuzz target: the KML writer. The input is the whole content of a batch
-// input file; writeKML turns it into a document in a scratch folder. The
-// calculation is replaced by a cheap stand-in (the sample's own values copied
-// into the result slots), so the target spends its time in the writer.
+// Fuzz target: one KML placemark from random fields and board values. The
+// input is
+//   byte 0        the number L of bytes that fill the board,
+//   bytes 1..4    the sample number (little-endian; zero bytes when short),
+//   next L bytes  the board, slot 0 upwards: one byte picks a special value
+//                 (not-a-number, infinities, zeros, extremes, ocean values)
+//                 or a small integer, or announces four bytes of a raw float,
+//   the rest      a batch line, split at "," into its fields.
 //
-// Checks: no crash, sanitizer report or hang; the document is the header, one
-// placemark per line from line 1 up to the one before the last piece, and the
-// footer; the first placemark's name is field 1 of line 1 as read and number
-// 0; the placemarks grow with their lines by a fixed factor at most (fields
-// are inserted as read, never expanded again).
-#include <fcntl.h>
-#include <unistd.h>
-
+// Checks, against a placemark of the same board and number with every field
+// empty (the skeleton):
+// - the markup is the skeleton's, tag for tag, and the skeleton's tags nest
+//   (so the placemark is a well-formed XML fragment);
+// - no text between tags holds a raw "<" or ">", and every "&" starts one of
+//   the five entities;
+// - every field the placemark shows appears in it escaped (as restated here);
+// - the size is the skeleton's plus, for each field, its escaped size times
+//   the number of places that show it: linear in the input, nothing expanded
+//   twice.
+#include <cfloat>
 #include <cstdint>
-#include <cstdlib>
+#include <cstdio>
+#include <cstring>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "batch/controller_core.h"
-#include "batch/kml_document.h"
-#include "batch/plain_ui.h"
-#include "batch/text_files.h"
-#include "engine/engine.h"
+#include "batch/fast_fields.h"
+#include "batch/fast_records.h"
+#include "engine/board.h"
+#include "engine/slots.h"
 #include "fuzz_support.h"
 
 namespace {
 
+using brinora::Board;
 using brinora::fuzz::require;
 
-void fakeCompute() {
-    brinora::Engine* board = brinora::Engine::sharedInstance();
-    for (std::uint32_t pos = 30; pos <= 72; ++pos) {
-        board->setFieldValueAtPos(pos, board->getFieldValueAtPos(11 + pos % 14));
+constexpr float kSpecial[] = {
+    0.0f, -0.0f, std::numeric_limits<float>::quiet_NaN(), -std::numeric_limits<float>::quiet_NaN(),
+    std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(), -9.0f, -999.0f,
+    1.0f, -1.0f, 35.0f, 25.0f, 2300.0f, 2000.0f, 8.1f, 400.0f,
+    0.0005f, -0.0005f, 0.0004999f, 1e30f, FLT_MAX, -FLT_MAX, FLT_MIN, 1e-45f,
+};
+constexpr std::size_t kSpecialCount = sizeof kSpecial / sizeof kSpecial[0];
+
+// The five characters XML reserves, written as entities.
+std::string escaped(std::string_view text) {
+    std::string out;
+    for (const char c : text) {
+        switch (c) {
+            case '&': out += "&amp;"; break;
+            case '<': out += "&lt;"; break;
+            case '>': out += "&gt;"; break;
+            case '"': out += "&quot;"; break;
+            case '\'': out += "&apos;"; break;
+            default: out += c;
+        }
     }
+    return out;
 }
 
-std::string readWhole(const std::string& path) {
-    std::string text;
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return text;
-    char buffer[65536];
-    for (ssize_t n; (n = ::read(fd, buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<std::size_t>(n));
-    ::close(fd);
-    return text;
+// The markup of a fragment: every tag, processing instruction or CDATA
+// section in order. Fails the run on a raw "<" or ">" in text, on an "&"
+// that starts no entity, and on an unclosed tag.
+std::vector<std::string_view> markup(std::string_view text) {
+    static constexpr std::string_view kEntities[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;"};
+    std::vector<std::string_view> tags;
+    std::size_t i = 0;
+    while (i < text.size()) {
+        const char c = text[i];
+        if (c == '<') {
+            std::size_t end;
+            if (text.substr(i).starts_with("<![CDATA[")) {
+                end = text.find("]]>", i);
+                require(end != std::string_view::npos, "CDATA section closed");
+                end += 3;
+            } else {
+                std::size_t j = i + 1;
+                while (j < text.size() && text[j] != '>') {
+                    if (text[j] == '"' || text[j] == '\'') {
+                        const std::size_t close = text.find(text[j], j + 1);
+                        require(close != std::string_view::npos, "attribute value closed");
+                        j = close;
+                    }
+                    ++j;
+                }
+                require(j < text.size(), "tag closed");
+                end = j + 1;
+            }
+            tags.push_back(text.substr(i, end - i));
+            i = end;
+        } else if (c == '>') {
+            require(false, "no raw > in text");
+        } else if (c == '&') {
+            bool entity = false;
+            for (const std::string_view e : kEntities) entity = entity || text.substr(i).starts_with(e);
+            require(entity, "every & starts an entity");
+            ++i;
+        } else {
+            ++i;
+        }
+    }
+    return tags;
 }
 
-const std::string& outputPath() {
-    static const std::string path = [] {
-        std::string p = brinora::fuzz::scratchFolder() + "/out.kml";
-        std::atexit([] {
-            ::unlink((brinora::fuzz::scratchFolder() + "/out.kml").c_str());
-            ::rmdir(brinora::fuzz::scratchFolder().c_str());
-        });
-        return p;
+// Name of an element tag ("<a b=...>", "</a>", "<a/>").
+std::string_view tagName(std::string_view tag) {
+    std::size_t start = tag[1] == '/' ? 2 : 1;
+    std::size_t end = start;
+    while (end < tag.size() && tag[end] != ' ' && tag[end] != '>' && tag[end] != '/') ++end;
+    return tag.substr(start, end - start);
+}
+
+// Requires the element tags of `tags` to nest, each closed by its own name.
+void requireNested(const std::vector<std::string_view>& tags) {
+    std::vector<std::string_view> open;
+    for (const std::string_view tag : tags) {
+        if (tag.starts_with("<![CDATA[") || tag.starts_with("<?") || tag.starts_with("<!")) continue;
+        const std::string_view name = tagName(tag);
+        require(!name.empty(), "a tag has a name");
+        if (tag[1] == '/') {
+            require(!open.empty() && open.back() == name, "closing tag matches the open one");
+            open.pop_back();
+        } else if (!tag.ends_with("/>")) {
+            open.push_back(name);
+        }
+    }
+    require(open.empty(), "every element closed");
+}
+
+struct Fixed {
+    brinora::PlacemarkTemplate placemark;
+    std::string skeletonText;                  // skeleton of a zero board, number 0
+    std::vector<std::string_view> skeletonTags;
+    std::size_t uses[brinora::kBatchLineFields] = {};  // places that show each field
+};
+
+const Fixed& fixed() {
+    static const Fixed instance = [] {
+        Fixed f;
+        const Board board;
+        const brinora::BatchFields none{};
+        f.placemark.append(f.skeletonText, none, board, 0);
+        f.skeletonTags = markup(f.skeletonText);
+        requireNested(f.skeletonTags);
+        require(f.skeletonTags.front() == "<Placemark>" && f.skeletonTags.back() == "</Placemark>",
+                "one Placemark element");
+        for (std::size_t k = 0; k < brinora::kBatchLineFields; ++k) {
+            brinora::BatchFields one{};
+            one[k] = "x";
+            std::string text;
+            f.placemark.append(text, one, board, 0);
+            f.uses[k] = text.size() - f.skeletonText.size();
+        }
+        require(f.uses[1] == 1 && f.uses[4] == 2 && f.uses[5] == 2 && f.uses[0] == 0,
+                "name once, latitude and longitude twice, sample id not shown");
+        return f;
     }();
-    return path;
+    return instance;
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    brinora::fuzz::quietLog();
-    static brinora::fuzz::InputFile input;
-    input.replace(data, size);
-    ::unlink(outputPath().c_str());
-
-    brinora::MemorySettings defaults;
-    brinora::PlainUi ui;
-    ui.selectItem(brinora::Menu::CO2Constants, 13);
-    ui.selectItem(brinora::Menu::KHSO4, 1);
-    ui.selectItem(brinora::Menu::pHScale, 1);
-    ui.selectItem(brinora::Menu::AirSeaFlux, 1);
-    ui.onOpenPanel = [](const brinora::OpenPanelRequest&) { return std::vector<std::string>{input.path()}; };
-    ui.onSavePanel = [](const brinora::SavePanelRequest&) -> std::optional<std::string> { return outputPath(); };
-    brinora::BrinoraAppControllerCore core(ui, defaults);
-    core.computeCO2 = fakeCompute;
-    core.writeKML();
-    brinora::Engine::sharedInstance()->reset();
-
-    const std::string_view raw(reinterpret_cast<const char*>(data), size);
-    const std::string document = readWhole(outputPath());
-    if (brinora::firstInvalidUTF8Byte(raw) != std::string_view::npos) {
-        require(document.empty() && core.placemarksWritten == 0, "unreadable input writes nothing");
-        return 0;
+    const Fixed& f = fixed();
+    std::size_t at = 0;
+    const std::size_t boardBytes = size > 0 ? data[at++] : 0;
+    std::uint32_t number = 0;
+    for (int k = 0; k < 4 && at < size; ++k) number |= static_cast<std::uint32_t>(data[at++]) << (8 * k);
+    const std::size_t boardEnd = at + boardBytes < size ? at + boardBytes : size;
+    Board board;
+    for (std::uint32_t pos = 0; pos < Board::kSize && at < boardEnd; ++pos) {
+        const std::uint8_t pick = data[at++];
+        float value = 0.0f;
+        if (pick < 0x40) {
+            value = kSpecial[pick % kSpecialCount];
+        } else if (pick < 0x80) {
+            value = static_cast<float>(static_cast<int>(pick) - 0x48);
+        } else if (at + 4 <= boardEnd) {
+            std::memcpy(&value, data + at, 4);
+            at += 4;
+        }
+        board.set(pos, value);
     }
-    std::string text(raw);
-    if (text.starts_with("\xEF\xBB\xBF")) text.erase(0, 3);
-    const std::vector<brinora::TextLine> lines = brinora::splitBatchLines(text);
-    const int placemarks = lines.size() > 2 ? static_cast<int>(lines.size()) - 2 : 0;
-    require(core.placemarksWritten == placemarks, "one placemark per line before the last piece");
-    require(core.failedWrites == 0, "every placemark written");
-    if (placemarks == 0) {
-        // No line: the save panel never ran, so nothing was written.
-        require(document.empty(), "no document without a placemark");
-        return 0;
-    }
+    const std::string_view line(reinterpret_cast<const char*>(data) + boardEnd, size - boardEnd);
+    brinora::BatchFields fields;
+    brinora::splitBatchFields(line, fields);
 
-    const std::string_view header = brinora::kmlDocumentHeader();
-    const std::string_view footer = brinora::kmlDocumentFooter();
-    require(document.starts_with(header) && document.ends_with(footer), "header and footer");
-    const std::string_view body(document.data() + header.size(), document.size() - header.size() - footer.size());
-    // Fixed text and numbers take well under 8 KiB; the fields of the line
-    // appear at most twice each (latitude and longitude), once for the rest.
-    std::size_t bound = 0;
-    for (int i = 0; i < placemarks; ++i) bound += 8192 + 2 * lines[static_cast<std::size_t>(i) + 1].text.size();
-    require(body.size() <= bound, "placemarks grow with their lines by a fixed factor at most");
-    const std::vector<std::string> fields = brinora::splitFields(lines[1].text);
-    const std::string start = "<Placemark><styleUrl>#Brinora-style</styleUrl><Snippet maxLines=\"2\"></Snippet><name>" +
-                              (fields.size() > 1 ? fields[1] : std::string()) + " 0</name><address></address>";
-    require(body.starts_with(start), "the first placemark carries field 1 as read and number 0");
+    std::string skeleton;
+    f.placemark.append(skeleton, brinora::BatchFields{}, board, number);
+    std::string placemark = "kept";  // append() adds to what the buffer holds
+    f.placemark.append(placemark, fields, board, number);
+    require(placemark.starts_with("kept"), "append keeps the buffer's text");
+    const std::string_view text = std::string_view(placemark).substr(4);
+
+    require(markup(text) == f.skeletonTags, "the markup of the skeleton, tag for tag");
+    std::size_t expectedSize = skeleton.size();
+    for (std::size_t k = 0; k < brinora::kBatchLineFields; ++k) {
+        if (f.uses[k] == 0) continue;
+        const std::string e = escaped(fields[k]);
+        std::string viaWriter;
+        brinora::appendXmlEscaped(viaWriter, fields[k]);
+        require(viaWriter == e, "appendXmlEscaped escapes the five characters");
+        require(text.find(e) != std::string_view::npos, "every shown field appears escaped");
+        expectedSize += f.uses[k] * e.size();
+    }
+    require(text.size() == expectedSize, "size: the skeleton's plus the escaped fields where shown");
+
+    char digits[16];
+    std::snprintf(digits, sizeof digits, " %u</name>", static_cast<unsigned>(number));
+    require(text.find(escaped(fields[1]) + digits) != std::string_view::npos, "name and sample number");
+    char salinity[80];
+    std::snprintf(salinity, sizeof salinity, "<Td>Salinity</Td><Td>%.3f</Td>",
+                  static_cast<double>(board.get(brinora::slot::kSalinity)));
+    require(text.find(salinity) != std::string_view::npos, "salinity as %.3f");
     return 0;
 }

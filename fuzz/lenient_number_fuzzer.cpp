@@ -1,6 +1,7 @@
 // Fuzz target: the lenient number reader of batch fields and stored settings.
 // Every byte string must read without a crash, and the result must agree with
-// an independent reading of the same leading number by std::from_chars.
+// an independent reading of the same leading number by std::from_chars; the
+// allocation-free reader of batch fields must give the same bits.
 #include <charconv>
 #include <climits>
 #include <cmath>
@@ -8,6 +9,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "batch/fast_fields.h"
 #include "batch/lenient_number.h"
 #include "fuzz_support.h"
 
@@ -82,6 +84,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const float f = brinora::lenientFloat(text);
     const float narrowed = static_cast<float>(d);
     require(std::memcmp(&f, &narrowed, sizeof f) == 0, "lenientFloat is lenientDouble narrowed");
+    const double fast = brinora::lenientDoubleFast(text);
+    require(std::memcmp(&fast, &d, sizeof d) == 0, "lenientDoubleFast equals lenientDouble");
+    const float fastFloat = brinora::lenientFloatFast(text);
+    require(std::memcmp(&fastFloat, &f, sizeof f) == 0, "lenientFloatFast equals lenientFloat");
+    const brinora::NumberSpan span = brinora::leadingNumber(text);
+    require(span.start <= span.end && span.end <= text.size(), "the leading number lies in the text");
+    if (span.start < span.end) {
+        const double alone = brinora::lenientDouble(text.substr(span.start, span.end - span.start));
+        require(std::memcmp(&alone, &d, sizeof d) == 0, "the leading number alone reads the same");
+    } else {
+        require(d == 0.0 && !std::signbit(d), "no leading number reads as +0");
+    }
     checkInteger(text, brinora::lenientInteger(text));
     return 0;
 }

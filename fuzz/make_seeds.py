@@ -54,11 +54,53 @@ files = {
 }
 for name, text in files.items():
     write("batch_reader", name, text)
-    write("kml_writer", name, text)
 with open(os.path.join(HERE, "..", "examples", "cruise.csv"), "rb") as f:
     cruise = f.read()
 write("batch_reader", "cruise", cruise)
-write("kml_writer", "cruise", cruise)
+
+# Placemarks: byte 0 the number L of board bytes, bytes 1..4 the sample
+# number, L bytes for slots 0 upwards (0x00..0x3F a special value of the
+# target's table, 0x40..0x7F the integer byte - 0x48, 0x80..0xFF four more
+# bytes as a raw float), then the batch line.
+KML_SPECIAL = {"0": 0, "-0": 1, "nan": 2, "-nan": 3, "inf": 4, "-inf": 5, "-9": 6, "-999": 7,
+               "0.0005": 16, "-0.0005": 17, "0.0004999": 18, "1e30": 19, "max": 20, "-max": 21,
+               "min": 22, "1e-45": 23}
+
+
+def placemark(number, slots, line):
+    cells = bytearray()
+    for v in slots:
+        if isinstance(v, str):
+            cells.append(KML_SPECIAL[v])
+        elif isinstance(v, int) and -8 <= v <= 55:
+            cells.append(v + 0x48)
+        else:
+            cells.append(0x80)
+            cells += struct.pack("<f", float(v))
+    assert len(cells) <= 255
+    return bytes([len(cells)]) + struct.pack("<I", number) + bytes(cells) + line.encode("utf-8")
+
+
+ocean = [0] * 11 + [35.25, 20, 0, 1, 5, 2, 100] + [2300, 2000, 8, 400, 410, 400, 7] + [0] * 5 + \
+        [2300, 2000, 8.05, 402.5, 412.75] + list(range(1, 39))[5:]
+placemarks = {
+    "plain": placemark(0, ocean, sample("1")),
+    "zero-board": placemark(7, [], sample("2")),
+    "reserved-characters": placemark(1, ocean[:40], sample("<&>", name="A&B <\"x\"> 'y'", comment="a<b>&c")),
+    "placeholders-in-fields": placemark(2, ocean[:30], sample("1", name="#SAMPLENAME# #TA# #", comment="#cruiseComment#")),
+    "entities-in-fields": placemark(3, ocean[:20], sample("1", name="&amp;&lt;&#38;", comment="]]><![CDATA[")),
+    "odd-numbers": placemark(4, ["nan", "-nan", "inf", "-inf", "-0", "0.0005", "-0.0005", "0.0004999",
+                                 "1e30", "max", "-max", "min", "1e-45"] * 7, sample("1")),
+    "huge-number": placemark(0xFFFFFFFF, ["max"] * 100, sample("9")),
+    "short-line": placemark(5, ocean[:12], "1,Short,,,5"),
+    "empty-line": placemark(6, [], ""),
+    "long-line": placemark(8, ocean[:50], sample("1") + ",extra,fields," + "&" * 300),
+    "nul-and-line-ends": placemark(9, [1, 2, 3], "1,a\0b,\r\n,\n,lat\r,lon\n"),
+    "not-utf8": (placemark(10, ocean[:25], sample("1", name="caf")) + b"\xe9,\xff\xfe"),
+    "truncated-board": bytes([200, 1, 0]) + bytes([0x80, 1, 2]),
+}
+for name, data in placemarks.items():
+    write("kml_writer", name, data)
 
 # Boards for ComputeCO2: per slot (1, 2, 3, 4, 11..24) one byte, 0x00..0x3F a
 # special value of the target's table, 0x40..0x7F the integer byte - 0x48,

@@ -96,7 +96,120 @@ TEST(BatchLines, SourceLinesCountAsAnEditorDoes) {
 TEST(BatchLines, SameLinesInBlocksOfOneByte) {
     const std::string text = "h\r\na\n\n\nb\r\rc\n\r\nd";
     for (const std::size_t block : {1, 2, 3, 7}) {
+        // "\r\r" becomes "\n\n" and then one "\n": no empty piece between b and c.
         EXPECT_EQ(texts(readPieces(text, block)), (Lines{"h", "a", "", "b", "c", "", "d"})) << block;
+    }
+}
+
+// Everything a reader hands out and reports, read to its end.
+struct Reading {
+    std::vector<Piece> pieces;
+    std::vector<bool> finishedAfter;  // finished() after each piece
+    bool failed = false;
+    std::uint64_t bytesConsumed = 0;
+    std::uint64_t invalidOffset = 0;
+    unsigned invalidByte = 0;
+    std::uint64_t newlinesBeforeInvalid = 0;
+    int errorNumber = 0;
+
+    bool operator==(const Reading&) const = default;
+};
+
+bool operator==(const Piece& a, const Piece& b) { return a.text == b.text && a.sourceLine == b.sourceLine; }
+
+Reading readToEnd(BatchLineReader& reader) {
+    Reading reading;
+    StreamLine line;
+    while (reader.next(line)) {
+        reading.pieces.push_back(Piece{std::string(line.text), line.sourceLine});
+        reading.finishedAfter.push_back(reader.finished());
+    }
+    reading.failed = reader.failed();
+    reading.bytesConsumed = reader.bytesConsumed();
+    reading.invalidOffset = reader.invalidUTF8Offset();
+    reading.invalidByte = reader.invalidUTF8Byte();
+    reading.newlinesBeforeInvalid = reader.newlinesBeforeInvalidByte();
+    reading.errorNumber = reader.errorNumber();
+    return reading;
+}
+
+Reading readFromFile(const std::string& text, std::size_t block, bool checkUTF8) {
+    char pattern[] = "/tmp/brinora-reader-test-XXXXXX";
+    const int fd = ::mkstemp(pattern);
+    EXPECT_GE(fd, 0);
+    EXPECT_EQ(::write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    ::lseek(fd, 0, SEEK_SET);
+    ::unlink(pattern);
+    BatchLineReader reader(fd, block, checkUTF8);
+    Reading reading = readToEnd(reader);
+    ::close(fd);
+    return reading;
+}
+
+Reading readFromMemory(const std::string& text, std::size_t block, bool checkUTF8) {
+    BatchLineReader reader(std::string_view(text), block, checkUTF8);
+    return readToEnd(reader);
+}
+
+TEST(MemoryReader, HandsOutThePiecesOfTheText) {
+    BatchLineReader reader(std::string_view("\xEF\xBB\xBFh\r\na\n\n\nb\r\rc"), 2, true);
+    const Reading reading = readToEnd(reader);
+    EXPECT_EQ(texts(reading.pieces), (Lines{"h", "a", "", "b", "c"}));
+    EXPECT_EQ(sourceLines(reading.pieces), (std::vector<int>{1, 2, 4, 5, 7}));
+    EXPECT_EQ(reading.finishedAfter, (std::vector<bool>{false, false, false, false, true}));
+    EXPECT_FALSE(reading.failed);
+    EXPECT_EQ(reading.bytesConsumed, 14u);
+    EXPECT_EQ(reading.invalidOffset, BatchLineReader::npos);
+}
+
+TEST(MemoryReader, StopsAtTheFirstByteThatIsNotUTF8) {
+    BatchLineReader reader(std::string_view("h\nSta\xE9tion,1\n"), 4, true);
+    const Reading reading = readToEnd(reader);
+    EXPECT_EQ(texts(reading.pieces), (Lines{"h"}));
+    EXPECT_TRUE(reading.failed);
+    EXPECT_EQ(reading.invalidOffset, 5u);
+    EXPECT_EQ(reading.invalidByte, 0xE9u);
+    EXPECT_EQ(reading.newlinesBeforeInvalid, 1u);
+    EXPECT_EQ(reading.errorNumber, 0);
+    EXPECT_EQ(batchInputError("in.csv", reader).localizedDescription,
+              "The file \"in.csv\" could not be read: it is not UTF-8 text (byte 0xE9 at offset 5, line 2)");
+}
+
+TEST(MemoryReader, SameAsTheFileForEveryBlockSize) {
+    const std::vector<std::string> awkward = {
+        "",
+        "\xEF\xBB\xBF",
+        "\xEF\xBB",
+        "\xEF\xBB\xBF\n",
+        "\n",
+        "\r",
+        "\r\n",
+        "\n\r",
+        "\r\r\n\n\r\n\r",
+        "h\r\na\n\n\nb\r\rc\n\r\nd",
+        "h\na\n\n\n\nb\n",
+        "no line end at all",
+        "a,b,,c\r\n,,,\r\n\r\n\r\nx",
+        std::string("nul\0inside\n\0\r", 15),
+        "\xC2\xB5mol\n\xE2\x82\xAC\r\n\xF0\x9F\x8C\x8A\n",
+        "ab\xE9t\xE9\n",
+        "line\nx\xE2\x82",
+        "\xE2\x82\n",
+        "ok\n\xC0\xAF\n",
+        "ok\r\n\xED\xA0\x80",
+        "\xF4\x90\x80\x80",
+        "\xEF\xBB\xBF\xFF",
+        std::string(300, 'x') + "\r\n" + std::string(200, 'y') + "\n\n" + std::string(70, 'z'),
+    };
+    for (const std::string& text : awkward) {
+        for (std::size_t block = 1; block <= text.size() + 2; ++block) {
+            for (const bool checkUTF8 : {false, true}) {
+                EXPECT_EQ(readFromMemory(text, block, checkUTF8), readFromFile(text, block, checkUTF8))
+                    << "text \"" << text << "\", block " << block << ", checkUTF8 " << checkUTF8;
+            }
+        }
+        EXPECT_EQ(readFromMemory(text, kDefaultReadBlock, true), readFromFile(text, kDefaultReadBlock, true))
+            << "text \"" << text << "\", default block";
     }
 }
 
