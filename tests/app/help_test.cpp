@@ -2,6 +2,7 @@
 // and the help buttons open the right page, and the pages carry the exact
 // messages and file columns.
 #include <QAction>
+#include <QImage>
 #include <QMenuBar>
 #include <QRegularExpression>
 #include <QTextDocument>
@@ -34,6 +35,21 @@ TEST(HelpBook, EveryPageShipsWithItsTitle) {
             << page.name.toStdString();
     }
     EXPECT_TRUE(QFile::exists(QStringLiteral(":/help/style.css")));
+}
+
+TEST(HelpBook, EveryPictureIsInTheBook) {
+    const QRegularExpression picture(QStringLiteral("<img src=\"([^\"]+)\""));
+    int pictures = 0;
+    for (const HelpPage& page : helpPages()) {
+        auto matches = picture.globalMatch(pageSource(page.name));
+        while (matches.hasNext()) {
+            const QString source = matches.next().captured(1);
+            ++pictures;
+            QImage image(QStringLiteral(":/help/") + source);
+            EXPECT_FALSE(image.isNull()) << page.name.toStdString() << " shows " << source.toStdString();
+        }
+    }
+    EXPECT_GE(pictures, 1);  // the graph page shows the example cruise's profile
 }
 
 TEST(HelpBook, EveryLinkLeadsToAPageOfTheBook) {
