@@ -22,8 +22,8 @@
 
 #include "app/settings_keys.h"
 #include "batch/controller_core.h"
-#include "batch/fast_fields.h"
-#include "batch/fast_records.h"
+#include "batch/fields.h"
+#include "batch/records.h"
 #include "batch/held_log.h"
 #include "batch/kml_document.h"
 #include "batch/lenient_number.h"
@@ -216,7 +216,7 @@ int putLineOnBoard(const BatchFields& fields, const OptionState& options, Board&
     board.set(slot::kAirSeaFlux, options.slots[3]);
     int overflow = -1;
     for (std::size_t k = kFirstSampleValueField; k <= kLastSampleValueField; ++k) {
-        const float value = lenientFloatFast(fields[k]);
+        const float value = lenientFloat(fields[k]);
         if (overflow < 0 && std::isinf(value)) overflow = static_cast<int>(k);
         board.set(static_cast<std::uint32_t>(k + 5), value);
     }

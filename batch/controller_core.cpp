@@ -1,7 +1,7 @@
 // Output record, output file and option operations of the controller core.
 #include "batch/controller_core.h"
 
-#include "batch/fast_records.h"
+#include "batch/records.h"
 
 #include "app/option_titles.h"
 #include "app/settings_keys.h"

@@ -1,5 +1,8 @@
 #include "batch/lenient_number.h"
 
+#include <charconv>
+#include <system_error>
+
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -60,11 +63,38 @@ NumberSpan leadingNumber(std::string_view text) {
     return {start, i};
 }
 
+namespace {
+
+// The reference reading of the number [span.start, span.end) of `text`:
+// strtod in the C locale (infinity beyond the range of double).
+double strtodReading(std::string_view text, NumberSpan span) {
+    const std::string number(text.substr(span.start, span.end - span.start));
+    return strtod_l(number.c_str(), nullptr, cLocale());
+}
+
+}  // namespace
+
 double lenientDouble(std::string_view text) {
     const NumberSpan span = leadingNumber(text);
     if (span.start == span.end) return 0.0;
-    const std::string number(text.substr(span.start, span.end - span.start));
-    return strtod_l(number.c_str(), nullptr, cLocale());
+    // from_chars rounds correctly, as strtod does, without allocating, but
+    // takes no "+" sign; the sign of a correctly rounded value is applied
+    // exactly afterwards.
+    std::size_t first = span.start;
+    bool negative = false;
+    if (text[first] == '+' || text[first] == '-') {
+        negative = text[first] == '-';
+        ++first;
+    }
+    double value = 0.0;
+    const char* end = text.data() + span.end;
+    const auto result = std::from_chars(text.data() + first, end, value, std::chars_format::general);
+    if (result.ec != std::errc() || result.ptr != end) {
+        // Beyond the range of double (infinity, or a denormal), or any text
+        // from_chars reads otherwise: the reference reading.
+        return strtodReading(text, span);
+    }
+    return negative ? -value : value;
 }
 
 float lenientFloat(std::string_view text) { return static_cast<float>(lenientDouble(text)); }

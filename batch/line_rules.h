@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string_view>
 
-#include "batch/fast_fields.h"
+#include "batch/fields.h"
 
 namespace brinora {
 

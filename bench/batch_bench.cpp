@@ -11,8 +11,8 @@
 #include <string>
 
 #include "batch/controller_core.h"
-#include "batch/fast_fields.h"
-#include "batch/fast_records.h"
+#include "batch/fields.h"
+#include "batch/records.h"
 #include "batch/fixed_format.h"
 #include "batch/output_record.h"
 #include "batch/batch_engine.h"

@@ -26,8 +26,8 @@
 #include <string_view>
 #include <vector>
 
-#include "batch/fast_fields.h"
-#include "batch/fast_records.h"
+#include "batch/fields.h"
+#include "batch/records.h"
 #include "engine/board.h"
 #include "engine/slots.h"
 #include "fuzz_support.h"

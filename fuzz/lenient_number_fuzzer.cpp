@@ -9,7 +9,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "batch/fast_fields.h"
+#include "batch/fields.h"
 #include "batch/lenient_number.h"
 #include "fuzz_support.h"
 
@@ -84,10 +84,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const float f = brinora::lenientFloat(text);
     const float narrowed = static_cast<float>(d);
     require(std::memcmp(&f, &narrowed, sizeof f) == 0, "lenientFloat is lenientDouble narrowed");
-    const double fast = brinora::lenientDoubleFast(text);
-    require(std::memcmp(&fast, &d, sizeof d) == 0, "lenientDoubleFast equals lenientDouble");
-    const float fastFloat = brinora::lenientFloatFast(text);
-    require(std::memcmp(&fastFloat, &f, sizeof f) == 0, "lenientFloatFast equals lenientFloat");
     const brinora::NumberSpan span = brinora::leadingNumber(text);
     require(span.start <= span.end && span.end <= text.size(), "the leading number lies in the text");
     if (span.start < span.end) {

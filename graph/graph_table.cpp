@@ -10,7 +10,7 @@
 #include <functional>
 #include <limits>
 
-#include "batch/fast_fields.h"
+#include "batch/fields.h"
 #include "batch/lenient_number.h"
 #include "batch/line_rules.h"
 #include "batch/output_record.h"
@@ -189,7 +189,7 @@ float fieldValue(std::string_view text) {
     if (startsWithWord(rest, "inf")) {
         return negative ? -std::numeric_limits<float>::infinity() : std::numeric_limits<float>::infinity();
     }
-    return static_cast<float>(lenientDoubleFast(text));
+    return static_cast<float>(lenientDouble(text));
 }
 
 GraphTableLoad readGraphTable(const std::string& path) {

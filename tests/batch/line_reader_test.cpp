@@ -190,7 +190,7 @@ TEST(MemoryReader, SameAsTheFileForEveryBlockSize) {
         "h\na\n\n\n\nb\n",
         "no line end at all",
         "a,b,,c\r\n,,,\r\n\r\n\r\nx",
-        std::string("nul\0inside\n\0\r", 15),
+        std::string("nul\0inside\n\0\r", 13),
         "\xC2\xB5mol\n\xE2\x82\xAC\r\n\xF0\x9F\x8C\x8A\n",
         "ab\xE9t\xE9\n",
         "line\nx\xE2\x82",

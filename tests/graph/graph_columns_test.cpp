@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "batch/output_record.h"
-#include "batch/fast_fields.h"
+#include "batch/fields.h"
 #include "graph/graph_columns.h"
 
 namespace brinora::graph {
