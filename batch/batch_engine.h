@@ -71,7 +71,7 @@ struct BatchRunOptions {
 };
 
 // Bytes gathered before a write to the output.
-inline constexpr std::size_t kOutputBlock = std::size_t{1} << 16;
+inline constexpr std::size_t kOutputBlock = std::size_t{1} << 20;
 
 // Cores this process may run on.
 unsigned availableCores();

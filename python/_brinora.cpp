@@ -7,6 +7,7 @@
 #include <pybind11/stl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <array>
 #include <cmath>
 #include <cstdint>
@@ -171,22 +172,29 @@ void computeRange(const Job& job, std::size_t begin, std::size_t end) {
     }
 }
 
-// Splits the samples into one contiguous range per worker.
+// Computes every sample of `job` on `threads` threads.
 void computeAll(const Job& job, unsigned threads) {
     constexpr std::size_t kMinPerThread = 512;
+    // Slices handed out as threads become free, so that a thread slowed by
+    // other work on its core does not hold the others up.
+    constexpr std::size_t kSlice = 4096;
     const std::size_t most = std::max<std::size_t>(1, job.n / kMinPerThread);
     const std::size_t workers = std::min<std::size_t>(std::max(1u, threads), most);
     if (workers == 1) {
         computeRange(job, 0, job.n);
         return;
     }
+    std::atomic<std::size_t> next{0};
+    const auto work = [&job, &next] {
+        for (;;) {
+            const std::size_t begin = next.fetch_add(kSlice);
+            if (begin >= job.n) return;
+            computeRange(job, begin, std::min(job.n, begin + kSlice));
+        }
+    };
     std::vector<std::thread> pool;
     pool.reserve(workers);
-    for (std::size_t w = 0; w < workers; ++w) {
-        const std::size_t begin = job.n * w / workers;
-        const std::size_t end = job.n * (w + 1) / workers;
-        pool.emplace_back(computeRange, std::cref(job), begin, end);
-    }
+    for (std::size_t w = 0; w < workers; ++w) pool.emplace_back(work);
     for (std::thread& t : pool) t.join();
 }
 
