@@ -105,8 +105,8 @@ fuzz-build: fuzz-deps
 	  -DBRINORA_BUILD_FUZZ=ON -DBRINORA_BUILD_TESTS=OFF -DBRINORA_BUILD_CLI=OFF -DBRINORA_BUILD_GUI=OFF
 	cmake --build $(FUZZ_DIR) -j $(JOBS) --target fuzz_lenient_number fuzz_batch_reader fuzz_compute_co2 fuzz_kml_writer
 
-# Each fuzz target for FUZZ_RUNS executions, one after the other (hours on a
-# small machine; bench/README.md, "Fuzzing", has the figures).
+# Each fuzz target for FUZZ_RUNS executions, one after the other (over an
+# hour on a 2-core machine; bench/README.md, "Fuzzing", has the figures).
 FUZZ_RUNS ?= 10000000
 fuzz-long: fuzz-build
 	FUZZ_RUNS=$(FUZZ_RUNS) fuzz/run.sh $(FUZZ_DIR)
