@@ -1,8 +1,8 @@
-// Batch input files read block by block: the lines come out exactly as
-// splitBatchLines cuts the whole text (every "\r" made "\n", then "\n\n"
-// made "\n" in one left-to-right pass, then a split at "\n"; a final line end
-// leaves an empty last piece), with the same editor line numbers, but only one
-// block and the line being cut are held in memory.
+// The one line splitter of batch input files, read block by block: the lines
+// come out as if every "\r" of the whole text were made "\n", then every
+// "\n\n" made "\n" in one left-to-right pass, then the text split at "\n" (a
+// final line end leaves an empty last piece), each with its line number as an
+// editor counts it; only one block and the line being cut are held in memory.
 #pragma once
 
 #include <cstddef>

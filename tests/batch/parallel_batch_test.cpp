@@ -66,12 +66,12 @@ struct FastRunOptions : BatchRunOptions {
     FastRunOptions() { sampleLogLines = SampleLogLines::kOmitted; }
 };
 
-std::string fastBatchProcess(BrinoraAppControllerCore& core, AppUi& /*ui*/, const BatchRunOptions& options) {
+std::string parallelBatchProcess(BrinoraAppControllerCore& core, AppUi& /*ui*/, const BatchRunOptions& options) {
     core.runOptions = options;
     return core.batchProcess(core.fullPath, false);
 }
 
-void fastWriteKML(BrinoraAppControllerCore& core, AppUi& /*ui*/, SettingsStore& /*defaults*/,
+void parallelWriteKML(BrinoraAppControllerCore& core, AppUi& /*ui*/, SettingsStore& /*defaults*/,
                   const BatchRunOptions& options) {
     core.runOptions = options;
     core.writeKML();
@@ -126,7 +126,7 @@ protected:
             const log::ScopedSink sink([&](std::string_view line) {
                 if (captureLog) outcome.log.emplace_back(line);
             });
-            outcome.message = fast ? fastBatchProcess(core, ui, *fast) : core.batchProcess(inputPath, false);
+            outcome.message = fast ? parallelBatchProcess(core, ui, *fast) : core.batchProcess(inputPath, false);
         }
         if (output.empty()) outcome.output = readFile(outputPath);
         collect(core, ui, outcome);
@@ -156,7 +156,7 @@ protected:
         {
             const log::ScopedSink sink([&](std::string_view line) { outcome.log.emplace_back(line); });
             if (fast) {
-                fastWriteKML(core, ui, defaults, *fast);
+                parallelWriteKML(core, ui, defaults, *fast);
             } else {
                 core.writeKML();
             }
