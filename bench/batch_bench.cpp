@@ -1,7 +1,7 @@
 // Benchmarks of the batch pipeline: the output record and its "%.3f"
 // numbers, and whole batch runs (read, split, compute, format, write) over
 // synthetic cruise files of 10^4, 10^5 and 10^6 lines with one and two
-// computing threads, beside the one-line-at-a-time run on the smallest file.
+// computing threads, beside the run that writes every log line on the smallest file.
 // The files are made once in BRINORA_BENCH_DIR (default /tmp/brinora-bench).
 #include <benchmark/benchmark.h>
 #include <sys/stat.h>
@@ -116,7 +116,7 @@ void formatRecordController(benchmark::State& state) {
 }
 
 // One whole batch run over a cruise file of `lines` lines; `jobs` 0 is the
-// one-line-at-a-time run of the controller.
+// controller's own run, which writes every log line (on one thread).
 void batchRun(benchmark::State& state, std::size_t lines, unsigned jobs) {
     const std::string input = cruiseFile(lines);
     if (input.empty()) {
@@ -155,7 +155,7 @@ const bool kRegistered = [] {
     benchmark::RegisterBenchmark("FormatNumber/printf", formatNumbersPrintf);
     benchmark::RegisterBenchmark("FormatRecord/fast", formatRecordFast);
     benchmark::RegisterBenchmark("FormatRecord/controller", formatRecordController);
-    benchmark::RegisterBenchmark("BatchRun/one-line-at-a-time/10000", batchRun, std::size_t{10000}, 0u)
+    benchmark::RegisterBenchmark("BatchRun/every-log-line/10000", batchRun, std::size_t{10000}, 0u)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
     for (const std::size_t lines : {std::size_t{10000}, std::size_t{100000}, std::size_t{1000000}}) {
