@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "batch/lenient_number.h"
-#include "batch/output_record.h"
+#include "input/lenient_number.h"
+#include "records/output_record.h"
 #include "engine/compute_co2.h"
 #include "engine/slots.h"
 

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "batch/controller_core.h"
-#include "batch/ui.h"
+#include "app/controller_core.h"
+#include "app/ui.h"
 #include "engine/compute_co2.h"
 #include "engine/engine.h"
 

@@ -3,7 +3,7 @@
 // works on any SettingsStore (the desktop program's QSettings, or memory).
 #pragma once
 
-#include "batch/ui.h"
+#include "app/ui.h"
 
 namespace brinora {
 

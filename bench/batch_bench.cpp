@@ -10,13 +10,13 @@
 #include <cstdlib>
 #include <string>
 
-#include "batch/controller_core.h"
-#include "batch/fields.h"
-#include "batch/records.h"
-#include "batch/fixed_format.h"
-#include "batch/output_record.h"
-#include "batch/batch_engine.h"
-#include "batch/plain_ui.h"
+#include "app/controller_core.h"
+#include "input/fields.h"
+#include "records/batch_record.h"
+#include "records/fixed_format.h"
+#include "records/output_record.h"
+#include "pipeline/batch_pipeline.h"
+#include "app/plain_ui.h"
 #include "bench/cruise_file.h"
 #include "engine/compute_co2.h"
 #include "engine/engine.h"

@@ -17,8 +17,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "batch/controller_core.h"
-#include "batch/plain_ui.h"
+#include "app/controller_core.h"
+#include "app/plain_ui.h"
 #include "bench/cruise_file.h"
 #include "engine/engine.h"
 #include "graph/graph_table.h"

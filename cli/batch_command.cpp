@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "app/settings_keys.h"
-#include "batch/batch_engine.h"
-#include "batch/output_target.h"
-#include "batch/output_record.h"
+#include "pipeline/batch_pipeline.h"
+#include "output/output_target.h"
+#include "records/output_record.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
 #include "log/log.h"

@@ -9,7 +9,7 @@
 #include <iterator>
 
 #include "app/settings_keys.h"
-#include "batch/lenient_number.h"
+#include "input/lenient_number.h"
 #include "cli/flag_values.h"
 #include "cli/option_flags.h"
 #include "cli/stored_settings.h"

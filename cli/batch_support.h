@@ -9,14 +9,14 @@
 #include <string>
 #include <vector>
 
-#include "batch/controller_core.h"
-#include "batch/plain_ui.h"
-#include "batch/redraw_throttle.h"
-#include "batch/batch_engine.h"
-#include "batch/output_target.h"
+#include "app/controller_core.h"
+#include "app/plain_ui.h"
+#include "app/redraw_throttle.h"
+#include "pipeline/batch_pipeline.h"
+#include "output/output_target.h"
 #include <functional>
 #include <memory>
-#include "batch/text_files.h"
+#include "output/file_writes.h"
 
 namespace brinora::cli {
 

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "batch/controller_core.h"
-#include "batch/plain_ui.h"
+#include "app/controller_core.h"
+#include "app/plain_ui.h"
 #include "cli/batch_support.h"
 #include "cli/flag_values.h"
 #include "cli/option_flags.h"

@@ -4,8 +4,8 @@
 
 #include <unistd.h>
 
-#include "batch/batch_engine.h"
-#include "batch/output_target.h"
+#include "pipeline/batch_pipeline.h"
+#include "output/output_target.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
 #include "log/log.h"

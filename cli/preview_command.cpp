@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "app/settings_keys.h"
-#include "batch/output_record.h"
+#include "records/output_record.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
 #include "cli/flag_values.h"

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "batch/output_target.h"
+#include "output/output_target.h"
 #include "cli/batch_commands.h"
 
 namespace brinora::cli {

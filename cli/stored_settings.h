@@ -1,7 +1,7 @@
 // The desktop program's stored settings, read once for the command line.
 #pragma once
 
-#include "batch/plain_ui.h"
+#include "app/plain_ui.h"
 
 namespace brinora::cli {
 

@@ -19,10 +19,10 @@
 #include <string_view>
 #include <vector>
 
-#include "batch/fields.h"
-#include "batch/lenient_number.h"
-#include "batch/line_rules.h"
-#include "batch/stream_reader.h"
+#include "input/fields.h"
+#include "input/lenient_number.h"
+#include "input/line_rules.h"
+#include "input/line_reader.h"
 #include "fuzz_support.h"
 #include "tests/support/reference_text.h"
 

@@ -26,8 +26,8 @@
 #include <string_view>
 #include <vector>
 
-#include "batch/fields.h"
-#include "batch/records.h"
+#include "input/fields.h"
+#include "records/batch_record.h"
 #include "engine/board.h"
 #include "engine/slots.h"
 #include "fuzz_support.h"

@@ -9,8 +9,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "batch/fields.h"
-#include "batch/lenient_number.h"
+#include "input/fields.h"
+#include "input/lenient_number.h"
 #include "fuzz_support.h"
 
 namespace {

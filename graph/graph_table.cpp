@@ -10,12 +10,12 @@
 #include <functional>
 #include <limits>
 
-#include "batch/fields.h"
-#include "batch/lenient_number.h"
-#include "batch/line_rules.h"
-#include "batch/output_record.h"
-#include "batch/stream_reader.h"
-#include "batch/text_files.h"
+#include "input/fields.h"
+#include "input/lenient_number.h"
+#include "input/line_rules.h"
+#include "records/output_record.h"
+#include "input/line_reader.h"
+#include "output/file_writes.h"
 
 namespace brinora::graph {
 

@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "batch/ui.h"
+#include "app/ui.h"
 #include "gui/brinora_app_controller.h"
 
 namespace brinora {

@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "batch/batch_engine.h"
+#include "pipeline/batch_pipeline.h"
 
 namespace brinora {
 

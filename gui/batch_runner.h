@@ -14,8 +14,8 @@
 #include <string>
 #include <thread>
 
-#include "batch/controller_core.h"
-#include "batch/ui.h"
+#include "app/controller_core.h"
+#include "app/ui.h"
 
 namespace brinora {
 

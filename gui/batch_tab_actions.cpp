@@ -12,7 +12,7 @@
 #include <string_view>
 #include <utility>
 
-#include "batch/output_record.h"
+#include "records/output_record.h"
 #include "gui/brinora_app_controller.h"
 
 namespace brinora {

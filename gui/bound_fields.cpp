@@ -1,6 +1,6 @@
 #include "gui/bound_fields.h"
 
-#include "batch/lenient_number.h"
+#include "input/lenient_number.h"
 #include "gui/brinora_app_controller.h"
 #include "gui/qt_text.h"
 

@@ -21,9 +21,9 @@
 #include <vector>
 
 #include "app/form_controller.h"
-#include "batch/controller_core.h"
-#include "batch/redraw_throttle.h"
-#include "batch/ui.h"
+#include "app/controller_core.h"
+#include "app/redraw_throttle.h"
+#include "app/ui.h"
 #include "gui/batch_runner.h"
 #include "gui/user_dialogs.h"
 

@@ -6,7 +6,7 @@
 #include <QVBoxLayout>
 
 #include "app/settings_keys.h"
-#include "batch/text_files.h"
+#include "output/file_writes.h"
 #include "gui/qt_text.h"
 
 namespace brinora {

@@ -12,7 +12,7 @@
 #include <functional>
 #include <memory>
 
-#include "batch/ui.h"
+#include "app/ui.h"
 #include "gui/graph_renderer.h"
 #include "gui/graph_widget.h"
 #include "gui/user_dialogs.h"

@@ -8,7 +8,7 @@
 
 #include <cmath>
 
-#include "batch/output_record.h"
+#include "records/output_record.h"
 #include "gui/qt_text.h"
 
 namespace brinora {

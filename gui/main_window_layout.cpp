@@ -19,7 +19,7 @@
 
 #include "app/option_titles.h"
 #include "app/settings_keys.h"
-#include "batch/lenient_number.h"
+#include "input/lenient_number.h"
 #include "engine/slots.h"
 #include "gui/bound_fields.h"
 #include "gui/brinora_app_controller.h"

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "batch/preview_table.h"
+#include "app/preview_table.h"
 
 namespace brinora {
 

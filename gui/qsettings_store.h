@@ -7,7 +7,7 @@
 
 #include <memory>
 
-#include "batch/ui.h"
+#include "app/ui.h"
 
 namespace brinora {
 

@@ -9,7 +9,7 @@
 #include <cstdio>
 
 #include "app/option_titles.h"
-#include "batch/ui.h"
+#include "app/ui.h"
 #include "engine/slots.h"
 #include "gui/bound_fields.h"
 #include "gui/brinora_app_controller.h"

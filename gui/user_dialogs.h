@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "batch/ui.h"
+#include "app/ui.h"
 
 namespace brinora {
 

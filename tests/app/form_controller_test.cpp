@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "app/form_controller.h"
-#include "batch/controller_core.h"
-#include "batch/output_record.h"
-#include "batch/plain_ui.h"
+#include "app/controller_core.h"
+#include "records/output_record.h"
+#include "app/plain_ui.h"
 #include "constants/process_values.h"
 #include "engine/compute_co2.h"
 #include "engine/engine.h"

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "batch/plain_ui.h"
-#include "settings_cases.h"
+#include "app/plain_ui.h"
+#include "tests/support/settings_cases.h"
 
 namespace brinora::testing {
 namespace {

@@ -8,7 +8,7 @@
 // and the same with `kml` and cruise_Brinora.kml.
 #include <gtest/gtest.h>
 
-#include "batch/output_record.h"
+#include "records/output_record.h"
 #include <sys/stat.h>
 #include <unistd.h>
 

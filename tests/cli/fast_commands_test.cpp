@@ -9,8 +9,8 @@
 #include <random>
 #include <sstream>
 
-#include "batch/controller_core.h"
-#include "batch/plain_ui.h"
+#include "app/controller_core.h"
+#include "app/plain_ui.h"
 #include "engine/engine.h"
 #include "log/log.h"
 #include "run_command.h"

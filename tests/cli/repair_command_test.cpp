@@ -7,7 +7,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "batch/output_target.h"
+#include "output/output_target.h"
 #include "run_command.h"
 
 namespace brinora::test {

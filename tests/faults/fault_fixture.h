@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "batch/output_record.h"
+#include "records/output_record.h"
 #include "process.h"
 
 namespace brinora::faults {

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "batch/output_target.h"
+#include "output/output_target.h"
 #include "fault_fixture.h"
 
 namespace brinora::faults {

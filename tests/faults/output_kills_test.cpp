@@ -23,7 +23,7 @@
 #include <thread>
 #include <vector>
 
-#include "batch/output_target.h"
+#include "output/output_target.h"
 #include "output_writer.h"
 
 extern char** environ;

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-#include "batch/output_target.h"
+#include "output/output_target.h"
 #include "output_writer.h"
 
 int main(int argc, char** argv) {

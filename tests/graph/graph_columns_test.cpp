@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "batch/output_record.h"
-#include "batch/fields.h"
+#include "records/output_record.h"
+#include "input/fields.h"
 #include "graph/graph_columns.h"
 
 namespace brinora::graph {

@@ -8,8 +8,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "batch/lenient_number.h"
-#include "batch/output_record.h"
+#include "input/lenient_number.h"
+#include "records/output_record.h"
 #include "graph/graph_plot.h"
 #include "graph/graph_table.h"
 

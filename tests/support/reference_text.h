@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "batch/ui.h"
+#include "app/ui.h"
 
 namespace brinora::reference {
 

@@ -1,0 +1,311 @@
+// Output record, output file and option operations of the controller core.
+#include "app/controller_core.h"
+
+#include "records/batch_record.h"
+
+#include "app/option_titles.h"
+#include "app/settings_keys.h"
+#include "records/calendar_format.h"
+#include "output/file_writes.h"
+#include "engine/compute_co2.h"
+#include "engine/engine.h"
+#include "engine/slots.h"
+
+namespace brinora {
+namespace {
+
+constexpr std::string_view kErrorDomain = "BrinoraApp";
+
+float slotValue(std::uint32_t pos) { return Engine::sharedInstance()->getFieldValueAtPos(pos); }
+
+// Exactly 0: NaN and every other value count as not 0.
+bool isExactlyZero(float value) { return value == 0.0f; }
+
+// Value of `key` in `dictionary` ("" when missing).
+std::string entry(const std::map<std::string, std::string, std::less<>>& dictionary,
+                  std::string_view key) {
+    const auto found = dictionary.find(key);
+    return found == dictionary.end() ? std::string() : found->second;
+}
+
+std::string withoutCarriageReturns(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    for (const char c : text) {
+        if (c != '\r') result.push_back(c);
+    }
+    return result;
+}
+
+}  // namespace
+
+BrinoraAppControllerCore::BrinoraAppControllerCore(AppUi& ui, SettingsStore& defaults)
+    : previewTableController(ui, defaults),
+      ui_(ui),
+      defaults_(defaults) {}
+
+void BrinoraAppControllerCore::awakeFromNib() {
+    cruiseDateAtStartup = ui_.dateValue(DatePicker::CruiseDate);
+    cruiseTimeAtStartup = ui_.dateValue(DatePicker::CruiseTime);
+}
+
+void BrinoraAppControllerCore::logLine(std::string_view line) {
+    if (logOverride) {
+        logOverride(line);
+    } else {
+        ui_.logLine(line);
+    }
+}
+
+void BrinoraAppControllerCore::presentAppError(const std::string& message) {
+    ui_.presentError(PresentedError{std::string(kErrorDomain), 0, message});
+}
+
+// ---------------------------------------------------------------- records
+
+void BrinoraAppControllerCore::checkCruiseInformation() {
+    cruiseDateCheck = ui_.dateValue(DatePicker::CruiseDate) == cruiseDateAtStartup ? 0 : 1;
+    cruiseTimeCheck = ui_.dateValue(DatePicker::CruiseTime) == cruiseTimeAtStartup ? 0 : 1;
+}
+
+FormattedRecord BrinoraAppControllerCore::formatOutputAs(std::string_view format) {
+    if (format == "String") return formatStringRecord();
+    if (format == "Dict") return formatDictRecord();
+    logLine("Unknown format to return");
+    return std::monostate{};
+}
+
+std::string BrinoraAppControllerCore::formatStringRecord() {
+    std::string record;
+
+    // Columns 1..6: the cruise prefix.
+    if (batchWriteMode == 0) {
+        logLine("BatchWriteMode = NO");
+        record += std::to_string(sampleID) + ",";
+        ++sampleID;
+        checkCruiseInformation();
+        // A named form record carries neither the name nor its comma: the
+        // record has always been written that way, one column short.
+        if (ui_.text(TextField::CruiseName).empty()) record += "-,";
+        record += cruiseTimeCheck == 1
+                      ? formatCalendar(ui_.dateValue(DatePicker::CruiseTime), kRecordTimeFormat) + ","
+                      : std::string("00:00:00,");
+        record += cruiseDateCheck == 1
+                      ? formatCalendar(ui_.dateValue(DatePicker::CruiseDate), kRecordDateFormat) + ","
+                      : std::string("1/1/1900,");
+        const bool hemispheres = ui_.selectedIndex(Menu::CoordinateFormat) == 1;
+        record += ui_.text(TextField::CruiseLatitude);
+        record += hemispheres ? " " + ui_.selectedTitle(Menu::CruiseLatitudeNS) + "," : std::string(",");
+        record += ui_.text(TextField::CruiseLongitude);
+        record += hemispheres ? " " + ui_.selectedTitle(Menu::CruiseLongitudeEW) + ", " : std::string(",");
+    } else if (batchWriteMode == 1) {
+        for (const std::string_view key : {"SampleID", "Name", "Time", "Date", "Latitude", "Longitude"}) {
+            record += entry(cruiseInformationDictionary, key) + ",";
+        }
+    } else {
+        logLine("Unknown batchWriteMode");
+    }
+
+    // Columns 7..47.
+    appendRecordNumbers(record, Engine::sharedInstance()->board());
+
+    // Columns 48..53.
+    record += "," + withoutCommas(ui_.selectedTitle(Menu::CO2Constants));
+    record += "," + withoutCommas(ui_.selectedTitle(Menu::KHSO4));
+    record += "," + withoutCommas(ui_.selectedTitle(Menu::pHScale));
+    record += "," + withoutCommas(ui_.selectedTitle(Menu::AirSeaFlux));
+    // Batch wind speeds are always in m/s.
+    record += batchWriteMode == 1 ? std::string(",m/s")
+                                  : "," + withoutCommas(ui_.selectedTitle(Menu::WindSpeedUnits));
+    const std::string comment = batchWriteMode != 0
+                                    ? withoutCarriageReturns(entry(cruiseInformationDictionary, "Comment"))
+                                    : ui_.text(TextField::CruiseComment);
+    record += ',';
+    record += comment;
+    record += '\n';
+
+    stringToWrite = record;
+    return record;
+}
+
+DictRecord BrinoraAppControllerCore::formatDictRecord() {
+    DictRecord record;
+    for (const std::string_view key : {"SampleID", "Name", "Time", "Date", "Latitude", "Longitude", "Comment"}) {
+        const auto found = cruiseInformationDictionary.find(key);
+        if (found != cruiseInformationDictionary.end()) record.insert_or_assign(std::string(key), found->second);
+    }
+    const auto put = [&record](std::string_view key, float value) {
+        record.insert_or_assign(std::string(key), formatNumber(value));
+    };
+    struct KeyedSlot {
+        std::string_view key;
+        std::uint32_t pos;
+    };
+    static constexpr KeyedSlot kInputs[] = {
+        {"Salinity", slot::kSalinity}, {"Temperature", slot::kTemperature}, {"Pressure", slot::kPressure},
+        {"Total P", slot::kPhosphate}, {"Total Si", slot::kSilicate},       {"TA", slot::kTAOut},
+        {"TCO2", slot::kTCO2Out},      {"pH", slot::kpHIn},                 {"fCO2", slot::kfCO2In},
+        {"pCO2", slot::kpCO2In},       {"HCO3", slot::kHCO3In},             {"CO3", slot::kCO3In},
+        {"CO2", slot::kCO2In},         {"B Alk", slot::kBAlkIn},            {"OH", slot::kOHIn},
+        {"P Alk", slot::kPAlkIn},      {"Si Alk", slot::kSiAlkIn},          {"Revelle", slot::kRevelleIn},
+        {"Omega Ca", slot::kOmegaCaIn}, {"Omega Ar", slot::kOmegaArIn},
+    };
+    for (const KeyedSlot& item : kInputs) put(item.key, slotValue(item.pos));
+    const float temperatureOut = slotValue(slot::kTemperatureOut);
+    const float pressureOut = slotValue(slot::kPressureOut);
+    put("Output Temperature", isExactlyZero(temperatureOut) ? slotValue(slot::kTemperature) : temperatureOut);
+    put("Output Pressure", isExactlyZero(pressureOut) ? slotValue(slot::kPressure) : pressureOut);
+    static constexpr KeyedSlot kOutputs[] = {
+        {"Output pH", slot::kpHOut},           {"Output fCO2", slot::kfCO2Out},
+        {"Output pCO2", slot::kpCO2Out},       {"Output HCO3", slot::kHCO3Out},
+        {"Output CO3", slot::kCO3Out},         {"Output CO2", slot::kCO2Out},
+        {"Output B Alk", slot::kBAlkOut},      {"Output OH", slot::kOHOut},
+        {"Output P Alk", slot::kPAlkOut},      {"Output Si Alk", slot::kSiAlkOut},
+        {"Output Revelle", slot::kRevelleOut}, {"Output Omega Ca", slot::kOmegaCaOut},
+        {"Output Omega Ar", slot::kOmegaArOut}, {"Output xCO2", slot::kxCO2Out},
+        {"pCO2 air", slot::kpCO2Air},          {"Windspeed", slot::kWindSpeed},
+    };
+    for (const KeyedSlot& item : kOutputs) put(item.key, slotValue(item.pos));
+    if (isExactlyZero(slotValue(slot::kPressure))) {
+        put("CO2 Flux", slotValue(slot::kCO2FluxIn));
+        put("Output CO2 Flux", slotValue(slot::kCO2FluxOut));
+    } else {
+        record.insert_or_assign("CO2 Flux", "");
+        record.insert_or_assign("Output CO2 Flux", "");
+    }
+    // Set three times over the years; the pop-up's title is what stands.
+    record.insert_or_assign("Windspeed Units", withoutCommas(ui_.selectedTitle(Menu::WindSpeedUnits)));
+    record.insert_or_assign("CO2 Constants", withoutCommas(ui_.selectedTitle(Menu::CO2Constants)));
+    record.insert_or_assign("KHSO4", withoutCommas(ui_.selectedTitle(Menu::KHSO4)));
+    record.insert_or_assign("pH Scale", withoutCommas(ui_.selectedTitle(Menu::pHScale)));
+    record.insert_or_assign("Air-Sea Flux", withoutCommas(ui_.selectedTitle(Menu::AirSeaFlux)));
+    return record;
+}
+
+bool BrinoraAppControllerCore::saveString() {
+    formatStringRecord();  // the record is kept in stringToWrite
+    logLine("stringToWrite: " + stringToWrite);
+    const WriteResult written = appendToExistingFile(fullPathOut, stringToWrite);
+    if (!written.ok) lastWriteError = written.message;
+    return written.ok;
+}
+
+// ---------------------------------------------------------------- output file
+
+bool BrinoraAppControllerCore::writeHeaderFile(const std::string& path) {
+    const WriteResult written = writeFileAtomically(path, dataFileHeaders());
+    if (!written.ok) {
+        logLine("Error in saving file to disk");
+        lastWriteError = written.message;
+    }
+    return written.ok;
+}
+
+void BrinoraAppControllerCore::newFileForOutput() {
+    const std::string name = ui_.text(TextField::CruiseName);
+    const std::string proposed =
+        name.empty() ? "Brinora " + formatCalendar(ui_.currentDateTime(), kFileNameDateFormat) + ".csv"
+                     : name + ".csv";
+    const auto chosen = ui_.runSavePanel(
+        SavePanelRequest{"csv", defaults_.value(settings::kOpenPath).value_or(""), proposed});
+    if (!chosen) return;
+    writeHeaderFile(*chosen);
+    fullPathOut = *chosen;
+    ui_.setText(TextField::PathField2, abbreviateWithTilde(fullPathOut, ui_.homeDirectory()));
+    ui_.setCheckBoxState(1);
+}
+
+void BrinoraAppControllerCore::openFileForOutput() {
+    const auto chosen = ui_.runOpenPanel(
+        OpenPanelRequest{{"csv"}, defaults_.value(settings::kOpenPath).value_or(""), false});
+    if (chosen.empty()) return;
+    outputFileOpened(chosen.front());
+}
+
+void BrinoraAppControllerCore::outputFileOpened(const std::string& path) {
+    fullPathOut = path;
+    ui_.setText(TextField::PathField2, abbreviateWithTilde(fullPathOut, ui_.homeDirectory()));
+    ui_.setCheckBoxState(1);
+}
+
+void BrinoraAppControllerCore::selectCSVtoOutput() {
+    fullPath = filesToOpen.empty() ? std::string() : filesToOpen.front();
+    const auto chosen =
+        ui_.runSavePanel(SavePanelRequest{"csv", directoryOf(fullPath), fileStem(fullPath) + "_Brinora.csv"});
+    if (!chosen) return;
+    batchOutputFileCreated(*chosen);
+    checkIfPreviewNeeded();
+}
+
+bool BrinoraAppControllerCore::batchOutputFileCreated(const std::string& path) {
+    const bool written = writeHeaderFile(path);
+    fullPathOut = path;
+    ui_.setText(TextField::PathFieldOut, fullPathOut);
+    return written;
+}
+
+// ---------------------------------------------------------------- options
+
+void BrinoraAppControllerCore::updateConstants() {
+    logLine("updating constants...");
+    const int constants = ui_.selectedIndex(Menu::CO2Constants);
+    const int khso4 = ui_.selectedIndex(Menu::KHSO4);
+    const int scale = ui_.selectedIndex(Menu::pHScale);
+    const int flux = ui_.selectedIndex(Menu::AirSeaFlux);
+    logLine("CO2Constants: " + std::to_string(constants) + "\nKHSO4: " + std::to_string(khso4) +
+                "\npHScale: " + std::to_string(scale) + "\nAirSeaFlux: " + std::to_string(flux));
+    Engine* board = Engine::sharedInstance();
+    board->setFieldValueAtPos(slot::kConstantsSet, static_cast<float>(constants - 1));
+    board->setFieldValueAtPos(slot::kKHSO4, static_cast<float>(khso4 - 1));
+    board->setFieldValueAtPos(slot::kpHScale, static_cast<float>(scale - 1));
+    board->setFieldValueAtPos(slot::kAirSeaFlux, static_cast<float>(flux - 1));
+    if (ui_.selectedIndex(Menu::WindSpeedUnits) == 1 && batchWriteMode == 0) {
+        // knots to m/s
+        const double knots = board->getFieldValueAtPos(slot::kWindSpeed);
+        board->setFieldValueAtPos(slot::kWindSpeed, static_cast<float>(knots * 0.5144));
+    }
+    logLine("Constants updated!");
+}
+
+bool BrinoraAppControllerCore::checkForConstants() {
+    if (ui_.selectedIndex(Menu::CO2Constants) == 0 || ui_.selectedIndex(Menu::KHSO4) == 0 ||
+        ui_.selectedIndex(Menu::AirSeaFlux) == 0 || ui_.selectedIndex(Menu::pHScale) == 0) {
+        const std::string message =
+            "To perform the calculation, Brinora needs constants, scales, and units supplied by the "
+            "user. Click \"Select...\" to provide these parameters.";
+        presentAppError(message);
+        logLine(message);
+        return false;
+    }
+    const bool noAirPCO2 = ui_.text(TextField::PCO2Air).empty();
+    const bool noWind = ui_.text(TextField::Windspeed).empty();
+    if (noAirPCO2 && !noWind) {
+        const std::string message = "pCO2air is required to calculate Air-Sea flux";
+        presentAppError(message);
+        logLine(message);
+        return false;
+    }
+    if (noAirPCO2) return true;
+    if (noWind) {
+        const std::string message = "Windspeed is required to calculate Air-Sea flux";
+        presentAppError(message);
+        logLine(message);
+        return false;
+    }
+    return true;
+}
+
+void BrinoraAppControllerCore::CO2selected() {
+    const int set = ui_.selectedIndex(Menu::CO2Constants) - 1;
+    if (set == 6 || set == 7) ui_.selectItem(Menu::pHScale, options::kNBSpHScaleItem);
+}
+
+void BrinoraAppControllerCore::CO2FluxRequired() {
+    logLine("CO2FluxRequired function called");
+    const bool bothEmpty = ui_.text(TextField::PCO2Air).empty() && ui_.text(TextField::Windspeed).empty();
+    const std::string_view placeholder = bothEmpty ? "optional" : "required";
+    ui_.setPlaceholder(TextField::PCO2Air, placeholder);
+    ui_.setPlaceholder(TextField::Windspeed, placeholder);
+}
+
+}  // namespace brinora

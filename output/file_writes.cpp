@@ -1,0 +1,132 @@
+#include "output/file_writes.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "output/aside_file.h"
+
+namespace brinora {
+namespace {
+
+std::string errnoText(int errorNumber) { return std::strerror(errorNumber); }
+
+WriteResult failure(const std::string& what, int errorNumber) {
+    return WriteResult{false, errorNumber, what + ": " + errnoText(errorNumber)};
+}
+
+}  // namespace
+
+WriteResult writeFileAtomically(const std::string& path, std::string_view content) {
+    const std::size_t slash = path.rfind('/');
+    const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+    const int folderFd = openFolder(directoryOf(path));
+    if (folderFd < 0) return failure("cannot create \"" + path + "\"", errno);
+    // A file that is replaced keeps its permission bits.
+    struct stat old {};
+    const bool replacing = ::fstatat(folderFd, name.c_str(), &old, 0) == 0 && S_ISREG(old.st_mode);
+    int errorNumber = 0;
+    std::unique_ptr<AsideFile> file =
+        AsideFile::create(folderFd, replacing ? (old.st_mode & 07777) : 0666, replacing, errorNumber);
+    WriteResult result{true, 0, {}};
+    if (!file) {
+        result = failure("cannot create \"" + path + "\"", errorNumber);
+    } else if (!file->write(content, errorNumber)) {
+        result = failure("cannot write \"" + path + "\"", errorNumber);
+    } else if (!file->publish(name, true, errorNumber)) {
+        result = failure((file->published() ? "cannot write \"" : "cannot replace \"") + path + "\"", errorNumber);
+    }
+    file.reset();
+    ::close(folderFd);
+    return result;
+}
+
+WriteResult appendToExistingFile(const std::string& path, std::string_view bytes) {
+    if (path.empty()) return failure("no output file", ENOENT);
+    const int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (fd < 0) return failure("cannot open \"" + path + "\"", errno);
+    // One write per record (per 2 GiB piece of a larger one, the most one
+    // write takes): with O_APPEND the kernel puts it at the end of the file in
+    // one step, so no record of another process appending to the file can
+    // fall inside it. A short write means the device is full or a size limit
+    // is reached; the record is not continued then.
+    constexpr std::size_t kLargestWrite = 0x7ffff000;
+    std::size_t done = 0;
+    int errorNumber = 0;
+    while (done < bytes.size()) {
+        const std::size_t wanted = std::min(bytes.size() - done, kLargestWrite);
+        const ssize_t n = ::write(fd, bytes.data() + done, wanted);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) {
+            errorNumber = errno;
+            break;
+        }
+        done += static_cast<std::size_t>(n);
+        if (static_cast<std::size_t>(n) < wanted) {
+            // Why it stopped: a write of the next byte fails with the reason
+            // (or, when room has just appeared, adds that byte, taken away below).
+            const ssize_t probe = ::write(fd, bytes.data() + done, 1);
+            errorNumber = probe < 0 ? errno : ENOSPC;
+            if (probe == 1) ++done;
+            break;
+        }
+    }
+    if (errorNumber != 0) {
+        // Take the part of the record that was written away again, so that
+        // the file ends with a whole record; only while it is still the end
+        // of the file (another process may have appended after it).
+        const off_t end = ::lseek(fd, 0, SEEK_CUR);
+        struct stat now {};
+        if (done > 0 && end >= static_cast<off_t>(done) && ::fstat(fd, &now) == 0 && S_ISREG(now.st_mode) &&
+            now.st_size == end) {
+            (void)!::ftruncate(fd, end - static_cast<off_t>(done));
+        }
+        ::close(fd);
+        return failure("cannot append to \"" + path + "\"", errorNumber);
+    }
+    if (::close(fd) != 0) return failure("cannot append to \"" + path + "\"", errno);
+    return WriteResult{true, 0, {}};
+}
+
+std::string fileStem(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);
+    const std::size_t dot = name.rfind('.');
+    if (dot != std::string_view::npos && dot > 0) name = name.substr(0, dot);
+    return std::string(name);
+}
+
+std::string directoryOf(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string_view::npos) return {};
+    if (slash == 0) return "/";
+    return std::string(path.substr(0, slash));
+}
+
+std::string withoutExtension(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    const std::size_t nameStart = slash == std::string_view::npos ? 0 : slash + 1;
+    const std::size_t dot = path.rfind('.');
+    if (dot == std::string_view::npos || dot <= nameStart) return std::string(path);
+    return std::string(path.substr(0, dot));
+}
+
+std::string abbreviateWithTilde(std::string_view path, std::string_view home) {
+    while (home.size() > 1 && home.back() == '/') home.remove_suffix(1);
+    if (home.empty() || home == "/") return std::string(path);
+    if (path == home) return "~";
+    if (path.size() > home.size() && path.starts_with(home) && path[home.size()] == '/') {
+        std::string abbreviated = "~";
+        abbreviated.append(path.substr(home.size()));
+        return abbreviated;
+    }
+    return std::string(path);
+}
+
+}  // namespace brinora

@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "app/settings_keys.h"
+#include "records/output_record.h"
+#include "tests/support/controller_fixture.h"
+
+namespace brinora {
+namespace {
+
+using testing::ControllerTest;
+using testing::readFile;
+using testing::writeFile;
+
+class OutputFileTest : public ControllerTest {
+protected:
+    OutputFileTest() {
+        defaults.setValue(settings::kOpenPath, "~/Documents");
+        ui.home = "/home/ann";
+        ui.onSavePanel = [this](const SavePanelRequest& request) -> std::optional<std::string> {
+            savePanels.push_back(request);
+            return answer;
+        };
+        ui.onOpenPanel = [this](const OpenPanelRequest& request) {
+            openPanels.push_back(request);
+            return answer ? std::vector<std::string>{*answer} : std::vector<std::string>{};
+        };
+    }
+    std::optional<std::string> answer;
+    std::vector<SavePanelRequest> savePanels;
+    std::vector<OpenPanelRequest> openPanels;
+};
+
+TEST_F(OutputFileTest, NewFileProposesADatedNameWhenTheSampleHasNoName) {
+    ui.now = CalendarDateTime{2024, 2, 9, 15, 7, 30};
+    answer = (dir / "new.csv").string();
+    core.newFileForOutput();
+    ASSERT_EQ(savePanels.size(), 1u);
+    EXPECT_EQ(savePanels[0].proposedName, "Brinora 02-09-24 03.07.csv");
+    EXPECT_EQ(savePanels[0].requiredType, "csv");
+    EXPECT_EQ(savePanels[0].directory, "~/Documents");
+    EXPECT_EQ(readFile(*answer), std::string(dataFileHeaders()));
+    EXPECT_EQ(core.fullPathOut, *answer);
+    EXPECT_EQ(ui.checkBox, 1);
+    EXPECT_EQ(ui.text(TextField::PathField2), *answer);  // not below the home folder
+}
+
+TEST_F(OutputFileTest, NewFileProposesTheSampleName) {
+    ui.setText(TextField::CruiseName, "Station 4");
+    core.newFileForOutput();  // cancelled
+    ASSERT_EQ(savePanels.size(), 1u);
+    EXPECT_EQ(savePanels[0].proposedName, "Station 4.csv");
+    EXPECT_EQ(core.fullPathOut, "");
+    EXPECT_EQ(ui.checkBox, 0);
+}
+
+TEST_F(OutputFileTest, NewFileReplacesAnEarlierFile) {
+    answer = (dir / "new.csv").string();
+    writeFile(*answer, "old records\n");
+    core.newFileForOutput();
+    EXPECT_EQ(readFile(*answer), std::string(dataFileHeaders()));
+}
+
+TEST_F(OutputFileTest, HeaderWriteFailureIsLoggedAndTheActionCarriesOn) {
+    answer = (dir / "missing-folder" / "new.csv").string();
+    core.newFileForOutput();
+    EXPECT_TRUE(logged("Error in saving file to disk"));
+    EXPECT_TRUE(presented.empty());
+    EXPECT_EQ(core.fullPathOut, *answer);
+    EXPECT_EQ(ui.checkBox, 1);
+}
+
+TEST_F(OutputFileTest, OpenedFileKeepsItsRecordsAndGetsNoHeader) {
+    answer = "/home/ann/cruise/out.csv";
+    core.openFileForOutput();
+    ASSERT_EQ(openPanels.size(), 1u);
+    EXPECT_EQ(openPanels[0].allowedTypes, std::vector<std::string>{"csv"});
+    EXPECT_EQ(openPanels[0].directory, "~/Documents");
+    EXPECT_EQ(core.fullPathOut, "/home/ann/cruise/out.csv");
+    EXPECT_EQ(ui.text(TextField::PathField2), "~/cruise/out.csv");
+    EXPECT_EQ(ui.checkBox, 1);
+
+    const std::string existing = (dir / "existing.csv").string();
+    writeFile(existing, "header\nrecord 1\n");
+    core.outputFileOpened(existing);
+    core.batchWriteMode = 1;
+    ASSERT_TRUE(core.saveString());
+    EXPECT_TRUE(readFile(existing).starts_with("header\nrecord 1\n,,,,,,0.000,"));
+}
+
+TEST_F(OutputFileTest, BatchOutputIsProposedBesideTheInput) {
+    const std::string input = useInput(testing::kInputHeader + "\n", "leg2.csv");
+    answer = (dir / "leg2_out.csv").string();
+    core.selectCSVtoOutput();
+    ASSERT_EQ(savePanels.size(), 1u);
+    EXPECT_EQ(savePanels[0].proposedName, "leg2_Brinora.csv");
+    EXPECT_EQ(savePanels[0].directory, dir.string());
+    EXPECT_EQ(core.fullPath, input);
+    EXPECT_EQ(core.fullPathOut, *answer);
+    EXPECT_EQ(ui.text(TextField::PathFieldOut), *answer);
+    EXPECT_EQ(readFile(*answer), std::string(dataFileHeaders()));
+    // The preview check ran: the options are still on their placeholders.
+    ASSERT_EQ(presented.size(), 1u);
+    EXPECT_EQ(presented[0].domain, "BrinoraApp");
+    EXPECT_EQ(presented[0].code, 0);
+}
+
+}  // namespace
+}  // namespace brinora
