@@ -137,41 +137,16 @@ DictRecord BrinoraAppControllerCore::formatDictRecord() {
     const auto put = [&record](std::string_view key, float value) {
         record.insert_or_assign(std::string(key), formatNumber(value));
     };
-    struct KeyedSlot {
-        std::string_view key;
-        std::uint32_t pos;
-    };
-    static constexpr KeyedSlot kInputs[] = {
-        {"Salinity", slot::kSalinity}, {"Temperature", slot::kTemperature}, {"Pressure", slot::kPressure},
-        {"Total P", slot::kPhosphate}, {"Total Si", slot::kSilicate},       {"TA", slot::kTAOut},
-        {"TCO2", slot::kTCO2Out},      {"pH", slot::kpHIn},                 {"fCO2", slot::kfCO2In},
-        {"pCO2", slot::kpCO2In},       {"HCO3", slot::kHCO3In},             {"CO3", slot::kCO3In},
-        {"CO2", slot::kCO2In},         {"B Alk", slot::kBAlkIn},            {"OH", slot::kOHIn},
-        {"P Alk", slot::kPAlkIn},      {"Si Alk", slot::kSiAlkIn},          {"Revelle", slot::kRevelleIn},
-        {"Omega Ca", slot::kOmegaCaIn}, {"Omega Ar", slot::kOmegaArIn},
-    };
-    for (const KeyedSlot& item : kInputs) put(item.key, slotValue(item.pos));
-    const float temperatureOut = slotValue(slot::kTemperatureOut);
-    const float pressureOut = slotValue(slot::kPressureOut);
-    put("Output Temperature", isExactlyZero(temperatureOut) ? slotValue(slot::kTemperature) : temperatureOut);
-    put("Output Pressure", isExactlyZero(pressureOut) ? slotValue(slot::kPressure) : pressureOut);
-    static constexpr KeyedSlot kOutputs[] = {
-        {"Output pH", slot::kpHOut},           {"Output fCO2", slot::kfCO2Out},
-        {"Output pCO2", slot::kpCO2Out},       {"Output HCO3", slot::kHCO3Out},
-        {"Output CO3", slot::kCO3Out},         {"Output CO2", slot::kCO2Out},
-        {"Output B Alk", slot::kBAlkOut},      {"Output OH", slot::kOHOut},
-        {"Output P Alk", slot::kPAlkOut},      {"Output Si Alk", slot::kSiAlkOut},
-        {"Output Revelle", slot::kRevelleOut}, {"Output Omega Ca", slot::kOmegaCaOut},
-        {"Output Omega Ar", slot::kOmegaArOut}, {"Output xCO2", slot::kxCO2Out},
-        {"pCO2 air", slot::kpCO2Air},          {"Windspeed", slot::kWindSpeed},
-    };
-    for (const KeyedSlot& item : kOutputs) put(item.key, slotValue(item.pos));
-    if (isExactlyZero(slotValue(slot::kPressure))) {
-        put("CO2 Flux", slotValue(slot::kCO2FluxIn));
-        put("Output CO2 Flux", slotValue(slot::kCO2FluxOut));
-    } else {
-        record.insert_or_assign("CO2 Flux", "");
-        record.insert_or_assign("Output CO2 Flux", "");
+    // The quantities' columns in record order; the flux only holds at the surface.
+    const bool surface = isExactlyZero(slotValue(slot::kPressure));
+    const auto read = [this](std::uint32_t pos) { return slotValue(pos); };
+    for (const Quantity* column : recordNumberColumns()) {
+        if (column->dictKey.empty()) continue;
+        if (column->recordFormat == RecordFormat::kSurfaceOnly && !surface) {
+            record.insert_or_assign(std::string(column->dictKey), "");
+        } else {
+            put(column->dictKey, recordColumnValue(*column, read));
+        }
     }
     // Set three times over the years; the pop-up's title is what stands.
     record.insert_or_assign("Windspeed Units", withoutCommas(ui_.selectedTitle(Menu::WindSpeedUnits)));

@@ -5,6 +5,7 @@
 #include "input/lenient_number.h"
 #include "records/output_record.h"
 #include "engine/compute_co2.h"
+#include "engine/refusals.h"
 #include "engine/slots.h"
 
 namespace brinora {
@@ -23,20 +24,10 @@ void addOnce(std::vector<BoundField*>& fields, BoundField* field) {
 }  // namespace
 
 std::string refusedSampleMessage(const ComputeOutcome& outcome) {
-    using Status = ComputeOutcome::Status;
-    std::string why;
-    switch (outcome.status) {
-        case Status::kComputed: return {};
-        case Status::kSalinityMissing: why = "the salinity is a missing-value mark (-9 or -999)"; break;
-        case Status::kTemperatureMissing: why = "the temperature is a missing-value mark (-9 or -999)"; break;
-        case Status::kNegativeParameter: {
-            static constexpr const char* kNames[] = {"a carbonate parameter", "TA", "TCO2", "pH", "fCO2", "pCO2"};
-            const int which = outcome.parameter >= 1 && outcome.parameter <= 5 ? outcome.parameter : 0;
-            why = std::string(kNames[which]) + " is below zero";
-            break;
-        }
-    }
-    return "Nothing was calculated: " + why + ". The results were cleared and nothing was written to the output file.";
+    const int code = refusalCode(outcome);
+    if (code == refusal::kComputed) return {};
+    return "Nothing was calculated: " + refusalReason(code) +
+           ". The results were cleared and nothing was written to the output file.";
 }
 
 FormController::FormController(BrinoraAppControllerCore& core, AppUi& ui, TabViews& tabs,

@@ -12,77 +12,16 @@
 #include "cli/option_flags.h"
 #include "engine/board.h"
 #include "engine/compute_co2.h"
+#include "engine/quantities.h"
+#include "engine/refusals.h"
 #include "engine/slots.h"
 
 namespace brinora::cli {
 namespace {
 
-// One input of the sample: its flag, board slot and help text.
-struct SampleInput {
-    const char* flag;
-    std::uint32_t slot;
-    const char* help;
-    bool required;
-};
-
-constexpr SampleInput kSampleInputs[] = {
-    {"--salinity", slot::kSalinity, "salinity", true},
-    {"--temperature", slot::kTemperature, "temperature at input conditions [deg C]", true},
-    {"--pressure", slot::kPressure, "pressure at input conditions [dbar]", false},
-    {"--phosphate", slot::kPhosphate, "total phosphate [umol/kg]", false},
-    {"--silicate", slot::kSilicate, "total silicate [umol/kg]", false},
-    {"--out-temperature", slot::kTemperatureOut,
-     "temperature at output conditions [deg C]; 0 or absent: as input", false},
-    {"--out-pressure", slot::kPressureOut,
-     "pressure at output conditions [dbar]; 0 or absent: as input", false},
-    {"--ta", slot::kTA, "total alkalinity [umol/kg]", false},
-    {"--tco2", slot::kTCO2, "total dissolved inorganic carbon [umol/kg]", false},
-    {"--ph", slot::kpH, "pH on the chosen scale", false},
-    {"--fco2", slot::kfCO2, "fugacity of CO2 [uatm]", false},
-    {"--pco2", slot::kpCO2, "partial pressure of CO2 [uatm]", false},
-    {"--pco2-air", slot::kpCO2Air, "pCO2 of the air [uatm], for the air-sea flux", false},
-    {"--wind", slot::kWindSpeed, "wind speed [m/s], for the air-sea flux", false},
-};
-
 // Board slots of the four option flags, in the order of kOptionFlags.
 constexpr std::uint32_t kOptionSlots[] = {slot::kConstantsSet, slot::kKHSO4, slot::kpHScale, slot::kAirSeaFlux};
 static_assert(std::size(kOptionSlots) == std::tuple_size_v<decltype(kOptionFlags)>);
-
-// A result row: name, unit and the slots at input and at output conditions.
-struct ResultRow {
-    const char* name;
-    const char* unit;
-    std::uint32_t in;
-    std::uint32_t out;
-};
-
-constexpr ResultRow kResultRows[] = {
-    {"Salinity", "", slot::kSalinityUsed, slot::kSalinityUsed},
-    {"Temperature", "deg C", slot::kTemperatureUsed, slot::kTemperatureOutUsed},
-    {"Pressure", "dbar", slot::kPressureUsed, slot::kPressureOutUsed},
-    {"Total phosphate", "umol/kg", slot::kPhosphateUsed, slot::kPhosphateUsed},
-    {"Total silicate", "umol/kg", slot::kSilicateUsed, slot::kSilicateUsed},
-    {"TA", "umol/kg", slot::kTAOut, slot::kTAOut},
-    {"TCO2", "umol/kg", slot::kTCO2Out, slot::kTCO2Out},
-    {"pH", "", slot::kpHIn, slot::kpHOut},
-    {"fCO2", "uatm", slot::kfCO2In, slot::kfCO2Out},
-    {"pCO2", "uatm", slot::kpCO2In, slot::kpCO2Out},
-    {"HCO3", "umol/kg", slot::kHCO3In, slot::kHCO3Out},
-    {"CO3", "umol/kg", slot::kCO3In, slot::kCO3Out},
-    {"CO2", "umol/kg", slot::kCO2In, slot::kCO2Out},
-    {"Borate alkalinity", "umol/kg", slot::kBAlkIn, slot::kBAlkOut},
-    {"OH", "umol/kg", slot::kOHIn, slot::kOHOut},
-    {"Phosphate alkalinity", "umol/kg", slot::kPAlkIn, slot::kPAlkOut},
-    {"Silicate alkalinity", "umol/kg", slot::kSiAlkIn, slot::kSiAlkOut},
-    {"Revelle factor", "", slot::kRevelleIn, slot::kRevelleOut},
-    {"Omega calcite", "", slot::kOmegaCaIn, slot::kOmegaCaOut},
-    {"Omega aragonite", "", slot::kOmegaArIn, slot::kOmegaArOut},
-    {"xCO2 (dry air at 1 atm)", "ppm", slot::kxCO2In, slot::kxCO2Out},
-    {"Air-sea CO2 flux", "mmol/m2/d", slot::kCO2FluxIn, slot::kCO2FluxOut},
-    {"Sigma-t", "kg/m3", slot::kSigmaIn, slot::kSigmaOut},
-};
-
-const char* const kParameterNames[] = {"", "TA", "TCO2", "pH", "fCO2", "pCO2"};
 
 struct CalcArguments {
     std::map<std::uint32_t, std::string> values;  // board slot -> number text
@@ -92,9 +31,13 @@ struct CalcArguments {
 
 void printTable(const Board& board) {
     std::printf("%-24s %18s %18s  %s\n", "", "Input conditions", "Output conditions", "Unit");
-    for (const ResultRow& row : kResultRows) {
-        std::printf("%-24s %18.3f %18.3f  %s\n", row.name, static_cast<double>(board.get(row.in)),
-                    static_cast<double>(board.get(row.out)), row.unit);
+    // One row per result that is not tied to the output conditions; the
+    // second column is its twin at output conditions.
+    for (const Quantity& q : quantities()) {
+        if (q.input || q.label.empty() || q.conditions == Conditions::kOutput) continue;
+        std::printf("%-24s %18.3f %18.3f  %s\n", std::string(q.label).c_str(),
+                    static_cast<double>(board.get(q.slot)), static_cast<double>(board.get(q.outputTwin)),
+                    std::string(q.unit).c_str());
     }
 }
 
@@ -105,11 +48,9 @@ void printBoard(const Board& board) {
 }
 
 // The flag that sets board slot `pos`.
-const char* flagOfSlot(std::uint32_t pos) {
-    for (const SampleInput& input : kSampleInputs) {
-        if (input.slot == pos) return input.flag;
-    }
-    return "";
+std::string flagOfSlot(std::uint32_t pos) {
+    const Quantity* q = quantityAtSlot(pos);
+    return q ? std::string(q->flag) : std::string();
 }
 
 // Text of an input given on the command line, "" when it was not given.
@@ -160,7 +101,7 @@ int runCalc(const CalcArguments& args) {
         if (read.overflow) {
             std::fprintf(stderr,
                          "brinora calc: warning: %s %s is beyond the float range (3.4e38) and is computed as %s\n",
-                         flagOfSlot(pos), echoed(text).c_str(), read.value > 0 ? "infinity" : "minus infinity");
+                         flagOfSlot(pos).c_str(), echoed(text).c_str(), read.value > 0 ? "infinity" : "minus infinity");
         }
         board.set(pos, read.value);
     }
@@ -170,25 +111,17 @@ int runCalc(const CalcArguments& args) {
 
     ProcessValues values;
     const ComputeOutcome outcome = BrinoraMain::ComputeCO2(board, values);
-    using Status = ComputeOutcome::Status;
-    switch (outcome.status) {
-        case Status::kComputed:
-            break;
-        case Status::kSalinityMissing:
-            std::fprintf(stderr,
-                         "brinora calc: refused: the salinity is missing (-9 and -999 mark a "
-                         "missing value)\n");
-            return 1;
-        case Status::kTemperatureMissing:
-            std::fprintf(stderr,
-                         "brinora calc: refused: the temperature is missing (-9 and -999 mark a "
-                         "missing value)\n");
-            return 1;
-        case Status::kNegativeParameter:
-            std::fprintf(stderr, "brinora calc: refused: %s is negative (%g)\n",
-                         kParameterNames[outcome.parameter],
-                         static_cast<double>(board.get(slot::kTA + outcome.parameter - 1)));
-            return 1;
+    const int code = refusalCode(outcome);
+    if (code != refusal::kComputed) {
+        std::string why = refusalReason(code);
+        if (outcome.status == ComputeOutcome::Status::kNegativeParameter) {
+            char value[32];
+            std::snprintf(value, sizeof value, " (%g)",
+                          static_cast<double>(board.get(slot::kTA + outcome.parameter - 1)));
+            why += value;
+        }
+        std::fprintf(stderr, "brinora calc: refused: %s\n", why.c_str());
+        return 1;
     }
     if (args.board) {
         printBoard(board);
@@ -204,12 +137,15 @@ void addCalcCommand(CLI::App& app, int& exitStatus) {
     CLI::App* calc = app.add_subcommand(
         "calc", "Compute the carbonate system of one sample at input and output conditions");
     auto args = std::make_shared<CalcArguments>();
-    for (const SampleInput& input : kSampleInputs) {
+    for (const Quantity& input : quantities()) {
+        if (!input.input) continue;
+        const std::uint32_t pos = input.slot;
         CLI::Option* option = calc->add_option_function<std::string>(
-            input.flag, [args, input](const std::string& text) { args->values[input.slot] = text; },
-            input.help);
+            std::string(input.flag), [args, pos](const std::string& text) { args->values[pos] = text; },
+            std::string(input.label));
         option->check(numberCheck());
-        if (input.required) option->required();
+        // Salinity and the input temperature are the two inputs every sample needs.
+        if (pos == slot::kSalinity || pos == slot::kTemperature) option->required();
     }
     for (std::size_t k = 0; k < kOptionFlags.size(); ++k) {
         const OptionFlagInfo& info = kOptionFlags[k];

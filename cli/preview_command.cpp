@@ -77,10 +77,10 @@ int runPreview(const PreviewArgs& args) {
     const std::vector<std::string>& columns = args.columns.empty() ? kDefaultColumns : args.columns;
     for (const std::string& column : columns) {
         bool known = false;
-        for (const auto key : kDictRecordKeys) known = known || key == column;
+        for (const auto key : dictRecordKeys()) known = known || key == column;
         if (!known) {
             std::string keys;
-            for (const auto key : kDictRecordKeys) keys += (keys.empty() ? "" : ", ") + std::string(key);
+            for (const auto key : dictRecordKeys()) keys += (keys.empty() ? "" : ", ") + std::string(key);
             session.error("there is no column \"" + column + "\"; the columns are: " + keys);
             return 2;
         }

@@ -2,81 +2,39 @@
 
 #include <array>
 #include <cctype>
+#include <vector>
+
+#include "records/output_record.h"
+#include "engine/quantities.h"
+#include "engine/slots.h"
 
 namespace brinora::graph {
 
 namespace {
 
-constexpr std::string_view kMicromolPerKg = "µmol/kg";
-constexpr std::string_view kMicroatm = "µatm";
-constexpr std::string_view kDegreesCelsius = "°C";
-constexpr std::string_view kDecibar = "dbar";
-// Air-sea CO2 flux, positive from sea to air.
-constexpr std::string_view kFluxUnit = "mmol/m²/d";
+// A plottable column of quantity `q` at 0-based field `field` of a line.
+GraphColumn columnOf(const Quantity& q, std::size_t field) {
+    return GraphColumn{q.graphKey, q.graphTitle, q.displayUnit, field, q.depthLike};
+}
 
-// Columns 7 to 47 of the output record (fields 6 to 46).
-constexpr std::array<GraphColumn, 41> kOutputColumns = {{
-    {"Salinity", "Salinity", "", 6},
-    {"Temperature", "Temperature", kDegreesCelsius, 7},
-    {"Pressure", "Pressure", kDecibar, 8, true},
-    {"Total P", "Total phosphate", kMicromolPerKg, 9},
-    {"Total Si", "Total silicate", kMicromolPerKg, 10},
-    {"TA", "TA", kMicromolPerKg, 11},
-    {"TCO2", "TCO₂", kMicromolPerKg, 12},
-    {"pH (in)", "pH (in)", "", 13},
-    {"fCO2 (in)", "fCO₂ (in)", kMicroatm, 14},
-    {"pCO2 (in)", "pCO₂ (in)", kMicroatm, 15},
-    {"HCO3 (in)", "HCO₃⁻ (in)", kMicromolPerKg, 16},
-    {"CO3 (in)", "CO₃²⁻ (in)", kMicromolPerKg, 17},
-    {"CO2 (in)", "CO₂* (in)", kMicromolPerKg, 18},
-    {"B Alk (in)", "Borate alkalinity (in)", kMicromolPerKg, 19},
-    {"OH (in)", "OH⁻ (in)", kMicromolPerKg, 20},
-    {"P Alk (in)", "Phosphate alkalinity (in)", kMicromolPerKg, 21},
-    {"Si Alk (in)", "Silicate alkalinity (in)", kMicromolPerKg, 22},
-    {"Revelle (in)", "Revelle factor (in)", "", 23},
-    {"Omega Ca (in)", "Ω calcite (in)", "", 24},
-    {"Omega Ar (in)", "Ω aragonite (in)", "", 25},
-    {"xCO2 (in)", "xCO₂ (in)", "ppm", 26},
-    {"Temperature (out)", "Temperature (out)", kDegreesCelsius, 27},
-    {"Pressure (out)", "Pressure (out)", kDecibar, 28, true},
-    {"pH (out)", "pH (out)", "", 29},
-    {"fCO2 (out)", "fCO₂ (out)", kMicroatm, 30},
-    {"pCO2 (out)", "pCO₂ (out)", kMicroatm, 31},
-    {"HCO3 (out)", "HCO₃⁻ (out)", kMicromolPerKg, 32},
-    {"CO3 (out)", "CO₃²⁻ (out)", kMicromolPerKg, 33},
-    {"CO2 (out)", "CO₂* (out)", kMicromolPerKg, 34},
-    {"B Alk (out)", "Borate alkalinity (out)", kMicromolPerKg, 35},
-    {"OH (out)", "OH⁻ (out)", kMicromolPerKg, 36},
-    {"P Alk (out)", "Phosphate alkalinity (out)", kMicromolPerKg, 37},
-    {"Si Alk (out)", "Silicate alkalinity (out)", kMicromolPerKg, 38},
-    {"Revelle (out)", "Revelle factor (out)", "", 39},
-    {"Omega Ca (out)", "Ω calcite (out)", "", 40},
-    {"Omega Ar (out)", "Ω aragonite (out)", "", 41},
-    {"xCO2 (out)", "xCO₂ (out)", "ppm", 42},
-    {"pCO2 air", "pCO₂ of the air", kMicroatm, 43},
-    {"Wind speed", "Wind speed", "m/s", 44},
-    {"CO2 flux (in)", "Air-sea CO₂ flux (in)", kFluxUnit, 45},
-    {"CO2 flux (out)", "Air-sea CO₂ flux (out)", kFluxUnit, 46},
-}};
+// Columns 7 to 47 of the output record (fields 6 to 46), in record order.
+std::vector<GraphColumn> makeOutputColumns() {
+    std::vector<GraphColumn> columns;
+    for (const Quantity* q : recordNumberColumns()) {
+        columns.push_back(columnOf(*q, static_cast<std::size_t>(q->recordColumn - 1)));
+    }
+    return columns;
+}
 
-// Fields 6 to 19 of a batch input line. The carbonate inputs are the ones
-// measured, at the input conditions.
-constexpr std::array<GraphColumn, 14> kBatchInputColumns = {{
-    {"Salinity", "Salinity", "", 6},
-    {"Temperature", "Temperature", kDegreesCelsius, 7},
-    {"Pressure", "Pressure", kDecibar, 8, true},
-    {"Total P", "Total phosphate", kMicromolPerKg, 9},
-    {"Total Si", "Total silicate", kMicromolPerKg, 10},
-    {"Temperature (out)", "Temperature (out)", kDegreesCelsius, 11},
-    {"Pressure (out)", "Pressure (out)", kDecibar, 12, true},
-    {"TA", "TA", kMicromolPerKg, 13},
-    {"TCO2", "TCO₂", kMicromolPerKg, 14},
-    {"pH (in)", "pH (in)", "", 15},
-    {"fCO2 (in)", "fCO₂ (in)", kMicroatm, 16},
-    {"pCO2 (in)", "pCO₂ (in)", kMicroatm, 17},
-    {"pCO2 air", "pCO₂ of the air", kMicroatm, 18},
-    {"Wind speed", "Wind speed", "m/s", 19},
-}};
+// Fields 6 to 19 of a batch input line: the sample inputs in board order.
+// The carbonate inputs are the ones measured, at the input conditions.
+std::vector<GraphColumn> makeBatchInputColumns() {
+    std::vector<GraphColumn> columns;
+    for (const Quantity& q : quantities()) {
+        if (q.input) columns.push_back(columnOf(q, q.slot - slot::kSalinity + 6));
+    }
+    return columns;
+}
 
 char lower(char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); }
 
@@ -105,9 +63,15 @@ std::string quotedList(std::span<const GraphColumn> columns, std::span<const std
 
 }  // namespace
 
-std::span<const GraphColumn> outputColumns() { return kOutputColumns; }
+std::span<const GraphColumn> outputColumns() {
+    static const std::vector<GraphColumn> columns = makeOutputColumns();
+    return columns;
+}
 
-std::span<const GraphColumn> batchInputColumns() { return kBatchInputColumns; }
+std::span<const GraphColumn> batchInputColumns() {
+    static const std::vector<GraphColumn> columns = makeBatchInputColumns();
+    return columns;
+}
 
 std::span<const GraphColumn> columnsOf(FileKind kind) {
     return kind == FileKind::Output ? outputColumns() : batchInputColumns();

@@ -20,6 +20,7 @@
 #include "app/option_titles.h"
 #include "app/settings_keys.h"
 #include "input/lenient_number.h"
+#include "engine/quantities.h"
 #include "engine/slots.h"
 #include "gui/bound_fields.h"
 #include "gui/brinora_app_controller.h"
@@ -86,12 +87,13 @@ QLabel* noteLabel(const QString& text, QWidget* parent) {
     return label;
 }
 
-// Names and units of the result fields, one row per board slot.
-struct ResultRow {
-    std::uint32_t slot;
-    const char* name;
-    const char* unit;
-};
+// The label and the unit that the field of board slot `slot` shows.
+QString formLabelOf(std::uint32_t slot) { return toQString(quantityAtSlot(slot)->formLabel); }
+
+QString formUnitOf(std::uint32_t slot) {
+    const Quantity* q = quantityAtSlot(slot);
+    return toQString(q->formUnit.empty() ? q->displayUnit : q->formUnit);
+}
 
 }  // namespace
 
@@ -252,8 +254,10 @@ QWidget* BrinoraAppController::buildInputPage() {
     // Sample conditions, first column.
     auto* conditions = new QGroupBox(tr("Sample conditions"), page);
     auto* conditionsGrid = valueGrid(conditions);
-    const auto addInput = [this](QGroupBox* group, QGridLayout* grid, std::uint32_t slot,
-                                 const char* name, const QString& label, const QString& unit) {
+    // Each input field shows its quantity's label and unit.
+    const auto addInput = [this](QGroupBox* group, QGridLayout* grid, std::uint32_t slot, const char* name) {
+        const QString label = formLabelOf(slot);
+        const QString unit = formUnitOf(slot);
         auto* field = new InputTextField(slot, this, group);
         field->setObjectName(name);
         connect(field, &InputTextField::lenientReadingChanged, this, [this, label](const QString& note) {
@@ -268,15 +272,13 @@ QWidget* BrinoraAppController::buildInputPage() {
         addValueRow(grid, label, field, unit);
         return field;
     };
-    addInput(conditions, conditionsGrid, slot::kSalinity, "salinity", tr("Salinity"), QString());
-    addInput(conditions, conditionsGrid, slot::kTemperature, "temperature", tr("Temperature"), tr("°C"));
-    addInput(conditions, conditionsGrid, slot::kPressure, "pressure", tr("Pressure"), tr("dbar"));
-    addInput(conditions, conditionsGrid, slot::kPhosphate, "phosphate", tr("Total phosphate"), tr("µmol/kg"));
-    addInput(conditions, conditionsGrid, slot::kSilicate, "silicate", tr("Total silicate"), tr("µmol/kg"));
-    addInput(conditions, conditionsGrid, slot::kTemperatureOut, "outputTemperature",
-             tr("Output temperature"), tr("°C"));
-    addInput(conditions, conditionsGrid, slot::kPressureOut, "outputPressure", tr("Output pressure"),
-             tr("dbar"));
+    addInput(conditions, conditionsGrid, slot::kSalinity, "salinity");
+    addInput(conditions, conditionsGrid, slot::kTemperature, "temperature");
+    addInput(conditions, conditionsGrid, slot::kPressure, "pressure");
+    addInput(conditions, conditionsGrid, slot::kPhosphate, "phosphate");
+    addInput(conditions, conditionsGrid, slot::kSilicate, "silicate");
+    addInput(conditions, conditionsGrid, slot::kTemperatureOut, "outputTemperature");
+    addInput(conditions, conditionsGrid, slot::kPressureOut, "outputPressure");
     conditionsGrid->addWidget(
         noteLabel(tr("Leave the output temperature and pressure empty to use the input conditions."),
                   conditions),
@@ -286,11 +288,11 @@ QWidget* BrinoraAppController::buildInputPage() {
     // Carbonate parameters, second column.
     auto* carbonate = new QGroupBox(tr("Carbonate parameters (any two)"), page);
     auto* carbonateGrid = valueGrid(carbonate);
-    addInput(carbonate, carbonateGrid, slot::kTA, "TA", tr("TA"), tr("µmol/kg"));
-    addInput(carbonate, carbonateGrid, slot::kTCO2, "TCO2", tr("TCO₂"), tr("µmol/kg"));
-    addInput(carbonate, carbonateGrid, slot::kpH, "pH", tr("pH"), QStringLiteral("pH scale"));
-    addInput(carbonate, carbonateGrid, slot::kfCO2, "fCO2", tr("fCO₂"), tr("µatm"));
-    addInput(carbonate, carbonateGrid, slot::kpCO2, "pCO2", tr("pCO₂"), tr("µatm"));
+    addInput(carbonate, carbonateGrid, slot::kTA, "TA");
+    addInput(carbonate, carbonateGrid, slot::kTCO2, "TCO2");
+    addInput(carbonate, carbonateGrid, slot::kpH, "pH");
+    addInput(carbonate, carbonateGrid, slot::kfCO2, "fCO2");
+    addInput(carbonate, carbonateGrid, slot::kpCO2, "pCO2");
     carbonateGrid->addWidget(
         noteLabel(tr("Enter two of the five; the others are calculated."), carbonate),
         carbonateGrid->rowCount(), 0, 1, 3);
@@ -298,8 +300,7 @@ QWidget* BrinoraAppController::buildInputPage() {
     // Air-sea flux inputs.
     auto* flux = new QGroupBox(tr("Air-sea CO₂ flux"), page);
     auto* fluxGrid = valueGrid(flux);
-    auto* pCO2air = addInput(flux, fluxGrid, slot::kpCO2Air, "pCO2air", tr("pCO₂ of the air"),
-                             tr("µatm"));
+    auto* pCO2air = addInput(flux, fluxGrid, slot::kpCO2Air, "pCO2air");
     auto* windspeed = new InputTextField(slot::kWindSpeed, this, flux);
     connect(windspeed, &InputTextField::lenientReadingChanged, this, [this](const QString& note) {
         if (note.isEmpty()) {
@@ -512,46 +513,25 @@ QWidget* BrinoraAppController::buildConstantsPage() {
 QWidget* BrinoraAppController::buildResultsPage(bool outputConditions) {
     auto* page = new QWidget(this);
     page->setObjectName(outputConditions ? "resultsOutputPage" : "resultsInputPage");
+    // The groups of results, by their slot at input conditions; the page of
+    // the output conditions shows each one's twin at output conditions.
     using namespace slot;
-    const ResultRow conditionRows[] = {
-        {kSalinityUsed, "Salinity", ""},
-        {outputConditions ? kTemperatureOutUsed : kTemperatureUsed, "Temperature", "°C"},
-        {outputConditions ? kPressureOutUsed : kPressureUsed, "Pressure", "dbar"},
-        {kPhosphateUsed, "Total phosphate", "µmol/kg"},
-        {kSilicateUsed, "Total silicate", "µmol/kg"},
-    };
-    const ResultRow carbonateRows[] = {
-        {kTAOut, "TA", "µmol/kg"},
-        {kTCO2Out, "TCO₂", "µmol/kg"},
-        {outputConditions ? kpHOut : kpHIn, "pH", "pH scale"},
-        {outputConditions ? kfCO2Out : kfCO2In, "fCO₂", "µatm"},
-        {outputConditions ? kpCO2Out : kpCO2In, "pCO₂", "µatm"},
-        {outputConditions ? kxCO2Out : kxCO2In, "xCO₂ (dry air, 1 atm)", "ppm"},
-        {outputConditions ? kHCO3Out : kHCO3In, "HCO₃⁻", "µmol/kg"},
-        {outputConditions ? kCO3Out : kCO3In, "CO₃²⁻", "µmol/kg"},
-        {outputConditions ? kCO2Out : kCO2In, "CO₂*", "µmol/kg"},
-    };
-    const ResultRow alkalinityRows[] = {
-        {outputConditions ? kBAlkOut : kBAlkIn, "Borate alkalinity", "µmol/kg"},
-        {outputConditions ? kOHOut : kOHIn, "Hydroxide (OH⁻)", "µmol/kg"},
-        {outputConditions ? kPAlkOut : kPAlkIn, "Phosphate alkalinity", "µmol/kg"},
-        {outputConditions ? kSiAlkOut : kSiAlkIn, "Silicate alkalinity", "µmol/kg"},
-    };
-    const ResultRow otherRows[] = {
-        {outputConditions ? kRevelleOut : kRevelleIn, "Revelle factor", ""},
-        {outputConditions ? kOmegaCaOut : kOmegaCaIn, "Ω calcite", ""},
-        {outputConditions ? kOmegaArOut : kOmegaArIn, "Ω aragonite", ""},
-        {outputConditions ? kSigmaOut : kSigmaIn, "Density anomaly σₜ", "kg/m³"},
-        {outputConditions ? kCO2FluxOut : kCO2FluxIn, "Air-sea CO₂ flux", "mmol/m²/d"},
-    };
-    const auto makeGroup = [this, page](const QString& title, std::span<const ResultRow> rows) {
+    const std::uint32_t conditionRows[] = {kSalinityUsed, kTemperatureUsed, kPressureUsed, kPhosphateUsed,
+                                           kSilicateUsed};
+    const std::uint32_t carbonateRows[] = {kTAOut, kTCO2Out, kpHIn, kfCO2In, kpCO2In,
+                                           kxCO2In, kHCO3In, kCO3In, kCO2In};
+    const std::uint32_t alkalinityRows[] = {kBAlkIn, kOHIn, kPAlkIn, kSiAlkIn};
+    const std::uint32_t otherRows[] = {kRevelleIn, kOmegaCaIn, kOmegaArIn, kSigmaIn, kCO2FluxIn};
+    const auto makeGroup = [this, page, outputConditions](const QString& title,
+                                                          std::span<const std::uint32_t> rows) {
         auto* group = new QGroupBox(title, page);
         auto* grid = valueGrid(group);
-        for (const ResultRow& row : rows) {
-            auto* field = new OutputTextField(row.slot, this, group);
+        for (const std::uint32_t inputSlot : rows) {
+            const std::uint32_t tag = outputConditions ? quantityAtSlot(inputSlot)->outputTwin : inputSlot;
+            auto* field = new OutputTextField(tag, this, group);
             field->setMinimumWidth(kNumberFieldWidth);
-            field->setObjectName(QStringLiteral("result_%1").arg(row.slot));
-            addValueRow(grid, QString::fromUtf8(row.name), field, QString::fromUtf8(row.unit));
+            field->setObjectName(QStringLiteral("result_%1").arg(tag));
+            addValueRow(grid, formLabelOf(tag), field, formUnitOf(tag));
         }
         grid->setRowStretch(grid->rowCount(), 1);
         return group;

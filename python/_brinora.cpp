@@ -20,6 +20,8 @@
 #include "app/option_titles.h"
 #include "engine/board.h"
 #include "engine/compute_co2.h"
+#include "engine/quantities.h"
+#include "engine/refusals.h"
 #include "engine/slots.h"
 #include "log/log.h"
 
@@ -28,95 +30,35 @@ namespace py = pybind11;
 namespace brinora::python {
 namespace {
 
-// The fourteen sample inputs in board order, slots 11..24.
-constexpr int kInputCount = 14;
-constexpr const char* kInputNames[kInputCount] = {
-    "salinity", "temperature", "pressure", "phosphate", "silicate",
-    "temperature_out", "pressure_out", "ta", "tco2", "ph", "fco2", "pco2",
-    "pco2_air", "wind_speed"};
-// The same inputs as the messages name them.
-constexpr const char* kInputWords[kInputCount] = {
-    "the salinity", "the temperature", "the pressure", "the phosphate", "the silicate",
-    "the output temperature", "the output pressure", "TA", "TCO2", "pH", "fCO2", "pCO2",
-    "the pCO2 of the air", "the wind speed"};
+// The fourteen sample inputs in board order (slots 11..24) and the results,
+// as brinora.compute names them.
+std::vector<const Quantity*> sampleInputs() {
+    std::vector<const Quantity*> inputs;
+    for (const Quantity& q : quantities()) {
+        if (q.input) inputs.push_back(&q);
+    }
+    return inputs;
+}
 
-// One result: its name and the board slot it is read from.
-struct Result {
-    const char* name;
-    std::uint32_t slot;
-};
+std::vector<const Quantity*> resultQuantities() {
+    std::vector<const Quantity*> results;
+    for (const Quantity& q : quantities()) {
+        if (!q.resultName.empty()) results.push_back(&q);
+    }
+    return results;
+}
 
-constexpr Result kResults[] = {
-    {"salinity", slot::kSalinityUsed},
-    {"temperature", slot::kTemperatureUsed},
-    {"pressure", slot::kPressureUsed},
-    {"phosphate", slot::kPhosphateUsed},
-    {"silicate", slot::kSilicateUsed},
-    {"ta", slot::kTAOut},
-    {"tco2", slot::kTCO2Out},
-    {"ph", slot::kpHIn},
-    {"fco2", slot::kfCO2In},
-    {"pco2", slot::kpCO2In},
-    {"bicarbonate", slot::kHCO3In},
-    {"carbonate", slot::kCO3In},
-    {"dissolved_co2", slot::kCO2In},
-    {"borate_alkalinity", slot::kBAlkIn},
-    {"hydroxide", slot::kOHIn},
-    {"phosphate_alkalinity", slot::kPAlkIn},
-    {"silicate_alkalinity", slot::kSiAlkIn},
-    {"revelle_factor", slot::kRevelleIn},
-    {"omega_calcite", slot::kOmegaCaIn},
-    {"omega_aragonite", slot::kOmegaArIn},
-    {"xco2", slot::kxCO2In},
-    {"co2_flux", slot::kCO2FluxIn},
-    {"sigma_t", slot::kSigmaIn},
-    {"temperature_out", slot::kTemperatureOutUsed},
-    {"pressure_out", slot::kPressureOutUsed},
-    {"ph_out", slot::kpHOut},
-    {"fco2_out", slot::kfCO2Out},
-    {"pco2_out", slot::kpCO2Out},
-    {"bicarbonate_out", slot::kHCO3Out},
-    {"carbonate_out", slot::kCO3Out},
-    {"dissolved_co2_out", slot::kCO2Out},
-    {"borate_alkalinity_out", slot::kBAlkOut},
-    {"hydroxide_out", slot::kOHOut},
-    {"phosphate_alkalinity_out", slot::kPAlkOut},
-    {"silicate_alkalinity_out", slot::kSiAlkOut},
-    {"revelle_factor_out", slot::kRevelleOut},
-    {"omega_calcite_out", slot::kOmegaCaOut},
-    {"omega_aragonite_out", slot::kOmegaArOut},
-    {"xco2_out", slot::kxCO2Out},
-    {"co2_flux_out", slot::kCO2FluxOut},
-    {"sigma_t_out", slot::kSigmaOut},
-    {"pco2_air", slot::kpCO2Air},
-    {"wind_speed", slot::kWindSpeed},
-};
-constexpr int kResultCount = static_cast<int>(std::size(kResults));
-
-// Status codes: 0 computed; 1..7 the driver's refusals; then one code per
-// input that is not a number, then one per input that is infinite.
-constexpr std::int8_t kComputed = 0;
-constexpr std::int8_t kSalinityMissing = 1;
-constexpr std::int8_t kTemperatureMissing = 2;
-constexpr std::int8_t kNegativeFirst = 3;  // + parameter - 1 (TA..pCO2)
-constexpr std::int8_t kNotANumberFirst = 8;
-constexpr std::int8_t kInfiniteFirst = kNotANumberFirst + kInputCount;
-constexpr int kStatusCount = kInfiniteFirst + kInputCount;
+constexpr int kInputCount = kSampleInputCount;
+const std::vector<const Quantity*>& resultList() {
+    static const std::vector<const Quantity*> results = resultQuantities();
+    return results;
+}
 
 std::vector<std::string> statusMessages() {
-    std::vector<std::string> messages(kStatusCount);
-    messages[kComputed] = "computed";
-    messages[kSalinityMissing] = "refused: the salinity is missing (-9 and -999 mark a missing value)";
-    messages[kTemperatureMissing] =
-        "refused: the temperature is missing (-9 and -999 mark a missing value)";
-    const char* parameters[] = {"TA", "TCO2", "pH", "fCO2", "pCO2"};
-    for (int p = 0; p < 5; ++p) {
-        messages[kNegativeFirst + p] = std::string("refused: ") + parameters[p] + " is negative";
-    }
-    for (int i = 0; i < kInputCount; ++i) {
-        messages[kNotANumberFirst + i] = std::string("refused: ") + kInputWords[i] + " is not a number";
-        messages[kInfiniteFirst + i] =
-            std::string("refused: ") + kInputWords[i] + " is out of range (infinite in single precision)";
+    std::vector<std::string> messages(refusal::kCount);
+    for (int code = 0; code < refusal::kCount; ++code) {
+        messages[static_cast<std::size_t>(code)] =
+            code == refusal::kComputed ? refusalReason(code) : "refused: " + refusalReason(code);
     }
     return messages;
 }
@@ -131,7 +73,7 @@ struct Input {
 struct Job {
     std::array<Input, kInputCount> inputs;
     std::array<float, 4> optionSlots{};  // slots 1..4: menu item minus 1
-    float* results = nullptr;             // kResultCount rows of n
+    float* results = nullptr;             // one row of n per result
     std::int8_t* status = nullptr;
     std::size_t n = 0;
 };
@@ -143,31 +85,16 @@ void computeRange(const Job& job, std::size_t begin, std::size_t end) {
     for (std::size_t i = begin; i < end; ++i) {
         board.reset();
         for (std::uint32_t o = 0; o < 4; ++o) board.set(slot::kConstantsSet + o, job.optionSlots[o]);
-        std::int8_t code = kComputed;
+        float inputs[kInputCount];
         for (int j = 0; j < kInputCount; ++j) {
-            const float v = job.inputs[static_cast<std::size_t>(j)].at(i);
-            if (code == kComputed) {
-                if (std::isnan(v)) code = static_cast<std::int8_t>(kNotANumberFirst + j);
-                else if (std::isinf(v)) code = static_cast<std::int8_t>(kInfiniteFirst + j);
-            }
-            board.set(slot::kSalinity + static_cast<std::uint32_t>(j), v);
+            inputs[j] = job.inputs[static_cast<std::size_t>(j)].at(i);
+            board.set(slot::kSalinity + static_cast<std::uint32_t>(j), inputs[j]);
         }
-        if (code == kComputed) {
-            const ComputeOutcome outcome = BrinoraMain::ComputeCO2(board, values);
-            using Status = ComputeOutcome::Status;
-            switch (outcome.status) {
-                case Status::kComputed: break;
-                case Status::kSalinityMissing: code = kSalinityMissing; break;
-                case Status::kTemperatureMissing: code = kTemperatureMissing; break;
-                case Status::kNegativeParameter:
-                    code = static_cast<std::int8_t>(kNegativeFirst + outcome.parameter - 1);
-                    break;
-            }
-        }
+        std::int8_t code = nonFiniteInputCode(inputs);
+        if (code == refusal::kComputed) code = refusalCode(BrinoraMain::ComputeCO2(board, values));
         job.status[i] = code;
-        for (int r = 0; r < kResultCount; ++r) {
-            job.results[static_cast<std::size_t>(r) * job.n + i] =
-                code == kComputed ? board.get(kResults[r].slot) : nan;
+        for (std::size_t r = 0; r < resultList().size(); ++r) {
+            job.results[r * job.n + i] = code == refusal::kComputed ? board.get(resultList()[r]->slot) : nan;
         }
     }
 }
@@ -210,13 +137,13 @@ py::tuple compute(const std::vector<FloatArray>& inputs, std::size_t n, std::arr
     for (int j = 0; j < kInputCount; ++j) {
         const FloatArray& a = inputs[static_cast<std::size_t>(j)];
         if (a.ndim() != 1 || (a.shape(0) != 1 && static_cast<std::size_t>(a.shape(0)) != n)) {
-            throw py::value_error(std::string("input ") + kInputNames[j] + " has the wrong length");
+            throw py::value_error("input " + std::string(sampleInputs()[static_cast<std::size_t>(j)]->inputName) + " has the wrong length");
         }
         job.inputs[static_cast<std::size_t>(j)] = {a.data(), a.shape(0) != 1};
     }
     for (int o = 0; o < 4; ++o) job.optionSlots[static_cast<std::size_t>(o)] = static_cast<float>(items[o] - 1);
 
-    py::array_t<float> results({static_cast<py::ssize_t>(kResultCount), static_cast<py::ssize_t>(n)});
+    py::array_t<float> results({static_cast<py::ssize_t>(resultList().size()), static_cast<py::ssize_t>(n)});
     py::array_t<std::int8_t> status(static_cast<py::ssize_t>(n));
     job.results = results.mutable_data();
     job.status = status.mutable_data();
@@ -253,6 +180,7 @@ int optionItem(int menu, const py::object& value) {
 }  // namespace brinora::python
 
 PYBIND11_MODULE(_brinora, m) {
+    using namespace brinora;
     using namespace brinora::python;
     m.doc() = "Compiled core of the brinora module; use brinora.compute.";
     // The chemistry writes a log line per call for two constant sets; a
@@ -260,12 +188,30 @@ PYBIND11_MODULE(_brinora, m) {
     brinora::log::setSink([](std::string_view) {});
 
     py::list inputNames;
-    for (const char* name : kInputNames) inputNames.append(name);
+    for (const Quantity* q : sampleInputs()) inputNames.append(std::string(q->inputName));
     m.attr("INPUT_NAMES") = py::tuple(inputNames);
     py::list resultNames;
-    for (const Result& r : kResults) resultNames.append(r.name);
+    for (const Quantity* q : resultList()) resultNames.append(std::string(q->resultName));
     m.attr("RESULT_NAMES") = py::tuple(resultNames);
     m.attr("STATUS_MESSAGES") = py::tuple(py::cast(statusMessages()));
+    // The quantity table: one dict per quantity that brinora.compute takes or gives.
+    py::list table;
+    for (const Quantity& q : quantities()) {
+        if (q.inputName.empty() && q.resultName.empty()) continue;
+        py::dict row;
+        row["input_name"] = std::string(q.inputName);
+        row["result_name"] = std::string(q.resultName);
+        row["units"] = std::string(q.cfUnits);
+        row["long_name"] = std::string(q.longName);
+        row["standard_name"] = std::string(q.standardName);
+        row["conditions"] = q.conditions == Conditions::kInput    ? "input"
+                            : q.conditions == Conditions::kOutput ? "output"
+                                                                  : "";
+        row["record_header"] = std::string(q.header);
+        row["record_column"] = q.recordColumn;
+        table.append(row);
+    }
+    m.attr("QUANTITY_TABLE") = py::tuple(table);
     // Menu titles of the four options; item k is element k (element 0 is the placeholder).
     auto titles = [](auto const& list) {
         py::list out;
@@ -279,7 +225,7 @@ PYBIND11_MODULE(_brinora, m) {
 
     m.def("compute", &compute, py::arg("inputs"), py::arg("n"), py::arg("items"), py::arg("threads"),
           "Computes n samples from 14 float32 input arrays (length 1 or n, board order) and the "
-          "four menu items; returns (results[kResultCount, n] float32, status[n] int8).");
+          "four menu items; returns (results[len(RESULT_NAMES), n] float32, status[n] int8).");
     m.def("option_item", &optionItem, py::arg("menu"), py::arg("value"),
           "Menu item 1..N of an option given as an item number or a (prefix of a) menu title; "
           "menu 0 constants set, 1 KHSO4, 2 pH scale, 3 air-sea flux formula.");

@@ -1,23 +1,18 @@
 #include "records/batch_record.h"
 
 #include <charconv>
+#include <optional>
 
 #include "records/fixed_format.h"
 #include "records/kml_document.h"
 #include "records/output_record.h"
+#include "engine/quantities.h"
 #include "engine/slots.h"
 
 namespace brinora {
 namespace {
 
 constexpr std::size_t kCommentField = 20;
-
-// Columns 8 to 27 of the record, after the salinity.
-constexpr std::uint32_t kInputColumns[] = {
-    slot::kTemperature, slot::kPressure, slot::kPhosphate, slot::kSilicate, slot::kTAOut,
-    slot::kTCO2Out,     slot::kpHIn,     slot::kfCO2In,    slot::kpCO2In,   slot::kHCO3In,
-    slot::kCO3In,       slot::kCO2In,    slot::kBAlkIn,    slot::kOHIn,     slot::kPAlkIn,
-    slot::kSiAlkIn,     slot::kRevelleIn, slot::kOmegaCaIn, slot::kOmegaArIn, slot::kxCO2In};
 
 // Where each placeholder of the placemark takes its value from: a field of
 // the line, a board slot or the sample number. Every placeholder is filled by
@@ -28,54 +23,11 @@ struct PlaceholderSource {
     std::uint32_t slot;  // slot number when field is -1 (0: the sample number)
 };
 
-constexpr PlaceholderSource kPlaceholders[] = {
+// The placeholders filled from a field of the line or the sample number;
+// every other one names a quantity (engine/quantities.h).
+constexpr PlaceholderSource kLinePlaceholders[] = {
     {"#SAMPLENAME#", 1, 0},
     {"#SAMPLENUMBER#", -1, 0},
-    {"#SALINITY#", -1, slot::kSalinity},
-    {"#tC#", -1, slot::kTemperature},
-    {"#tC_out#", -1, slot::kTemperatureOut},
-    {"#Pdbars#", -1, slot::kPressure},
-    {"#Pdbars_out#", -1, slot::kPressureOut},
-    {"#totalP#", -1, slot::kPhosphate},
-    {"#totalP_out#", -1, slot::kPhosphate},
-    {"#totalSi#", -1, slot::kSilicate},
-    {"#totalSi_out#", -1, slot::kSilicate},
-    {"#TA#", -1, slot::kTAOut},
-    {"#TA_out#", -1, slot::kTAOut},
-    {"#TCO2#", -1, slot::kTCO2Out},
-    {"#TCO2_out#", -1, slot::kTCO2Out},
-    {"#pH#", -1, slot::kpHIn},
-    {"#pH_out#", -1, slot::kpHOut},
-    {"#fCO2#", -1, slot::kfCO2In},
-    {"#fCO2_out#", -1, slot::kfCO2Out},
-    {"#pCO2#", -1, slot::kpCO2In},
-    {"#pCO2_out#", -1, slot::kpCO2Out},
-    {"#HCO3#", -1, slot::kHCO3In},
-    {"#HCO3_out#", -1, slot::kHCO3Out},
-    {"#CO3#", -1, slot::kCO3In},
-    {"#CO3_out#", -1, slot::kCO3Out},
-    {"#CO2#", -1, slot::kCO2In},
-    {"#CO2_out#", -1, slot::kCO2Out},
-    {"#BAlk#", -1, slot::kBAlkIn},
-    {"#BAlk_out#", -1, slot::kBAlkOut},
-    {"#OH#", -1, slot::kOHIn},
-    {"#OH_out#", -1, slot::kOHOut},
-    {"#PAlk#", -1, slot::kPAlkIn},
-    {"#PAlk_out#", -1, slot::kPAlkOut},
-    {"#SiAlk#", -1, slot::kSiAlkIn},
-    {"#SiAlk_out#", -1, slot::kSiAlkOut},
-    {"#revelle#", -1, slot::kRevelleIn},
-    {"#revelle_out#", -1, slot::kRevelleOut},
-    {"#omegaCa#", -1, slot::kOmegaCaIn},
-    {"#omegaCa_out#", -1, slot::kOmegaCaOut},
-    {"#omegaAr#", -1, slot::kOmegaArIn},
-    {"#omegaAr_out#", -1, slot::kOmegaArOut},
-    {"#xCO2#", -1, slot::kxCO2In},
-    {"#xCO2_out#", -1, slot::kxCO2Out},
-    {"#water_density#", -1, slot::kSigmaIn},
-    {"#water_density_out#", -1, slot::kSigmaOut},
-    {"#CO2_flux#", -1, slot::kCO2FluxIn},
-    {"#CO2_flux_out#", -1, slot::kCO2FluxOut},
     {"#cruiseTime#", 2, 0},
     {"#cruiseDate#", 3, 0},
     // The comment line of the balloon has always shown field 19, the wind speed.
@@ -84,11 +36,16 @@ constexpr PlaceholderSource kPlaceholders[] = {
     {"#cruiseLatitude#", 4, 0},
 };
 
-const PlaceholderSource* findPlaceholder(std::string_view candidate) {
-    for (const PlaceholderSource& source : kPlaceholders) {
-        if (source.placeholder == candidate) return &source;
+std::optional<PlaceholderSource> findPlaceholder(std::string_view candidate) {
+    for (const PlaceholderSource& source : kLinePlaceholders) {
+        if (source.placeholder == candidate) return source;
     }
-    return nullptr;
+    for (const Quantity& q : quantities()) {
+        for (const std::string_view placeholder : q.kmlPlaceholders) {
+            if (placeholder == candidate) return PlaceholderSource{placeholder, -1, q.slot};
+        }
+    }
+    return std::nullopt;
 }
 
 }  // namespace
@@ -125,29 +82,17 @@ std::string batchRecordOptionColumns(const AppUi& ui) {
 
 void appendRecordNumbers(std::string& out, const Board& board) {
     // Columns 7..47, written into one buffer: at most 41 numbers and their commas.
-    char numbers[41 * (kFixed3MaxLength + 1)];
-    char* at = writeFixed3(board.get(slot::kSalinity), numbers);
-    const auto column = [&at](float value) {
-        *at++ = ',';
-        at = writeFixed3(value, at);
-    };
-    for (const std::uint32_t pos : kInputColumns) column(board.get(pos));
-    // Columns 28, 29: an output condition of exactly 0 repeats the input one.
-    const float temperatureOut = board.get(slot::kTemperatureOut);
-    const float pressureOut = board.get(slot::kPressureOut);
-    column(temperatureOut == 0.0f ? board.get(slot::kTemperature) : temperatureOut);
-    column(pressureOut == 0.0f ? board.get(slot::kPressure) : pressureOut);
-    // Columns 30..45.
-    for (std::uint32_t pos = slot::kpHOut; pos <= slot::kxCO2Out; ++pos) column(board.get(pos));
-    column(board.get(slot::kpCO2Air));
-    column(board.get(slot::kWindSpeed));
-    // Columns 46, 47: the flux only holds at the surface.
-    if (board.get(slot::kPressure) == 0.0f) {
-        column(board.get(slot::kCO2FluxIn));
-        column(board.get(slot::kCO2FluxOut));
-    } else {
-        *at++ = ',';
-        *at++ = ',';
+    char numbers[kRecordNumberColumns * (kFixed3MaxLength + 1)];
+    char* at = numbers;
+    const float surface = board.get(slot::kPressure);
+    const auto slotValue = [&board](std::uint32_t pos) { return board.get(pos); };
+    bool first = true;
+    for (const Quantity* column : recordNumberColumns()) {
+        if (!first) *at++ = ',';
+        first = false;
+        // The flux only holds at the surface: its columns stay empty below it.
+        if (column->recordFormat == RecordFormat::kSurfaceOnly && surface != 0.0f) continue;
+        at = writeFixed3(recordColumnValue(*column, slotValue), at);
     }
     out.append(numbers, at);
 }
@@ -198,8 +143,9 @@ PlacemarkTemplate::PlacemarkTemplate() {
             if (open == std::string_view::npos) break;
             const std::size_t close = piece.find('#', open + 1);
             if (close == std::string_view::npos) break;
-            const PlaceholderSource* source = findPlaceholder(piece.substr(open, close + 1 - open));
-            if (source == nullptr) {
+            const std::optional<PlaceholderSource> source =
+                findPlaceholder(piece.substr(open, close + 1 - open));
+            if (!source) {
                 addText(piece.substr(at, open + 1 - at));
                 at = open + 1;
                 continue;

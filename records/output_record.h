@@ -1,11 +1,13 @@
 // The two forms of the output record and the fixed header of the output file.
 #pragma once
 
-#include <array>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
+
+#include "engine/quantities.h"
 
 namespace brinora {
 
@@ -18,18 +20,24 @@ using FormattedRecord = std::variant<std::monostate, std::string, DictRecord>;
 // First line of every output file: 53 names and a newline.
 std::string_view dataFileHeaders();
 
-// Keys of a "Dict" record, in the order in which they are set.
-inline constexpr auto kDictRecordKeys = std::to_array<std::string_view>({
-    "SampleID", "Name", "Time", "Date", "Latitude", "Longitude", "Comment",
-    "Salinity", "Temperature", "Pressure", "Total P", "Total Si", "TA", "TCO2", "pH",
-    "fCO2", "pCO2", "HCO3", "CO3", "CO2", "B Alk", "OH", "P Alk", "Si Alk", "Revelle",
-    "Omega Ca", "Omega Ar", "Output Temperature", "Output Pressure", "Output pH",
-    "Output fCO2", "Output pCO2", "Output HCO3", "Output CO3", "Output CO2",
-    "Output B Alk", "Output OH", "Output P Alk", "Output Si Alk", "Output Revelle",
-    "Output Omega Ca", "Output Omega Ar", "Output xCO2", "pCO2 air", "Windspeed",
-    "CO2 Flux", "Output CO2 Flux", "Windspeed Units", "CO2 Constants", "KHSO4",
-    "pH Scale", "Air-Sea Flux",
-});
+// The quantities of the numeric columns 7..47 of the output record, in column order.
+std::span<const Quantity* const> recordNumberColumns();
+
+// The board slot a record column writes: its own slot, or the fallback slot
+// when the column repeats the input condition of a 0 (kInputWhenZero).
+template <typename SlotReader>
+float recordColumnValue(const Quantity& column, const SlotReader& slotValue) {
+    const float value = slotValue(column.slot);
+    if (column.recordFormat == RecordFormat::kInputWhenZero && value == 0.0f) {
+        return slotValue(column.fallbackSlot);
+    }
+    return value;
+}
+
+// Keys of a "Dict" record, in the order in which they are set: the seven
+// cruise-information keys, the quantities' keys in record order, the five
+// option keys.
+std::span<const std::string_view> dictRecordKeys();
 
 // `value` widened to double and written with "%.3f".
 std::string formatNumber(float value);

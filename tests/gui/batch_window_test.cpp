@@ -227,8 +227,8 @@ TEST_F(BatchWindowTest, KmlDocumentFromTheBatchTab) {
 
 TEST(PreviewColumns, EveryColumnIsADictKey) {
     for (const PreviewColumn& column : previewColumns()) {
-        EXPECT_NE(std::find(kDictRecordKeys.begin(), kDictRecordKeys.end(), column.identifier),
-                  kDictRecordKeys.end())
+        EXPECT_NE(std::find(dictRecordKeys().begin(), dictRecordKeys().end(), column.identifier),
+                  dictRecordKeys().end())
             << column.identifier;
     }
 }

@@ -27,7 +27,7 @@ TEST_F(TruthfulWindowTest, ARefusedSampleClearsTheResultsAndSaysWhy) {
     type(slot::kTA, "-2300");
     ASSERT_EQ(window->inputField(slot::kTA)->QLineEdit::text().toStdString(), "-2300");
     click(window->calculateButton());
-    EXPECT_EQ(messages(), std::vector<std::string>{"Nothing was calculated: TA is below zero. The results were "
+    EXPECT_EQ(messages(), std::vector<std::string>{"Nothing was calculated: TA is negative. The results were "
                                                    "cleared and nothing was written to the output file."});
     EXPECT_EQ(shown(slot::kpHIn), "");
     EXPECT_EQ(shown(slot::kTCO2Out), "");

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <limits>
 #include <string_view>
+#include <vector>
 
 #include "records/output_record.h"
 #include "tests/support/controller_fixture.h"
@@ -302,8 +303,8 @@ TEST_F(BatchRecordTest, UnknownFormatGivesNothing) {
 
 TEST_F(BatchRecordTest, DictRecordKeysAndValues) {
     const DictRecord dict = dictRecord();
-    EXPECT_EQ(dict.size(), kDictRecordKeys.size());
-    for (const auto key : kDictRecordKeys) EXPECT_TRUE(dict.contains(key)) << key;
+    EXPECT_EQ(dict.size(), dictRecordKeys().size());
+    for (const auto key : dictRecordKeys()) EXPECT_TRUE(dict.contains(key)) << key;
     EXPECT_EQ(dict.at("SampleID"), "7");
     EXPECT_EQ(dict.at("Name"), "St 7");
     EXPECT_EQ(dict.at("Comment"), "line one\r");
@@ -343,6 +344,28 @@ TEST_F(BatchRecordTest, SaveStringWithoutAFileLosesTheRecordQuietly) {
     EXPECT_FALSE(core.saveString());
     EXPECT_FALSE(std::filesystem::exists(core.fullPathOut));
     EXPECT_TRUE(presented.empty());
+}
+
+}  // namespace
+}  // namespace brinora
+
+namespace brinora {
+namespace {
+
+// The "Dict" keys in the order they are set; xCO2 at input conditions has no key.
+TEST(DictRecordKeys, AreTheCruiseKeysTheQuantitiesInRecordOrderAndTheOptions) {
+    const std::vector<std::string_view> expected = {
+        "SampleID", "Name", "Time", "Date", "Latitude", "Longitude", "Comment",
+        "Salinity", "Temperature", "Pressure", "Total P", "Total Si", "TA", "TCO2", "pH",
+        "fCO2", "pCO2", "HCO3", "CO3", "CO2", "B Alk", "OH", "P Alk", "Si Alk", "Revelle",
+        "Omega Ca", "Omega Ar", "Output Temperature", "Output Pressure", "Output pH",
+        "Output fCO2", "Output pCO2", "Output HCO3", "Output CO3", "Output CO2",
+        "Output B Alk", "Output OH", "Output P Alk", "Output Si Alk", "Output Revelle",
+        "Output Omega Ca", "Output Omega Ar", "Output xCO2", "pCO2 air", "Windspeed",
+        "CO2 Flux", "Output CO2 Flux", "Windspeed Units", "CO2 Constants", "KHSO4",
+        "pH Scale", "Air-Sea Flux"};
+    const auto keys = dictRecordKeys();
+    EXPECT_EQ(std::vector<std::string_view>(keys.begin(), keys.end()), expected);
 }
 
 }  // namespace
