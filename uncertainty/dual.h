@@ -62,7 +62,11 @@ struct Dual {
         for (std::size_t i = 0; i < N; ++i) d[i] *= b;
         return *this;
     }
-    Dual& operator/=(double b) { return *this *= 1.0 / b; }
+    Dual& operator/=(double b) {
+        v /= b;
+        for (std::size_t i = 0; i < N; ++i) d[i] /= b;
+        return *this;
+    }
 };
 
 // The value of a number, double or dual.
