@@ -14,6 +14,7 @@
 #include <cmath>
 #include <numbers>
 #include <type_traits>
+#include <utility>
 
 namespace brinora::uncertainty {
 namespace {
@@ -58,6 +59,44 @@ R Lift(const C& c, const R& S, const R& T, const R& P) {
     }
 }
 
+template <std::size_t N>
+void AddScaled(ad::Dual<N>& g, double c, const ad::Dual<N>& x) {
+    for (std::size_t i = 0; i < N; ++i) g.d[i] += c * x.d[i];
+}
+
+// K outputs of a function f of M numbers: on doubles f itself; on gradients,
+// f evaluated once on M-direction duals and each output's gradient formed as
+// the sum of its M local derivatives times the inputs' gradients
+// (preaccumulation: M scaled additions instead of every operation of f on
+// full gradients). The inputs are given by address (a gradient is large);
+// f takes a std::array of M numbers of any type and returns a std::array of
+// K of them.
+template <std::size_t K, class R, std::size_t M, class F>
+std::array<R, K> Local(const std::array<const R*, M>& x, F f) {
+    if constexpr (std::is_same_v<R, double>) {
+        std::array<double, M> v;
+        for (std::size_t m = 0; m < M; ++m) v[m] = *x[m];
+        return f(v);
+    } else {
+        using L = ad::Dual<M>;
+        std::array<L, M> lx;
+        for (std::size_t m = 0; m < M; ++m) lx[m] = L::variable(x[m]->v, m);
+        const std::array<L, K> ly = f(lx);
+        std::array<R, K> out;
+        for (std::size_t k = 0; k < K; ++k) {
+            out[k] = R(ly[k].v);
+            for (std::size_t m = 0; m < M; ++m) {
+                if (ly[k].d[m] != 0.0) AddScaled(out[k], ly[k].d[m], *x[m]);
+            }
+        }
+        return out;
+    }
+}
+
+// The number type of the elements of an array argument of a Local function.
+template <class A>
+using Element = std::decay_t<decltype(std::declval<A>()[0])>;
+
 // 10^-offset: the factor of a constant perturbed by `offset` pK units.
 template <class R>
 R TenToMinus(const R& offset) {
@@ -94,21 +133,36 @@ Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& T
     const ConditionConstants<C> c = ConstantsAt(options, Sc, Tc, Pc);
     Chemistry<R> h;
     auto lift = [&](const C& x) { return Lift<R, C>(x, S, TempC, Pdbar); };
+    // A constant times 10^-offset; at an offset of 0 (the calculation itself)
+    // its gradient gains -ln(10) K along the offset.
+    auto perturbed = [&](const C& x, Source offset) {
+        R r = lift(x);
+        if constexpr (std::is_same_v<R, double>) {
+            if (src[offset] != 0.0) r = r * TenToMinus(src[offset]);
+        } else {
+            if (src[offset].v == 0.0) {
+                AddScaled(r, -kLn10 * r.v, src[offset]);
+            } else {
+                r = r * TenToMinus(src[offset]);
+            }
+        }
+        return r;
+    };
     ConditionConstants<R>& k = h.k;
     // The constants as the calculation uses them, each perturbed in pK units.
-    k.K0 = lift(c.K0) * TenToMinus(src[kpK0]);
-    k.K1 = lift(c.K1) * TenToMinus(src[kpK1]);
-    k.K2 = lift(c.K2) * TenToMinus(src[kpK2]);
-    k.KW = lift(c.KW) * TenToMinus(src[kpKW]);
-    k.KB = lift(c.KB) * TenToMinus(src[kpKB]);
-    k.KF = lift(c.KF) * TenToMinus(src[kpKF]);
-    k.KS = lift(c.KS) * TenToMinus(src[kpKS]);
-    k.KP1 = lift(c.KP1) * TenToMinus(src[kpKP1]);
-    k.KP2 = lift(c.KP2) * TenToMinus(src[kpKP2]);
-    k.KP3 = lift(c.KP3) * TenToMinus(src[kpKP3]);
-    k.KSi = lift(c.KSi) * TenToMinus(src[kpKSi]);
-    k.KCa = lift(c.KCa) * TenToMinus(src[kpKspC]);
-    k.KAr = lift(c.KAr) * TenToMinus(src[kpKspA]);
+    k.K0 = perturbed(c.K0, kpK0);
+    k.K1 = perturbed(c.K1, kpK1);
+    k.K2 = perturbed(c.K2, kpK2);
+    k.KW = perturbed(c.KW, kpKW);
+    k.KB = perturbed(c.KB, kpKB);
+    k.KF = perturbed(c.KF, kpKF);
+    k.KS = perturbed(c.KS, kpKS);
+    k.KP1 = perturbed(c.KP1, kpKP1);
+    k.KP2 = perturbed(c.KP2, kpKP2);
+    k.KP3 = perturbed(c.KP3, kpKP3);
+    k.KSi = perturbed(c.KSi, kpKSi);
+    k.KCa = perturbed(c.KCa, kpKspC);
+    k.KAr = perturbed(c.KAr, kpKspA);
     k.TB = lift(c.TB) * (1.0 + src[kTotalBoron]);
     k.TF = lift(c.TF);
     k.TS = lift(c.TS);
@@ -122,17 +176,23 @@ Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& T
     return h;
 }
 
+// The number type of an expression of a T and an R: a double and a dual
+// give a dual, so that a value known to be constant (the pH at its root)
+// carries no gradient through the arithmetic.
+template <class T, class R>
+using Mixed = decltype(std::declval<T>() * std::declval<R>());
+
 // The non-carbonate alkalinity terms at H [mol/kg-SW] (number type of H),
 // with the constants of any number type. Units: mol/kg-SW.
-template <class T, class R>
+template <class V>
 struct NonCarbonate {
-    T BAlk, OH, PAlk, SiAlk, Hfree, HSO4, HF;
+    V BAlk, OH, PAlk, SiAlk, Hfree, HSO4, HF;
 };
 
 template <class T, class R>
-NonCarbonate<T, R> NonCarbonateTerms(const T& H, const Chemistry<R>& h) {
+NonCarbonate<Mixed<T, R>> NonCarbonateTerms(const T& H, const Chemistry<R>& h) {
     const ConditionConstants<R>& k = h.k;
-    NonCarbonate<T, R> a;
+    NonCarbonate<Mixed<T, R>> a;
     a.BAlk = k.TB * k.KB / (k.KB + H);
     a.OH = k.KW / H;
     const R KP1KP2 = k.KP1 * k.KP2;
@@ -149,21 +209,21 @@ NonCarbonate<T, R> NonCarbonateTerms(const T& H, const Chemistry<R>& h) {
 // TA minus the modelled alkalinity at pH, for TA and TC given (the TA-TC
 // residual) or for TA and fCO2 given (the TA-fCO2 residual). mol/kg-SW.
 template <class T, class R>
-T ResidualTATC(const T& pH, const Chemistry<R>& h, const R& TA, const R& TC) {
+Mixed<T, R> ResidualTATC(const T& pH, const Chemistry<R>& h, const R& TA, const R& TC) {
     const T H = pow(10.0, -pH);
     const ConditionConstants<R>& k = h.k;
-    const T CAlk = TC * k.K1 * (H + 2.0 * k.K2) / (H * H + k.K1 * H + k.K1 * k.K2);
-    const NonCarbonate<T, R> a = NonCarbonateTerms(H, h);
+    const Mixed<T, R> CAlk = TC * k.K1 * (H + 2.0 * k.K2) / (H * H + k.K1 * H + k.K1 * k.K2);
+    const NonCarbonate<Mixed<T, R>> a = NonCarbonateTerms(H, h);
     return TA - CAlk - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
 }
 
 template <class T, class R>
-T ResidualTAfCO2(const T& pH, const Chemistry<R>& h, const R& TA, const R& fCO2) {
+Mixed<T, R> ResidualTAfCO2(const T& pH, const Chemistry<R>& h, const R& TA, const R& fCO2) {
     const T H = pow(10.0, -pH);
     const ConditionConstants<R>& k = h.k;
     const R K0K1fCO2 = k.K0 * k.K1 * fCO2;
-    const T CAlk = K0K1fCO2 / H + 2.0 * K0K1fCO2 * k.K2 / (H * H);
-    const NonCarbonate<T, R> a = NonCarbonateTerms(H, h);
+    const Mixed<T, R> CAlk = K0K1fCO2 / H + 2.0 * K0K1fCO2 * k.K2 / (H * H);
+    const NonCarbonate<Mixed<T, R>> a = NonCarbonateTerms(H, h);
     return TA - CAlk - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
 }
 
@@ -185,14 +245,14 @@ Chemistry<double> Values(const Chemistry<R>& h) {
 }
 
 // Root of `residual` in pH by Newton's method with the exact slope. Start:
-// pH 8. Step: -F/F', halved while larger than 1 pH unit. Stop: a step below
+// `start` (pH 8, or a nearby root already known). Step: -F/F', halved while larger than 1 pH unit. Stop: a step below
 // 1e-12 pH units; cap: 200 steps (converging samples take under 10), after
 // which the solve has failed (NaN). Returns the root and sets `slope` to
 // dF/dpH there.
 template <class F>
-double NewtonRoot(F residual, double& slope) {
+double NewtonRoot(F residual, double start, double& slope) {
     using D1 = ad::Dual<1>;
-    double pH = 8.0;
+    double pH = start;
     for (int step = 0; step < 200; ++step) {
         const D1 f = residual(D1::variable(pH, 0));
         double delta = -f.v / f.d[0];
@@ -207,14 +267,106 @@ double NewtonRoot(F residual, double& slope) {
     return std::nan("");
 }
 
+// ---- Gradients of the residuals at a fixed pH ----
+//
+// At the root the pH is a constant, and the residual is a sum of terms in
+// the constants, totals and the pair. Its gradient is formed from the
+// residual's partial derivatives in those quantities (doubles, the closed
+// forms below) times their gradients: some 17 scaled additions of a
+// gradient instead of the 35 operations on gradients of the residual itself.
+
+// Adds the gradient of -BAlk - OH - PAlk - SiAlk + Hfree + HSO4 + HF at H.
+template <std::size_t N>
+void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual<N>& g) {
+    const ConditionConstants<ad::Dual<N>>& k = h.k;
+    const double TB = k.TB.v, KB = k.KB.v, KW = k.KW.v, TP = h.TP.v, TSi = h.TSi.v, KSi = k.KSi.v;
+    const double KP1 = k.KP1.v, KP2 = k.KP2.v, KP3 = k.KP3.v;
+    const double TS = k.TS.v, KS = k.KS.v, TF = k.TF.v, KF = k.KF.v;
+    // Borate: TB KB/(KB + H).
+    const double bD = KB + H;
+    AddScaled(g, -KB / bD, k.TB);
+    AddScaled(g, -TB * H / (bD * bD), k.KB);
+    // Hydroxide: KW/H.
+    AddScaled(g, -1.0 / H, k.KW);
+    // Phosphate: TP Num/Den.
+    const double HH = H * H, HHH = HH * H;
+    const double num = KP1 * KP2 * H + 2.0 * KP1 * KP2 * KP3 - HHH;
+    const double den = HHH + KP1 * HH + KP1 * KP2 * H + KP1 * KP2 * KP3;
+    const auto phosphate = [&](double dNum, double dDen) { return -TP * (dNum * den - num * dDen) / (den * den); };
+    AddScaled(g, -num / den, h.TP);
+    AddScaled(g, phosphate(KP2 * H + 2.0 * KP2 * KP3, HH + KP2 * H + KP2 * KP3), k.KP1);
+    AddScaled(g, phosphate(KP1 * H + 2.0 * KP1 * KP3, KP1 * H + KP1 * KP3), k.KP2);
+    AddScaled(g, phosphate(2.0 * KP1 * KP2, KP1 * KP2), k.KP3);
+    // Silicate: TSi KSi/(KSi + H).
+    const double sD = KSi + H;
+    AddScaled(g, -KSi / sD, h.TSi);
+    AddScaled(g, -TSi * H / (sD * sD), k.KSi);
+    // Hfree = H/a, a = 1 + TS/KS; HSO4 = TS/b, b = 1 + KS/Hfree; HF = TF/c, c = 1 + KF/Hfree.
+    const double a = 1.0 + TS / KS;
+    const double Hfree = H / a;
+    const double b = 1.0 + KS / Hfree, c = 1.0 + KF / Hfree;
+    const double dHfreedTS = -H / (a * a * KS);
+    const double dHfreedKS = H * TS / (a * a * KS * KS);
+    // Everything that Hfree reaches: Hfree itself, HSO4 and HF through it.
+    const double viaHfree = 1.0 + TS * KS / (b * b * Hfree * Hfree) + TF * KF / (c * c * Hfree * Hfree);
+    AddScaled(g, 1.0 / b + viaHfree * dHfreedTS, k.TS);
+    AddScaled(g, -TS / (b * b * Hfree) + viaHfree * dHfreedKS, k.KS);
+    AddScaled(g, 1.0 / c, k.TF);
+    AddScaled(g, -TF / (c * c * Hfree), k.KF);
+}
+
+// The TA-TC residual on a gradient type at a fixed pH.
+template <std::size_t N>
+ad::Dual<N> ResidualTATCAt(double pH, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
+                           const ad::Dual<N>& TC) {
+    const ConditionConstants<ad::Dual<N>>& k = h.k;
+    const double H = std::pow(10.0, -pH);
+    const double K1 = k.K1.v, K2 = k.K2.v, C = TC.v;
+    const double D = H * H + K1 * H + K1 * K2;
+    const double num = C * K1 * (H + 2.0 * K2);
+    ad::Dual<N> g(ResidualTATC(pH, Values(h), TA.v, TC.v));
+    AddScaled(g, 1.0, TA);
+    AddScaled(g, -K1 * (H + 2.0 * K2) / D, TC);
+    AddScaled(g, -(C * (H + 2.0 * K2) * D - num * (H + K2)) / (D * D), k.K1);
+    AddScaled(g, -(2.0 * C * K1 * D - num * K1) / (D * D), k.K2);
+    AddNonCarbonateGradient(H, h, g);
+    return g;
+}
+
+// The TA-fCO2 residual on a gradient type at a fixed pH.
+template <std::size_t N>
+ad::Dual<N> ResidualTAfCO2At(double pH, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
+                             const ad::Dual<N>& fCO2) {
+    const ConditionConstants<ad::Dual<N>>& k = h.k;
+    const double H = std::pow(10.0, -pH);
+    const double K0 = k.K0.v, K1 = k.K1.v, K2 = k.K2.v, f = fCO2.v;
+    const double carbonate = 1.0 / H + 2.0 * K2 / (H * H);  // CAlk/(K0 K1 fCO2)
+    ad::Dual<N> g(ResidualTAfCO2(pH, Values(h), TA.v, fCO2.v));
+    AddScaled(g, 1.0, TA);
+    AddScaled(g, -K1 * f * carbonate, k.K0);
+    AddScaled(g, -K0 * f * carbonate, k.K1);
+    AddScaled(g, -2.0 * K0 * K1 * f / (H * H), k.K2);
+    AddScaled(g, -K0 * K1 * carbonate, fCO2);
+    AddNonCarbonateGradient(H, h, g);
+    return g;
+}
+
+// On doubles the residuals themselves (not used: a double root has no gradient).
+double ResidualTATCAt(double pH, const Chemistry<double>& h, double TA, double TC) {
+    return ResidualTATC(pH, h, TA, TC);
+}
+double ResidualTAfCO2At(double pH, const Chemistry<double>& h, double TA, double fCO2) {
+    return ResidualTAfCO2(pH, h, TA, fCO2);
+}
+
 // The root as a number of type R: its value, and the gradient -(dF/dp)/(dF/dpH)
-// from the residual evaluated on R at the root.
+// from the residual evaluated on R at the root (the pH there a constant).
 template <class R, class F>
 R ImplicitRoot(double root, double slope, F residualOnR) {
     if constexpr (std::is_same_v<R, double>) {
         return root;
     } else {
-        const R f = residualOnR(R(root));
+        const R f = residualOnR(root);
         R r(root);
         for (std::size_t i = 0; i < r.d.size(); ++i) r.d[i] = -f.d[i] / slope;
         return r;
@@ -223,12 +375,13 @@ R ImplicitRoot(double root, double slope, F residualOnR) {
 
 // pH from TA and TC [mol/kg-SW].
 template <class R>
-R SolvepHTATC(const Chemistry<R>& h, const R& TA, const R& TC) {
+R SolvepHTATC(const Chemistry<R>& h, const R& TA, const R& TC, double start = 8.0) {
     const Chemistry<double> v = Values(h);
     const double TAv = value(TA), TCv = value(TC);
     double slope = 0.0;
-    const double root = NewtonRoot([&](const ad::Dual<1>& pH) { return ResidualTATC(pH, v, TAv, TCv); }, slope);
-    return ImplicitRoot<R>(root, slope, [&](const R& pH) { return ResidualTATC(pH, h, TA, TC); });
+    const double root =
+        NewtonRoot([&](const ad::Dual<1>& pH) { return ResidualTATC(pH, v, TAv, TCv); }, start, slope);
+    return ImplicitRoot<R>(root, slope, [&](double pH) { return ResidualTATCAt(pH, h, TA, TC); });
 }
 
 // pH from TA [mol/kg-SW] and fCO2 [atm].
@@ -237,8 +390,9 @@ R SolvepHTAfCO2(const Chemistry<R>& h, const R& TA, const R& fCO2) {
     const Chemistry<double> v = Values(h);
     const double TAv = value(TA), fv = value(fCO2);
     double slope = 0.0;
-    const double root = NewtonRoot([&](const ad::Dual<1>& pH) { return ResidualTAfCO2(pH, v, TAv, fv); }, slope);
-    return ImplicitRoot<R>(root, slope, [&](const R& pH) { return ResidualTAfCO2(pH, h, TA, fCO2); });
+    const double root =
+        NewtonRoot([&](const ad::Dual<1>& pH) { return ResidualTAfCO2(pH, v, TAv, fv); }, 8.0, slope);
+    return ImplicitRoot<R>(root, slope, [&](double pH) { return ResidualTAfCO2At(pH, h, TA, fCO2); });
 }
 
 template <class R>
@@ -251,13 +405,13 @@ template <class R>
 R TAfromTCpH(const Chemistry<R>& h, const R& TC, const R& pH) {
     const R H = pow(10.0, -pH);
     const R CAlk = TC * h.k.K1 * (H + 2.0 * h.k.K2) / Denominator(H, h.k);
-    const NonCarbonate<R, R> a = NonCarbonateTerms(H, h);
+    const NonCarbonate<R> a = NonCarbonateTerms(H, h);
     return CAlk + a.BAlk + a.OH + a.PAlk + a.SiAlk - a.Hfree - a.HSO4 - a.HF;
 }
 template <class R>
 R TCfromTApH(const Chemistry<R>& h, const R& TA, const R& pH) {
     const R H = pow(10.0, -pH);
-    const NonCarbonate<R, R> a = NonCarbonateTerms(H, h);
+    const NonCarbonate<R> a = NonCarbonateTerms(H, h);
     const R CAlk = TA - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
     return CAlk * Denominator(H, h.k) / (h.k.K1 * (H + 2.0 * h.k.K2));
 }
@@ -268,21 +422,28 @@ R TCfrompHfCO2(const Chemistry<R>& h, const R& pH, const R& fCO2) {
 }
 template <class R>
 R fCO2fromTCpH(const Chemistry<R>& h, const R& TC, const R& pH) {
-    const R H = pow(10.0, -pH);
-    return TC * H * H / Denominator(H, h.k) / h.k.K0;
+    return Local<1>(std::array<const R*, 5>{&TC, &pH, &h.k.K0, &h.k.K1, &h.k.K2}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        const T H = pow(10.0, -v[1]);
+        return std::array<T, 1>{v[0] * H * H / (H * H + v[3] * H + v[3] * v[4]) / v[2]};
+    })[0];
 }
 
 // Revelle factor: the centred difference of fCO2 in TC at fixed TA of the
 // record (1 micromol/kg either side, reference TC the lower one), here on
 // double-precision solves.
 template <class R>
-R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC) {
+R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH) {
     if (value(TC) == 0.0) return R(0.0);
     const R TCplus = TC + kRevelleStep;
     const R TCminus = TC - kRevelleStep;
-    const R fplus = fCO2fromTCpH(h, TCplus, SolvepHTATC(h, TAused, TCplus));
-    const R fminus = fCO2fromTCpH(h, TCminus, SolvepHTATC(h, TAused, TCminus));
-    return ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
+    // The solves start from the pH at TC, a few 1e-4 away.
+    const R fplus = fCO2fromTCpH(h, TCplus, SolvepHTATC(h, TAused, TCplus, pH));
+    const R fminus = fCO2fromTCpH(h, TCminus, SolvepHTATC(h, TAused, TCminus, pH));
+    return Local<1>(std::array<const R*, 3>{&fplus, &fminus, &TCminus}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        return std::array<T, 1>{((v[0] - v[1]) / kRevelleStep) / ((v[0] + v[1]) / v[2])};
+    })[0];
 }
 
 // Air-sea flux [mmol m-2 d-1] for pCO2 of water and air [microatm]: transfer
@@ -291,24 +452,29 @@ R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC) {
 // (density of Millero and Poisson 1981) times the pCO2 difference.
 template <class R>
 R Flux(int code, const Chemistry<R>& h, const R& S, const R& u, const R& pCO2air, const R& pCO2water) {
-    const R& T = h.TempC;
-    const R T2 = T * T, T3 = T2 * T, T4 = T3 * T, T5 = T4 * T;
-    const R Sc = 2073.1 - 125.62 * T + 3.6276 * T2 - 0.043219 * T3;
-    R k;
-    if (code == 0) {
-        k = 0.31 * u * u * sqrt(660.0 / Sc) * 0.24;
-    } else if (code == 1) {
-        k = (0.333 * u + 0.222 * u * u) / sqrt(Sc / 600.0) * 0.24;
-    } else if (code == 2) {
-        k = 0.266 * u * u / sqrt(Sc / 600.0) * 0.24;
-    } else {
-        return R(0.0);
-    }
-    const R rho = 999.842594 + 0.06793952 * T - 0.00909529 * T2 + 0.0001001685 * T3 - 1.120083e-06 * T4 +
-                  6.536332e-09 * T5 +
-                  (0.824493 - 0.0040899 * T + 7.6438e-05 * T2 - 8.2476e-07 * T3 + 5.3875e-09 * T4) * S +
-                  (-0.00572466 + 0.00010227 * T - 1.6546e-06 * T2) * pow(S, 1.5) + 0.00048314 * S * S;
-    return k * (h.k.K0 * 1000.0 * rho) * ((pCO2water - pCO2air) * 1e-6);
+    if (code < 0 || code > 2) return R(0.0);
+    const std::array<const R*, 6> x{&h.TempC, &S, &u, &h.k.K0, &pCO2air, &pCO2water};
+    return Local<1>(x, [code](const auto& v) {
+        using T = Element<decltype(v)>;
+        const T& t = v[0];
+        const T& sal = v[1];
+        const T& wind = v[2];
+        const T t2 = t * t, t3 = t2 * t, t4 = t3 * t, t5 = t4 * t;
+        const T Sc = 2073.1 - 125.62 * t + 3.6276 * t2 - 0.043219 * t3;
+        T k;
+        if (code == 0) {
+            k = 0.31 * wind * wind * sqrt(660.0 / Sc) * 0.24;
+        } else if (code == 1) {
+            k = (0.333 * wind + 0.222 * wind * wind) / sqrt(Sc / 600.0) * 0.24;
+        } else {
+            k = 0.266 * wind * wind / sqrt(Sc / 600.0) * 0.24;
+        }
+        const T rho = 999.842594 + 0.06793952 * t - 0.00909529 * t2 + 0.0001001685 * t3 - 1.120083e-06 * t4 +
+                      6.536332e-09 * t5 +
+                      (0.824493 - 0.0040899 * t + 7.6438e-05 * t2 - 8.2476e-07 * t3 + 5.3875e-09 * t4) * sal +
+                      (-0.00572466 + 0.00010227 * t - 1.6546e-06 * t2) * pow(sal, 1.5) + 0.00048314 * sal * sal;
+        return std::array<T, 1>{k * (v[3] * 1000.0 * rho) * ((v[5] - v[4]) * 1e-6)};
+    })[0];
 }
 
 // The quantities of one set of conditions from TA, TC, pH and pCO2, written
@@ -319,35 +485,71 @@ template <class R>
 void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const R& TA, const R& TC, const R& pH,
              const R& fCO2, const R& pCO2, const R& wind, const R& pCO2air, bool input, R* q) {
     const ConditionConstants<R>& k = h.k;
-    const R H = pow(10.0, -pH);
-    const R D = Denominator(H, k);
-    const R HCO3 = TC * k.K1 * H / D;
-    const R CO3 = TC * k.K1 * k.K2 / D;
-    const R CO2 = TC * H * H / D;
-    const NonCarbonate<R, R> a = NonCarbonateTerms(H, h);
-    const R PAlk = whichKs == kGeosecsPhosphateSet ? a.PAlk + h.TP : a.PAlk;
+    // [H+] and the carbonate species, micromol/kg.
+    const auto species = Local<4>(std::array<const R*, 4>{&pH, &TC, &k.K1, &k.K2}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        const T H = pow(10.0, -v[0]);
+        const T D = H * H + v[2] * H + v[2] * v[3];
+        return std::array<T, 4>{H * kMicro, v[1] * v[2] * H / D * kMicro, v[1] * v[2] * v[3] / D * kMicro,
+                                v[1] * H * H / D * kMicro};
+    });
+    // Borate, hydroxide, phosphate and silicate alkalinity, micromol/kg.
+    // [H+] in mol/kg-SW, formed once.
+    const R H = species[0] / kMicro;
+    const R BAlk = Local<1>(std::array<const R*, 3>{&H, &k.TB, &k.KB}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        return std::array<T, 1>{v[1] * v[2] / (v[2] + v[0]) * kMicro};
+    })[0];
+    const R OH = Local<1>(std::array<const R*, 2>{&H, &k.KW}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        return std::array<T, 1>{v[1] / v[0] * kMicro};
+    })[0];
+    R PAlk = Local<1>(std::array<const R*, 5>{&H, &h.TP, &k.KP1, &k.KP2, &k.KP3}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        const T& H = v[0];
+        const T HH = H * H;
+        const T KP1KP2 = v[2] * v[3];
+        const T KP1KP2KP3 = KP1KP2 * v[4];
+        return std::array<T, 1>{v[1] * (KP1KP2 * H + 2.0 * KP1KP2KP3 - HH * H) /
+                                (HH * H + v[2] * HH + KP1KP2 * H + KP1KP2KP3) * kMicro};
+    })[0];
+    const R SiAlk = Local<1>(std::array<const R*, 3>{&H, &h.TSi, &k.KSi}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        return std::array<T, 1>{v[1] * v[2] / (v[2] + v[0]) * kMicro};
+    })[0];
+    if (whichKs == kGeosecsPhosphateSet) PAlk = PAlk + h.TP * kMicro;
     const R TAused = whichKs == kGeosecsPhosphateSet ? TA - h.TP : TA;
+    // Saturation states: CO3 Ca/Ksp.
+    const auto omega = Local<2>(std::array<const R*, 4>{&species[2], &k.Ca, &k.KCa, &k.KAr}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        const T CO3Ca = v[0] / kMicro * v[1];
+        return std::array<T, 2>{CO3Ca / v[2], CO3Ca / v[3]};
+    });
     std::size_t i = 0;
     q[i++] = pH;
-    q[i++] = H * kMicro;
+    q[i++] = species[0];
     q[i++] = fCO2 * kMicro;
     q[i++] = pCO2 * kMicro;
     if (input) {
         q[i++] = TA * kMicro;
         q[i++] = TC * kMicro;
     }
-    q[i++] = HCO3 * kMicro;
-    q[i++] = CO3 * kMicro;
-    q[i++] = CO2 * kMicro;
-    q[i++] = a.BAlk * kMicro;
-    q[i++] = a.OH * kMicro;
-    q[i++] = PAlk * kMicro;
-    q[i++] = a.SiAlk * kMicro;
-    q[i++] = RevelleFactor(h, TAused, TC);
-    q[i++] = CO3 * k.Ca / k.KCa;
-    q[i++] = CO3 * k.Ca / k.KAr;
-    q[i++] = pCO2 / k.VPFac * kMicro;
-    q[i++] = Flux(fluxCode, h, S, wind, pCO2air, pCO2 * kMicro);
+    q[i++] = species[1];
+    q[i++] = species[2];
+    q[i++] = species[3];
+    q[i++] = BAlk;
+    q[i++] = OH;
+    q[i++] = PAlk;
+    q[i++] = SiAlk;
+    q[i++] = RevelleFactor(h, TAused, TC, value(pH));
+    q[i++] = omega[0];
+    q[i++] = omega[1];
+    q[i++] = Local<1>(std::array<const R*, 2>{&pCO2, &k.VPFac}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        return std::array<T, 1>{v[0] / v[1] * kMicro};
+    })[0];
+    const R pCO2water = pCO2 * kMicro;
+    q[i++] = Flux(fluxCode, h, S, wind, pCO2air, pCO2water);
 }
 
 template <class R>
@@ -441,7 +643,7 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
 
     // Output conditions, TA and TC held.
     const Chemistry<R> outChem = ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src);
-    const R pHOut = SolvepHTATC(outChem, TA - TPoutside, TC);
+    const R pHOut = SolvepHTATC(outChem, TA - TPoutside, TC, value(pH));
     if (!std::isfinite(value(pHOut))) return Outcome::kNoSolution;
     const R fCO2Out = fCO2fromTCpH(outChem, TC, pHOut);
     const R pCO2Out = fCO2Out / outChem.k.FugFac;

@@ -1,6 +1,7 @@
 // First-order propagation of the sources' covariance and the buffer factors.
 #include "uncertainty/propagation.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace brinora::uncertainty {
@@ -32,20 +33,29 @@ Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const C
     std::array<Gradient, kQuantityCount> q;
     const Outcome outcome = DifferentiateSample(options, sample, q);
     if (outcome != Outcome::kComputed) return outcome;
+    // The non-zero entries of the covariance, usually the diagonal and the pair's correlation.
+    struct Entry {
+        std::size_t i, j;
+        double c;
+    };
+    std::array<Entry, kSourceCount * kSourceCount> entries;
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < kSourceCount; ++i) {
+        for (std::size_t j = 0; j < kSourceCount; ++j) {
+            const double c = covariance[i * kSourceCount + j];
+            if (c != 0.0) entries[count++] = {i, j, c};
+        }
+    }
+    std::array<double, kSourceCount> u;
+    for (std::size_t i = 0; i < kSourceCount; ++i) u[i] = std::sqrt(covariance[i * kSourceCount + i]);
     for (std::size_t y = 0; y < kQuantityCount; ++y) {
         const std::array<double, kSourceCount>& g = q[y].d;
         double variance = 0.0;
-        for (std::size_t i = 0; i < kSourceCount; ++i) {
-            if (g[i] == 0.0) continue;
-            const double* row = &covariance[i * kSourceCount];
-            double sum = 0.0;
-            for (std::size_t j = 0; j < kSourceCount; ++j) sum += row[j] * g[j];
-            variance += g[i] * sum;
-        }
+        for (std::size_t e = 0; e < count; ++e) variance += g[entries[e].i] * entries[e].c * g[entries[e].j];
         result.value[y] = q[y].v;
         result.u[y] = std::sqrt(std::max(variance, 0.0));
         for (std::size_t i = 0; i < kSourceCount; ++i) {
-            result.budget[y][i] = std::fabs(g[i]) * std::sqrt(covariance[i * kSourceCount + i]);
+            result.budget[y][i] = std::fabs(g[i]) * u[i];
         }
     }
     return Outcome::kComputed;
