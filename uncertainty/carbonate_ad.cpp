@@ -279,7 +279,7 @@ double NewtonRoot(F residual, double start, double& slope) {
 template <std::size_t N>
 void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual<N>& g) {
     const ConditionConstants<ad::Dual<N>>& k = h.k;
-    const double TB = k.TB.v, KB = k.KB.v, KW = k.KW.v, TP = h.TP.v, TSi = h.TSi.v, KSi = k.KSi.v;
+    const double TB = k.TB.v, KB = k.KB.v, TP = h.TP.v, TSi = h.TSi.v, KSi = k.KSi.v;
     const double KP1 = k.KP1.v, KP2 = k.KP2.v, KP3 = k.KP3.v;
     const double TS = k.TS.v, KS = k.KS.v, TF = k.TF.v, KF = k.KF.v;
     // Borate: TB KB/(KB + H).
