@@ -46,14 +46,36 @@ bool IsMark(double x) { return x == kMissing9 || x == kMissing999; }
 template <class R>
 using ConstantsNumber = std::conditional_t<std::is_same_v<R, double>, double, ad::Dual<3>>;
 
+// The direction of a number that is a source itself (gradient 1 along one
+// direction, 0 along the others); -1 for a constant (gradient 0); -2 for
+// any other gradient.
+template <std::size_t N>
+int SeedDirection(const ad::Dual<N>& x) {
+    int direction = -1;
+    for (std::size_t i = 0; i < N; ++i) {
+        if (x.d[i] == 0.0) continue;
+        if (x.d[i] != 1.0 || direction != -1) return -2;
+        direction = static_cast<int>(i);
+    }
+    return direction;
+}
+
 // A constant of the three-direction constants routine as a full dual, by the
-// chain rule through the salinity, temperature and pressure used.
+// chain rule through the salinity, temperature and pressure used; where
+// these are sources themselves (`seeds`, from SeedDirection), by placing the
+// three derivatives.
 template <class R, class C>
-R Lift(const C& c, const R& S, const R& T, const R& P) {
+R Lift(const C& c, const R& S, const R& T, const R& P, const std::array<int, 3>& seeds) {
     if constexpr (std::is_same_v<R, double>) {
         return c;
     } else {
         R r(c.v);
+        if (seeds[0] >= -1 && seeds[1] >= -1 && seeds[2] >= -1) {
+            for (std::size_t k = 0; k < 3; ++k) {
+                if (seeds[k] >= 0) r.d[static_cast<std::size_t>(seeds[k])] += c.d[k];
+            }
+            return r;
+        }
         for (std::size_t i = 0; i < r.d.size(); ++i) r.d[i] = c.d[0] * S.d[i] + c.d[1] * T.d[i] + c.d[2] * P.d[i];
         return r;
     }
@@ -132,7 +154,9 @@ Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& T
     }
     const ConditionConstants<C> c = ConstantsAt(options, Sc, Tc, Pc);
     Chemistry<R> h;
-    auto lift = [&](const C& x) { return Lift<R, C>(x, S, TempC, Pdbar); };
+    std::array<int, 3> seeds{};
+    if constexpr (!std::is_same_v<R, double>) seeds = {SeedDirection(S), SeedDirection(TempC), SeedDirection(Pdbar)};
+    auto lift = [&](const C& x) { return Lift<R, C>(x, S, TempC, Pdbar, seeds); };
     // A constant times 10^-offset; at an offset of 0 (the calculation itself)
     // its gradient gains -ln(10) K along the offset.
     auto perturbed = [&](const C& x, Source offset) {

@@ -49,7 +49,7 @@ Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const C
     std::array<double, kSourceCount> u;
     for (std::size_t i = 0; i < kSourceCount; ++i) u[i] = std::sqrt(covariance[i * kSourceCount + i]);
     for (std::size_t y = 0; y < kQuantityCount; ++y) {
-        const std::array<double, kSourceCount>& g = q[y].d;
+        const auto& g = q[y].d;
         double variance = 0.0;
         for (std::size_t e = 0; e < count; ++e) variance += g[entries[e].i] * entries[e].c * g[entries[e].j];
         result.value[y] = q[y].v;
