@@ -140,3 +140,14 @@ def test_errors_name_the_problem():
         brinora.uncertainty(**WORKED, u_constants={"pk9": 0.1})
     with pytest.raises(ValueError, match="method is 'linear' or 'monte_carlo'"):
         brinora.uncertainty(**WORKED, method="bootstrap")
+
+
+def test_the_examples_of_the_module_and_of_the_docs_run():
+    import doctest
+    import os
+    import sys
+
+    assert doctest.testmod(sys.modules["brinora.uncertainty"]).failed == 0
+    source = os.environ.get("BRINORA_SOURCE_DIR", os.path.join(os.path.dirname(__file__), "..", ".."))
+    result = doctest.testfile(os.path.join(source, "docs", "uncertainty.md"), module_relative=False)
+    assert result.attempted >= 5 and result.failed == 0
