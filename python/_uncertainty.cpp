@@ -34,6 +34,11 @@ constexpr int kSourceOfInput[kInputCount] = {kSalinity, kTemperature, kPressure,
                                             kWindSpeed};
 constexpr int kFirstParameterInput = 7;  // TA; then TCO2, pH, fCO2, pCO2
 
+// Rows of a [quantity][source] result.
+constexpr std::size_t kGradientRows = static_cast<std::size_t>(kQuantityCount) * kSourceCount;
+// Samples a thread computes into its own buffers before copying them out.
+constexpr std::size_t kSlice = 256;
+
 // Status codes: 0 computed, 1 refused (as the record refuses it, or an input
 // not finite, or one of the pair 0), 2 no solution.
 constexpr std::int8_t kComputed = 0, kRefused = 1, kNoSolution = 2;
@@ -55,6 +60,23 @@ auto ColumnOf(const A& a, std::size_t n, const std::string& name) {
     return Column<T>{a.data(), a.shape(0) != 1};
 }
 
+// One result array: element (row, sample) at row * rowStride + sample * sampleStride.
+struct Target {
+    double* p = nullptr;
+    std::size_t rowStride = 0, sampleStride = 0;
+    void set(std::size_t row, std::size_t sample, double v) const { p[row * rowStride + sample * sampleStride] = v; }
+};
+
+// Where the results of samples go: values[Q], gradient[Q x S], u[Q],
+// budget[Q x S], buffers[2 x 9] per sample, and the status; an array whose
+// pointer is null is not wanted. The job's arrays are row-major over the
+// samples (a row of n per result); a thread's slice buffers keep each
+// sample's results together.
+struct Outputs {
+    Target values, gradient, u, budget, buffers;
+    std::int8_t* status = nullptr;
+};
+
 struct Job {
     std::array<Column<float>, kInputCount> inputs;
     ChemistryOptions options;
@@ -67,10 +89,9 @@ struct Job {
     const double* covariance = nullptr;
     std::uint64_t draws = 0, seed = 0;
     unsigned drawThreads = 1;
-    // Outputs (each may be null): values[Q][n], gradient[Q][S][n], u[Q][n],
-    // budget[Q][S][n], buffers[2][9][n], status[n].
-    double *values = nullptr, *gradient = nullptr, *uOut = nullptr, *budget = nullptr, *buffers = nullptr;
-    std::int8_t* status = nullptr;
+    // The sources whose budget is wanted (those of non-zero uncertainty).
+    std::vector<std::size_t> budgetSources;
+    Outputs out;
 };
 
 bool MakeSample(const Job& job, std::size_t i, Sample& s) {
@@ -87,18 +108,18 @@ bool MakeSample(const Job& job, std::size_t i, Sample& s) {
     return s.x[kFirstParameter] != 0.0 && s.x[kSecondParameter] != 0.0;
 }
 
-void ComputeOne(const Job& job, std::size_t i) {
-    const std::size_t n = job.n;
+// Sample i of the job, its results written at position j of `o`.
+void ComputeOne(const Job& job, std::size_t i, const Outputs& o, std::size_t j) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
     Sample sample;
     Outcome outcome = MakeSample(job, i, sample) ? Outcome::kComputed : Outcome::kRefused;
-    std::array<Gradient, kQuantityCount> g{};
+    std::array<Gradient, kQuantityCount> g;
     Propagated p;
     BufferFactors in, out;
-    if (outcome == Outcome::kComputed && (job.gradient || job.uOut)) {
+    if (outcome == Outcome::kComputed && (o.gradient.p || o.u.p)) {
         outcome = DifferentiateSample(job.options, sample, g);
     }
-    if (outcome == Outcome::kComputed && job.uOut) {
+    if (outcome == Outcome::kComputed && o.u.p) {
         Covariance c{};
         if (job.covariance) {
             std::copy(job.covariance, job.covariance + c.size(), c.begin());
@@ -112,41 +133,80 @@ void ComputeOne(const Job& job, std::size_t i) {
             outcome = MonteCarlo(job.options, sample, c, job.draws, job.seed + i, job.drawThreads, mc);
             for (std::size_t q = 0; q < kQuantityCount; ++q) p.u[q] = mc.sd[q];
         } else {
-            outcome = Propagate(job.options, sample, c, p);
+            PropagateGradients(g, c, p);
         }
     }
-    if (outcome == Outcome::kComputed && job.buffers) outcome = Buffers(job.options, sample, in, out);
+    if (outcome == Outcome::kComputed && o.buffers.p) outcome = Buffers(job.options, sample, in, out);
     const bool ok = outcome == Outcome::kComputed;
-    job.status[i] = ok ? kComputed : outcome == Outcome::kNoSolution ? kNoSolution : kRefused;
+    o.status[j] = ok ? kComputed : outcome == Outcome::kNoSolution ? kNoSolution : kRefused;
     for (std::size_t q = 0; q < kQuantityCount; ++q) {
-        if (job.values) job.values[q * n + i] = ok ? g[q].v : nan;
-        if (job.uOut) job.uOut[q * n + i] = ok ? p.u[q] : nan;
+        if (o.values.p) o.values.set(q, j, ok ? g[q].v : nan);
+        if (o.u.p) o.u.set(q, j, ok ? p.u[q] : nan);
         for (std::size_t s = 0; s < kSourceCount; ++s) {
-            if (job.gradient) job.gradient[(q * kSourceCount + s) * n + i] = ok ? g[q].d[s] : nan;
-            if (job.budget) job.budget[(q * kSourceCount + s) * n + i] = ok && job.draws == 0 ? p.budget[q][s] : nan;
+            if (o.gradient.p) o.gradient.set(q * kSourceCount + s, j, ok ? g[q].d[s] : nan);
+        }
+        for (std::size_t b = 0; o.budget.p && b < job.budgetSources.size(); ++b) {
+            o.budget.set(q * job.budgetSources.size() + b, j,
+                         ok && job.draws == 0 ? p.budget[q][job.budgetSources[b]] : nan);
         }
     }
-    if (job.buffers) {
+    if (o.buffers.p) {
         const BufferFactors* both[2] = {&in, &out};
         for (std::size_t c = 0; c < 2; ++c) {
             const BufferFactors& b = *both[c];
             const double f[kBufferCount] = {b.gammaDIC, b.gammaAlk, b.betaDIC, b.betaAlk, b.omegaDIC,
                                             b.omegaAlk, b.revelle, b.isocapnic, b.dlnpCO2dT};
-            for (std::size_t k = 0; k < kBufferCount; ++k) job.buffers[(c * kBufferCount + k) * n + i] = ok ? f[k] : nan;
+            for (std::size_t k = 0; k < kBufferCount; ++k) o.buffers.set(c * kBufferCount + k, j, ok ? f[k] : nan);
         }
     }
 }
 
-// Every sample of `job` on `threads` threads, in slices handed out as threads become free.
+// Copies a slice's results (each sample's together) into the job's arrays
+// (a row of n per result) at sample `begin`: row by row, so that the writes
+// are contiguous and the reads of eight rows share their cache lines.
+void CopySlice(const Job& job, const Outputs& slice, const Outputs& all, std::size_t begin, std::size_t count) {
+    const auto rows = [&](const Target& from, const Target& to, std::size_t n) {
+        if (!to.p) return;
+        for (std::size_t r = 0; r < n; ++r) {
+            double* out = to.p + r * to.rowStride + begin;
+            const double* in = from.p + r;
+            for (std::size_t j = 0; j < count; ++j) out[j] = in[j * from.sampleStride];
+        }
+    };
+    rows(slice.values, all.values, kQuantityCount);
+    rows(slice.gradient, all.gradient, kGradientRows);
+    rows(slice.u, all.u, kQuantityCount);
+    rows(slice.budget, all.budget, kQuantityCount * job.budgetSources.size());
+    rows(slice.buffers, all.buffers, 2 * kBufferCount);
+    std::copy(slice.status, slice.status + count, all.status + begin);
+}
+
+// Every sample of `job` on `threads` threads, in slices handed out as threads
+// become free; each slice is computed into buffers of its own and copied.
 void ComputeAll(const Job& job, unsigned threads) {
-    constexpr std::size_t kSlice = 256;
     const std::size_t workers = std::min<std::size_t>(std::max(1u, threads), (job.n + kSlice - 1) / kSlice);
     std::atomic<std::size_t> next{0};
     const auto work = [&] {
+        std::vector<double> values, gradient, u, budget, buffers;
+        std::vector<std::int8_t> status(kSlice);
+        Outputs slice;
+        const auto buffer = [](std::vector<double>& v, const Target& wanted, std::size_t rows) -> Target {
+            if (!wanted.p) return {};
+            v.resize(rows * kSlice);
+            return {v.data(), 1, rows};
+        };
+        slice.values = buffer(values, job.out.values, kQuantityCount);
+        slice.gradient = buffer(gradient, job.out.gradient, kGradientRows);
+        slice.u = buffer(u, job.out.u, kQuantityCount);
+        slice.budget = buffer(budget, job.out.budget, kQuantityCount * job.budgetSources.size());
+        slice.buffers = buffer(buffers, job.out.buffers, 2 * kBufferCount);
+        slice.status = status.data();
         for (;;) {
             const std::size_t begin = next.fetch_add(kSlice);
             if (begin >= job.n) return;
-            for (std::size_t i = begin; i < std::min(job.n, begin + kSlice); ++i) ComputeOne(job, i);
+            const std::size_t count = std::min(job.n - begin, kSlice);
+            for (std::size_t j = 0; j < count; ++j) ComputeOne(job, begin + j, slice, j);
+            CopySlice(job, slice, job.out, begin, count);
         }
     };
     if (workers <= 1) {
@@ -183,9 +243,9 @@ py::tuple Sensitivities(const std::vector<FloatArray>& inputs, std::size_t n, st
     auto values = NewArray({Q, N});
     auto gradient = NewArray({Q, S, N});
     py::array_t<std::int8_t> status(N);
-    job.values = values.mutable_data();
-    job.gradient = gradient.mutable_data();
-    job.status = status.mutable_data();
+    job.out.values = {values.mutable_data(), n, 1};
+    job.out.gradient = {gradient.mutable_data(), n, 1};
+    job.out.status = status.mutable_data();
     {
         py::gil_scoped_release release;
         ComputeAll(job, threads);
@@ -193,12 +253,13 @@ py::tuple Sensitivities(const std::vector<FloatArray>& inputs, std::size_t n, st
     return py::make_tuple(values, gradient, status);
 }
 
-// (values[Q, n], u[Q, n], budget[Q, S, n], status[n]); u: kSourceCount arrays
+// (values[Q, n], u[Q, n], budget[Q, B, n], status[n]); u: kSourceCount arrays
 // of length 1 or n; covariance: empty or kSourceCount^2 values; draws > 0
 // for Monte Carlo.
 py::tuple Propagation(const std::vector<FloatArray>& inputs, std::size_t n, std::array<int, 4> items,
                       std::array<int, 2> pair, const std::vector<DoubleArray>& u, const DoubleArray& correlation,
-                      const DoubleArray& covariance, std::uint64_t draws, std::uint64_t seed, unsigned threads) {
+                      const DoubleArray& covariance, const std::vector<std::size_t>& budgetSources,
+                      std::uint64_t draws, std::uint64_t seed, unsigned threads) {
     Job job = MakeJob(inputs, n, items, pair);
     if (u.size() != kSourceCount) throw py::value_error("expected one uncertainty array per source");
     for (std::size_t s = 0; s < kSourceCount; ++s) job.u[s] = ColumnOf(u[s], n, "u " + std::to_string(s));
@@ -209,20 +270,23 @@ py::tuple Propagation(const std::vector<FloatArray>& inputs, std::size_t n, std:
         }
         job.covariance = covariance.data();
     }
+    for (std::size_t b : budgetSources) {
+        if (b >= kSourceCount) throw py::value_error("budget source out of range");
+    }
+    job.budgetSources = budgetSources;
     job.draws = draws;
     job.seed = seed;
     // Monte Carlo of one sample spreads its draws over the threads.
     job.drawThreads = n == 1 ? std::max(1u, threads) : 1u;
-    const auto N = static_cast<py::ssize_t>(n), Q = static_cast<py::ssize_t>(kQuantityCount),
-               S = static_cast<py::ssize_t>(kSourceCount);
+    const auto N = static_cast<py::ssize_t>(n), Q = static_cast<py::ssize_t>(kQuantityCount);
     auto values = NewArray({Q, N});
     auto uOut = NewArray({Q, N});
-    auto budget = NewArray({Q, S, N});
+    auto budget = NewArray({Q, static_cast<py::ssize_t>(budgetSources.size()), N});
     py::array_t<std::int8_t> status(N);
-    job.values = values.mutable_data();
-    job.uOut = uOut.mutable_data();
-    job.budget = budget.mutable_data();
-    job.status = status.mutable_data();
+    job.out.values = {values.mutable_data(), n, 1};
+    job.out.u = {uOut.mutable_data(), n, 1};
+    job.out.budget = {budget.mutable_data(), n, 1};
+    job.out.status = status.mutable_data();
     {
         py::gil_scoped_release release;
         ComputeAll(job, n == 1 ? 1u : threads);
@@ -237,8 +301,8 @@ py::tuple BufferArrays(const std::vector<FloatArray>& inputs, std::size_t n, std
     const auto N = static_cast<py::ssize_t>(n);
     auto buffers = NewArray({2, static_cast<py::ssize_t>(kBufferCount), N});
     py::array_t<std::int8_t> status(N);
-    job.buffers = buffers.mutable_data();
-    job.status = status.mutable_data();
+    job.out.buffers = {buffers.mutable_data(), n, 1};
+    job.out.status = status.mutable_data();
     {
         py::gil_scoped_release release;
         ComputeAll(job, threads);
@@ -263,10 +327,11 @@ void registerUncertainty(py::module_& m) {
           "Values [Q, n], derivatives [Q, S, n] (float64) and status [n] (int8: 0 computed, 1 refused, 2 no "
           "solution) of n samples.");
     m.def("propagate", &Propagation, py::arg("inputs"), py::arg("n"), py::arg("items"), py::arg("pair"),
-          py::arg("u"), py::arg("correlation"), py::arg("covariance"), py::arg("draws"), py::arg("seed"),
+          py::arg("u"), py::arg("correlation"), py::arg("covariance"), py::arg("budget_sources"), py::arg("draws"),
+          py::arg("seed"),
           py::arg("threads"),
-          "Values [Q, n], combined standard uncertainty [Q, n], budget [Q, S, n] and status [n]; Monte Carlo "
-          "when draws > 0.");
+          "Values [Q, n], combined standard uncertainty [Q, n], budget [Q, B, n] of the B sources "
+          "budget_sources, and status [n]; Monte Carlo when draws > 0.");
     m.def("buffers", &BufferArrays, py::arg("inputs"), py::arg("n"), py::arg("items"), py::arg("pair"),
           py::arg("threads"), "Buffer factors [2 conditions, 9, n] and status [n].");
 }

@@ -33,6 +33,12 @@ Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const C
     std::array<Gradient, kQuantityCount> q;
     const Outcome outcome = DifferentiateSample(options, sample, q);
     if (outcome != Outcome::kComputed) return outcome;
+    PropagateGradients(q, covariance, result);
+    return Outcome::kComputed;
+}
+
+void PropagateGradients(const std::array<Gradient, kQuantityCount>& q, const Covariance& covariance,
+                        Propagated& result) {
     // The non-zero entries of the covariance, usually the diagonal and the pair's correlation.
     struct Entry {
         std::size_t i, j;
@@ -58,7 +64,6 @@ Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const C
             result.budget[y][i] = std::fabs(g[i]) * u[i];
         }
     }
-    return Outcome::kComputed;
 }
 
 namespace {

@@ -38,6 +38,9 @@ struct Propagated {
 // u(y)^2 = g' C g for the gradient g of each quantity (DifferentiateSample).
 Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const Covariance& covariance,
                   Propagated& result);
+// The same from gradients already computed.
+void PropagateGradients(const std::array<Gradient, kQuantityCount>& q, const Covariance& covariance,
+                        Propagated& result);
 
 // Buffer factors of one set of conditions, at fixed TA and TCO2 where one
 // is held. Units: micromol/kg for the gamma, beta and omega factors of

@@ -207,6 +207,7 @@ def uncertainty(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, t
         u_arrays = [np.zeros(1)] * len(names)
         correlation_array = np.zeros(1)
         covariance_flat = matrix.reshape(-1)
+        budget_sources = [i for i in range(len(names)) if matrix[i, i] != 0]
     else:
         by_source = {name: value for name, value in given_u.items() if value is not None}
         by_source.update(_constant_uncertainties(u_constants))
@@ -221,10 +222,20 @@ def uncertainty(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, t
         correlation_array = (np.ascontiguousarray(np.broadcast_to(rho, shape)).reshape(-1) if rho.ndim
                              else rho.reshape(1))
         covariance_flat = np.zeros(0)
+        budget_sources = [i for i, array in enumerate(u_arrays) if np.any(array != 0)]
+    # Budgets are computed for the sources of non-zero uncertainty only; the
+    # others are 0 (or NaN where the sample has no result).
     values, u, budget, status = _brinora.propagate(flat, size, menu, pair, u_arrays, correlation_array,
-                                                   covariance_flat, draws, int(seed), threads)
+                                                   covariance_flat, budget_sources, draws, int(seed), threads)
     result = {q: u[i].reshape(shape) for i, q in enumerate(RESULTS)}
-    budgets = {q: {s: budget[i, j].reshape(shape) for j, s in enumerate(names)} for i, q in enumerate(RESULTS)}
+    computed = status.reshape(shape) == 0
+    nothing = np.where(computed, 0.0, np.nan) if draws == 0 else np.full(shape, np.nan)
+    nothing.flags.writeable = False
+    budgets = {}
+    for i, q in enumerate(RESULTS):
+        budgets[q] = {s: nothing for s in names}
+        for k, j in enumerate(budget_sources):
+            budgets[q][names[j]] = budget[i, k].reshape(shape)
     value_map = {q: values[i].reshape(shape) for i, q in enumerate(RESULTS)}
     return Uncertainty(result, budgets, value_map, _status(status, shape))
 

@@ -109,7 +109,9 @@ TEST(Propagation, RevelleFactorFromTheDerivativeAgainstTheRecord) {
         EXPECT_NEAR(out.revelle * reference, recordOut, 1e-3 * recordOut) << c.name;
         // Without the reference taken into account: within 1e-3 where TCO2 is
         // above 1500 micromol/kg.
-        if (dbl[qTCO2] > 1500.0) EXPECT_NEAR(in.revelle, recordIn, 1e-3 * recordIn) << c.name;
+        if (dbl[qTCO2] > 1500.0) {
+            EXPECT_NEAR(in.revelle, recordIn, 1e-3 * recordIn) << c.name;
+        }
         worstRevelle = std::max(worstRevelle, std::fabs(in.revelle * reference - recordIn) / recordIn);
     }
     std::printf("worst relative difference of the Revelle factors: %.2e\n", worstRevelle);
