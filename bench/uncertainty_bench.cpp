@@ -10,6 +10,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "engine/compute_co2.h"
@@ -142,7 +143,62 @@ void Uncertainties(benchmark::State& state, Pair pair, bool depth) {
     }
 }
 
+// The choice of the gradient's storage: the fixed-size dual of the library
+// against a runtime-sized one (heap storage of the same 25 directions), on
+// the same expression, the carbonate denominator and species of one set of
+// constants: y = TC K1 H / (H H + K1 H + K1 K2) and its relatives.
+struct RuntimeDual {
+    double v = 0.0;
+    std::vector<double> d;
+    explicit RuntimeDual(double value = 0.0, std::size_t n = kSourceCount) : v(value), d(n, 0.0) {}
+};
+RuntimeDual operator*(const RuntimeDual& a, const RuntimeDual& b) {
+    RuntimeDual r(a.v * b.v, a.d.size());
+    for (std::size_t i = 0; i < r.d.size(); ++i) r.d[i] = a.d[i] * b.v + a.v * b.d[i];
+    return r;
+}
+RuntimeDual operator+(const RuntimeDual& a, const RuntimeDual& b) {
+    RuntimeDual r(a.v + b.v, a.d.size());
+    for (std::size_t i = 0; i < r.d.size(); ++i) r.d[i] = a.d[i] + b.d[i];
+    return r;
+}
+RuntimeDual operator/(const RuntimeDual& a, const RuntimeDual& b) {
+    const double q = a.v / b.v;
+    RuntimeDual r(q, a.d.size());
+    for (std::size_t i = 0; i < r.d.size(); ++i) r.d[i] = (a.d[i] - q * b.d[i]) / b.v;
+    return r;
+}
+
+template <class D>
+D Species(const D& TC, const D& K1, const D& K2, const D& H) {
+    const D denominator = H * H + K1 * H + K1 * K2;
+    return TC * K1 * H / denominator + TC * K1 * K2 / denominator + TC * H * H / denominator;
+}
+
+template <class D>
+D Seeded(double value, std::size_t i) {
+    if constexpr (std::is_same_v<D, RuntimeDual>) {
+        RuntimeDual x(value);
+        x.d[i] = 1.0;
+        return x;
+    } else {
+        return D::variable(value, i);
+    }
+}
+
+template <class D>
+void DualStorage(benchmark::State& state) {
+    const D TC = Seeded<D>(2.0e-3, 1), K1 = Seeded<D>(1.4e-6, 12), K2 = Seeded<D>(1.1e-9, 13),
+            H = Seeded<D>(7.0e-9, 3);
+    for (auto _ : state) {
+        D y = Species(TC, K1, K2, H);
+        benchmark::DoNotOptimize(y);
+    }
+}
+
 const bool kRegistered = [] {
+    benchmark::RegisterBenchmark("DualStorage/fixed25", DualStorage<Gradient>);
+    benchmark::RegisterBenchmark("DualStorage/runtime25", DualStorage<RuntimeDual>);
     for (const bool depth : {false, true}) {
         for (const Pair& pair : kPairs) {
             const std::string tail = std::string("/") + pair.name + (depth ? "/depth" : "/surface");
