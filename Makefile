@@ -116,7 +116,7 @@ fuzz-long: fuzz-build
 # (BENCH_HUGE=1 adds a 10^7-line file; see bench/README.md).
 BENCH_DIR ?= build-bench
 BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cruise brinora_board_digest _brinora \
-  brinora_bench_graph
+  brinora_bench_graph brinora_bench_uncertainty
 
 .PHONY: bench bench-deps
 

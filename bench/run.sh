@@ -45,6 +45,11 @@ if [ -x "$BUILD/bench/brinora_bench_graph" ]; then
   "$BUILD/bench/brinora_bench_graph" --benchmark_repetitions="$REPETITIONS" --benchmark_report_aggregates_only=true \
     --benchmark_format=csv > "$RESULTS/graph.csv" 2> "$RESULTS/graph.log"
 fi
+if [ -x "$BUILD/bench/brinora_bench_uncertainty" ]; then
+  echo "Running the uncertainty benchmarks ..." >&2
+  "$BUILD/bench/brinora_bench_uncertainty" --benchmark_repetitions="$REPETITIONS" \
+    --benchmark_report_aggregates_only=true --benchmark_format=csv > "$RESULTS/uncertainty.csv" 2> "$RESULTS/uncertainty.log"
+fi
 
 # `brinora batch` itself: wall time and peak resident memory (GNU time).
 settings=$RESULTS/settings.ini
@@ -135,6 +140,21 @@ cores=$(nproc)
         for (i = 1; i <= 4; i++)
           row(labels[i], kinds[i] "/salinity-temperature/1000000/real_time", kinds[i] "/pH-pressure/1000000/real_time")
       }' "$RESULTS/graph.csv"
+  fi
+  if [ -s "$RESULTS/uncertainty.csv" ]; then
+    echo
+    awk -F, '
+      NR > 1 { gsub(/"/, "", $1); cpu[$1] = $4 }
+      function t(kind, tail) { return cpu[kind "/" tail "_median"] / 1000 }
+      END {
+        printf "Per sample, CPU time (us)      record   double  +derivatives  +uncertainties  ratio to record\n"
+        split("TA-TCO2/surface TA-pH/surface pH-pCO2/surface TA-TCO2/depth TA-pH/depth pH-pCO2/depth", rows, " ")
+        for (i = 1; i <= 6; i++) {
+          r = t("Record", rows[i])
+          printf "  %-26s %7.2f %8.2f %13.2f %15.2f %12.1fx\n", rows[i], r, t("DoubleValues", rows[i]),
+                 t("Sensitivities", rows[i]), t("Uncertainties", rows[i]), (r > 0 ? t("Uncertainties", rows[i]) / r : 0)
+        }
+      }' "$RESULTS/uncertainty.csv"
   fi
   echo
   echo "brinora batch (the command)     jobs   seconds    lines/s   peak RSS"

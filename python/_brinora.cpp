@@ -16,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "_uncertainty.h"
 #include "app/option_choice.h"
 #include "app/option_titles.h"
 #include "engine/board.h"
@@ -229,4 +230,5 @@ PYBIND11_MODULE(_brinora, m) {
     m.def("option_item", &optionItem, py::arg("menu"), py::arg("value"),
           "Menu item 1..N of an option given as an item number or a (prefix of a) menu title; "
           "menu 0 constants set, 1 KHSO4, 2 pH scale, 3 air-sea flux formula.");
+    registerUncertainty(m);
 }

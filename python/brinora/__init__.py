@@ -23,6 +23,7 @@ import numpy as np
 from . import _brinora
 from ._quantities import PH_TOTAL_STANDARD_NAME, QUANTITIES
 from ._version import __version__
+from .uncertainty import buffers, sensitivities, uncertainty  # noqa: E402 (needs the helpers below at call time)
 
 __all__ = ["compute", "Result", "option_item", "option_items", "option_title", "QUANTITIES", "RESULT_NAMES",
            "STATUS_MESSAGES", "PARAMETERS", "__version__"]

@@ -1,0 +1,304 @@
+// The carbonate calculation in double precision on any number type: the
+// pair solvers, the alkalinity partition, the Revelle factor, the saturation
+// states, xCO2 and the air-sea flux, with the formulas of the single-precision
+// solvers (solvers/) and driver (engine/).
+//
+// Derivatives of the iterative pH solves come from implicit differentiation
+// at the converged root: the root pH* of F(pH, p) = 0 is found by Newton's
+// method on plain doubles, and its gradient is dpH/dp = -(dF/dp)/(dF/dpH),
+// with dF/dp from one evaluation of F on dual numbers at the root and dF/dpH
+// exact (a one-direction dual). Every other step is differentiated by
+// carrying the dual numbers through it.
+#include "uncertainty/carbonate_ad.h"
+
+#include <cmath>
+#include <type_traits>
+
+#include "uncertainty/chemistry_ad.h"
+
+namespace brinora::uncertainty {
+namespace {
+
+using namespace detail;
+
+// Record units to chemistry units: micromol/kg to mol/kg, microatm to atm.
+constexpr double kMicro = 1e6;
+// Missing-value marks of the conditions.
+constexpr double kMissing9 = -9.0, kMissing999 = -999.0;
+// TC step of the Revelle factor: 1 micromol/kg, as the single-precision float 1e-6f.
+constexpr double kRevelleStep = static_cast<double>(1e-6f);
+// The constants set that counts phosphate alkalinity outside TA (GEOSECS).
+constexpr int kGeosecsPhosphateSet = 7;
+
+bool IsMark(double x) { return x == kMissing9 || x == kMissing999; }
+
+
+template <class R>
+R Denominator(const R& H, const ConditionConstants<R>& k) {
+    return H * H + k.K1 * H + k.K1 * k.K2;
+}
+
+// TA from TC and pH; TC from TA and pH; TC from pH and fCO2; fCO2 from TC and pH.
+template <class R>
+R TAfromTCpH(const Chemistry<R>& h, const R& TC, const R& pH) {
+    const R H = pow(10.0, -pH);
+    const R CAlk = TC * h.k.K1 * (H + 2.0 * h.k.K2) / Denominator(H, h.k);
+    const NonCarbonate<R> a = NonCarbonateTerms(H, h);
+    return CAlk + a.BAlk + a.OH + a.PAlk + a.SiAlk - a.Hfree - a.HSO4 - a.HF;
+}
+template <class R>
+R TCfromTApH(const Chemistry<R>& h, const R& TA, const R& pH) {
+    const R H = pow(10.0, -pH);
+    const NonCarbonate<R> a = NonCarbonateTerms(H, h);
+    const R CAlk = TA - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
+    return CAlk * Denominator(H, h.k) / (h.k.K1 * (H + 2.0 * h.k.K2));
+}
+template <class R>
+R TCfrompHfCO2(const Chemistry<R>& h, const R& pH, const R& fCO2) {
+    const R H = pow(10.0, -pH);
+    return h.k.K0 * fCO2 * Denominator(H, h.k) / (H * H);
+}
+template <class R>
+R fCO2fromTCpH(const Chemistry<R>& h, const R& TC, const R& pH) {
+    return Local<1>(std::array<const R*, 5>{&TC, &pH, &h.k.K0, &h.k.K1, &h.k.K2}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        const T H = pow(10.0, -v[1]);
+        return std::array<T, 1>{v[0] * H * H / (H * H + v[3] * H + v[3] * v[4]) / v[2]};
+    })[0];
+}
+
+// Revelle factor: the centred difference of fCO2 in TC at fixed TA of the
+// record (1 micromol/kg either side, reference TC the lower one), here on
+// double-precision solves.
+template <class R>
+R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH) {
+    if (value(TC) == 0.0) return R(0.0);
+    const R TCplus = TC + kRevelleStep;
+    const R TCminus = TC - kRevelleStep;
+    // The solves start from the pH at TC, a few 1e-4 away.
+    const R fplus = fCO2fromTCpH(h, TCplus, SolvepHTATC(h, TAused, TCplus, pH));
+    const R fminus = fCO2fromTCpH(h, TCminus, SolvepHTATC(h, TAused, TCminus, pH));
+    return Local<1>(std::array<const R*, 3>{&fplus, &fminus, &TCminus}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        return std::array<T, 1>{((v[0] - v[1]) / kRevelleStep) / ((v[0] + v[1]) / v[2])};
+    })[0];
+}
+
+// Air-sea flux [mmol m-2 d-1] for pCO2 of water and air [microatm]: transfer
+// velocity (Wanninkhof 1992, Nightingale et al. 2000 or Ho et al. 2006, with
+// the Schmidt number of Wanninkhof 1992) times the solubility K0 per volume
+// (density of Millero and Poisson 1981) times the pCO2 difference.
+template <class R>
+R Flux(int code, const Chemistry<R>& h, const R& S, const R& u, const R& pCO2air, const R& pCO2water) {
+    if (code < 0 || code > 2) return R(0.0);
+    const std::array<const R*, 6> x{&h.TempC, &S, &u, &h.k.K0, &pCO2air, &pCO2water};
+    return Local<1>(x, [code](const auto& v) {
+        using T = Element<decltype(v)>;
+        const T& t = v[0];
+        const T& sal = v[1];
+        const T& wind = v[2];
+        const T t2 = t * t, t3 = t2 * t, t4 = t3 * t, t5 = t4 * t;
+        const T Sc = 2073.1 - 125.62 * t + 3.6276 * t2 - 0.043219 * t3;
+        T k;
+        if (code == 0) {
+            k = 0.31 * wind * wind * sqrt(660.0 / Sc) * 0.24;
+        } else if (code == 1) {
+            k = (0.333 * wind + 0.222 * wind * wind) / sqrt(Sc / 600.0) * 0.24;
+        } else {
+            k = 0.266 * wind * wind / sqrt(Sc / 600.0) * 0.24;
+        }
+        const T rho = 999.842594 + 0.06793952 * t - 0.00909529 * t2 + 0.0001001685 * t3 - 1.120083e-06 * t4 +
+                      6.536332e-09 * t5 +
+                      (0.824493 - 0.0040899 * t + 7.6438e-05 * t2 - 8.2476e-07 * t3 + 5.3875e-09 * t4) * sal +
+                      (-0.00572466 + 0.00010227 * t - 1.6546e-06 * t2) * pow(sal, 1.5) + 0.00048314 * sal * sal;
+        return std::array<T, 1>{k * (v[3] * 1000.0 * rho) * ((v[5] - v[4]) * 1e-6)};
+    })[0];
+}
+
+// The quantities of one set of conditions from TA, TC, pH and pCO2, written
+// from position `first` on (pH, [H+], fCO2, pCO2, then, skipping TA and TCO2
+// at output conditions, the species, Revelle factor, saturation states, xCO2
+// and flux).
+template <class R>
+void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const R& TA, const R& TC, const R& pH,
+             const R& fCO2, const R& pCO2, const R& wind, const R& pCO2air, bool input, R* q) {
+    const ConditionConstants<R>& k = h.k;
+    // [H+] and the carbonate species, micromol/kg.
+    const auto species = Local<4>(std::array<const R*, 4>{&pH, &TC, &k.K1, &k.K2}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        const T H = pow(10.0, -v[0]);
+        const T D = H * H + v[2] * H + v[2] * v[3];
+        return std::array<T, 4>{H * kMicro, v[1] * v[2] * H / D * kMicro, v[1] * v[2] * v[3] / D * kMicro,
+                                v[1] * H * H / D * kMicro};
+    });
+    // Borate, hydroxide, phosphate and silicate alkalinity, micromol/kg.
+    // [H+] in mol/kg-SW, formed once.
+    const R H = species[0] / kMicro;
+    const R BAlk = Local<1>(std::array<const R*, 3>{&H, &k.TB, &k.KB}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        return std::array<T, 1>{v[1] * v[2] / (v[2] + v[0]) * kMicro};
+    })[0];
+    const R OH = Local<1>(std::array<const R*, 2>{&H, &k.KW}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        return std::array<T, 1>{v[1] / v[0] * kMicro};
+    })[0];
+    R PAlk = Local<1>(std::array<const R*, 5>{&H, &h.TP, &k.KP1, &k.KP2, &k.KP3}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        const T& H = v[0];
+        const T HH = H * H;
+        const T KP1KP2 = v[2] * v[3];
+        const T KP1KP2KP3 = KP1KP2 * v[4];
+        return std::array<T, 1>{v[1] * (KP1KP2 * H + 2.0 * KP1KP2KP3 - HH * H) /
+                                (HH * H + v[2] * HH + KP1KP2 * H + KP1KP2KP3) * kMicro};
+    })[0];
+    const R SiAlk = Local<1>(std::array<const R*, 3>{&H, &h.TSi, &k.KSi}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        return std::array<T, 1>{v[1] * v[2] / (v[2] + v[0]) * kMicro};
+    })[0];
+    if (whichKs == kGeosecsPhosphateSet) PAlk = PAlk + h.TP * kMicro;
+    const R TAused = whichKs == kGeosecsPhosphateSet ? TA - h.TP : TA;
+    // Saturation states: CO3 Ca/Ksp.
+    const auto omega = Local<2>(std::array<const R*, 4>{&species[2], &k.Ca, &k.KCa, &k.KAr}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        const T CO3Ca = v[0] / kMicro * v[1];
+        return std::array<T, 2>{CO3Ca / v[2], CO3Ca / v[3]};
+    });
+    std::size_t i = 0;
+    q[i++] = pH;
+    q[i++] = species[0];
+    q[i++] = fCO2 * kMicro;
+    q[i++] = pCO2 * kMicro;
+    if (input) {
+        q[i++] = TA * kMicro;
+        q[i++] = TC * kMicro;
+    }
+    q[i++] = species[1];
+    q[i++] = species[2];
+    q[i++] = species[3];
+    q[i++] = BAlk;
+    q[i++] = OH;
+    q[i++] = PAlk;
+    q[i++] = SiAlk;
+    q[i++] = RevelleFactor(h, TAused, TC, value(pH));
+    q[i++] = omega[0];
+    q[i++] = omega[1];
+    q[i++] = Local<1>(std::array<const R*, 2>{&pCO2, &k.VPFac}, [](const auto& v) {
+        using T = Element<decltype(v)>;
+        return std::array<T, 1>{v[0] / v[1] * kMicro};
+    })[0];
+    const R pCO2water = pCO2 * kMicro;
+    q[i++] = Flux(fluxCode, h, S, wind, pCO2air, pCO2water);
+}
+
+template <class R>
+Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R, kQuantityCount>& out) {
+    const int whichKs = options.whichKs;
+    std::array<R, kSourceCount> src;
+    for (std::size_t i = 0; i < kSourceCount; ++i) {
+        if constexpr (std::is_same_v<R, double>) {
+            src[i] = sample.x[i];
+        } else {
+            src[i] = R::variable(sample.x[i], i);
+        }
+    }
+    const auto& x = sample.x;
+    if (IsMark(x[kSalinity]) || IsMark(x[kTemperature])) return Outcome::kRefused;
+    if (x[kFirstParameter] < 0.0 || x[kSecondParameter] < 0.0) return Outcome::kRefused;
+    // Conditions at a mark count as 0; output conditions of 0 repeat the input ones.
+    const auto condition = [&](Source s) { return IsMark(x[s]) ? R(0.0) : src[s]; };
+    const R S = src[kSalinity], TempC = src[kTemperature], Pdbar = condition(kPressure);
+    const R TempCOut = x[kTemperatureOut] == 0.0 ? TempC : condition(kTemperatureOut);
+    const R PdbarOut = x[kPressureOut] == 0.0 ? Pdbar : condition(kPressureOut);
+
+    // Set 8 is the freshwater set (no salinity, no nutrients); set 6 carries no nutrients.
+    const bool noNutrients = whichKs == 8 || whichKs == 6;
+    const R SalChem = whichKs == 8 ? R(0.0) : S;
+    const R TP = noNutrients ? R(0.0) : condition(kPhosphate) / kMicro;
+    const R TSi = noNutrients ? R(0.0) : condition(kSilicate) / kMicro;
+    const R wind = src[kWindSpeed], pCO2air = src[kpCO2Air];
+
+    const Chemistry<R> in = ChemistryAt(options, SalChem, TempC, Pdbar, TP, TSi, src);
+    const bool outside = whichKs == kGeosecsPhosphateSet;
+
+    // The pair, in chemistry units.
+    R TA(0.0), TC(0.0), pH(0.0), fCO2(0.0), pCO2(0.0);
+    const auto take = [&](int code, const R& v) {
+        if (code == 1) TA = v / kMicro;
+        if (code == 2) TC = v / kMicro;
+        if (code == 3) pH = v;
+        if (code == 4) fCO2 = v / kMicro;
+        if (code == 5) pCO2 = v / kMicro;
+    };
+    take(sample.first, src[kFirstParameter]);
+    take(sample.second, src[kSecondParameter]);
+    if (sample.first == 4 || sample.second == 4) pCO2 = fCO2 / in.k.FugFac;
+    if (sample.first == 5 || sample.second == 5) fCO2 = pCO2 * in.k.FugFac;
+    const R TPoutside = outside ? TP : R(0.0);
+
+    switch (10 * sample.first + sample.second) {
+        case 12:
+            pH = SolvepHTATC(in, TA - TPoutside, TC);
+            fCO2 = fCO2fromTCpH(in, TC, pH);
+            pCO2 = fCO2 / in.k.FugFac;
+            break;
+        case 13:
+            TC = TCfromTApH(in, TA - TPoutside, pH);
+            fCO2 = fCO2fromTCpH(in, TC, pH);
+            pCO2 = fCO2 / in.k.FugFac;
+            break;
+        case 14:
+        case 15:
+            pH = SolvepHTAfCO2(in, TA - TPoutside, fCO2);
+            TC = TCfromTApH(in, TA - TPoutside, pH);
+            break;
+        case 23:
+            TA = TAfromTCpH(in, TC, pH) + TPoutside;
+            fCO2 = fCO2fromTCpH(in, TC, pH);
+            pCO2 = fCO2 / in.k.FugFac;
+            break;
+        case 24:
+        case 25: {
+            // The quadratic in H for the fraction X of TC that is dissolved CO2.
+            const R X = in.k.K0 * fCO2 / TC;
+            if (value(X) >= 1.0) return Outcome::kNoSolution;
+            const R K1X = in.k.K1 * X;
+            const R H = 0.5 * (K1X + sqrt(K1X * K1X + 4.0 * (1.0 - X) * in.k.K1 * in.k.K2 * X)) / (1.0 - X);
+            if (value(H) <= 0.0) return Outcome::kNoSolution;
+            pH = -log(H) / kLn10;
+            TA = TAfromTCpH(in, TC, pH) + TPoutside;
+            break;
+        }
+        case 34:
+        case 35:
+            TC = TCfrompHfCO2(in, pH, fCO2);
+            TA = TAfromTCpH(in, TC, pH) + TPoutside;
+            break;
+        default:
+            return Outcome::kRefused;
+    }
+    if (!std::isfinite(value(pH))) return Outcome::kNoSolution;
+    Derived(whichKs, options.fluxCode, in, SalChem, TA, TC, pH, fCO2, pCO2, wind, pCO2air, true, &out[0]);
+
+    // Output conditions, TA and TC held.
+    const Chemistry<R> outChem = ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src);
+    const R pHOut = SolvepHTATC(outChem, TA - TPoutside, TC, value(pH));
+    if (!std::isfinite(value(pHOut))) return Outcome::kNoSolution;
+    const R fCO2Out = fCO2fromTCpH(outChem, TC, pHOut);
+    const R pCO2Out = fCO2Out / outChem.k.FugFac;
+    Derived(whichKs, options.fluxCode, outChem, SalChem, TA, TC, pHOut, fCO2Out, pCO2Out, wind, pCO2air, false,
+            &out[kFirstOutQuantity]);
+    return Outcome::kComputed;
+}
+
+}  // namespace
+
+Outcome EvaluateSample(const ChemistryOptions& options, const Sample& sample, std::array<double, kQuantityCount>& out) {
+    return Run<double>(options, sample, out);
+}
+
+Outcome DifferentiateSample(const ChemistryOptions& options, const Sample& sample,
+                            std::array<Gradient, kQuantityCount>& out) {
+    return Run<Gradient>(options, sample, out);
+}
+
+}  // namespace brinora::uncertainty

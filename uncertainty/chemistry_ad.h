@@ -1,0 +1,411 @@
+// The pieces of the double-precision calculation that the pair solvers and
+// the derived quantities share: the constants of one set of conditions as
+// the calculation uses them (perturbed in pK units), the preaccumulation of
+// local derivatives, the alkalinity residuals with their gradients at a
+// fixed pH, and the pH solves (Newton's method on doubles, implicit
+// differentiation at the root). Internal to the uncertainty library.
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <numbers>
+#include <type_traits>
+#include <utility>
+
+#include "uncertainty/constants_ad.h"
+#include "uncertainty/dual.h"
+#include "uncertainty/sources.h"
+
+namespace brinora::uncertainty::detail {
+
+using std::exp;
+using std::log;
+using std::pow;
+using std::sqrt;
+using ad::exp;
+using ad::log;
+using ad::pow;
+using ad::sqrt;
+using ad::value;
+
+constexpr double kLn10 = std::numbers::ln10;
+
+// The number type of the constants: doubles for values, three-direction duals
+// (salinity, temperature, pressure) when derivatives are carried.
+template <class R>
+using ConstantsNumber = std::conditional_t<std::is_same_v<R, double>, double, ad::Dual<3>>;
+
+// The direction of a number that is a source itself (gradient 1 along one
+// direction, 0 along the others); -1 for a constant (gradient 0); -2 for
+// any other gradient.
+template <std::size_t N>
+int SeedDirection(const ad::Dual<N>& x) {
+    int direction = -1;
+    for (std::size_t i = 0; i < N; ++i) {
+        if (x.d[i] == 0.0) continue;
+        if (x.d[i] != 1.0 || direction != -1) return -2;
+        direction = static_cast<int>(i);
+    }
+    return direction;
+}
+
+// A constant of the three-direction constants routine as a full dual, by the
+// chain rule through the salinity, temperature and pressure used; where
+// these are sources themselves (`seeds`, from SeedDirection), by placing the
+// three derivatives.
+template <class R, class C>
+R Lift(const C& c, const R& S, const R& T, const R& P, const std::array<int, 3>& seeds) {
+    if constexpr (std::is_same_v<R, double>) {
+        return c;
+    } else {
+        R r(c.v);
+        if (seeds[0] >= -1 && seeds[1] >= -1 && seeds[2] >= -1) {
+            for (std::size_t k = 0; k < 3; ++k) {
+                if (seeds[k] >= 0) r.d[static_cast<std::size_t>(seeds[k])] += c.d[k];
+            }
+            return r;
+        }
+        for (std::size_t i = 0; i < r.d.size(); ++i) r.d[i] = c.d[0] * S.d[i] + c.d[1] * T.d[i] + c.d[2] * P.d[i];
+        return r;
+    }
+}
+
+template <std::size_t N>
+void AddScaled(ad::Dual<N>& g, double c, const ad::Dual<N>& x) {
+    for (std::size_t i = 0; i < N; ++i) g.d[i] += c * x.d[i];
+}
+
+// K outputs of a function f of M numbers: on doubles f itself; on gradients,
+// f evaluated once on M-direction duals and each output's gradient formed as
+// the sum of its M local derivatives times the inputs' gradients
+// (preaccumulation: M scaled additions instead of every operation of f on
+// full gradients). The inputs are given by address (a gradient is large);
+// f takes a std::array of M numbers of any type and returns a std::array of
+// K of them.
+template <std::size_t K, class R, std::size_t M, class F>
+std::array<R, K> Local(const std::array<const R*, M>& x, F f) {
+    if constexpr (std::is_same_v<R, double>) {
+        std::array<double, M> v;
+        for (std::size_t m = 0; m < M; ++m) v[m] = *x[m];
+        return f(v);
+    } else {
+        using L = ad::Dual<M>;
+        std::array<L, M> lx;
+        for (std::size_t m = 0; m < M; ++m) lx[m] = L::variable(x[m]->v, m);
+        const std::array<L, K> ly = f(lx);
+        std::array<R, K> out;
+        for (std::size_t k = 0; k < K; ++k) {
+            out[k] = R(ly[k].v);
+            for (std::size_t m = 0; m < M; ++m) {
+                if (ly[k].d[m] != 0.0) AddScaled(out[k], ly[k].d[m], *x[m]);
+            }
+        }
+        return out;
+    }
+}
+
+// The number type of the elements of an array argument of a Local function.
+template <class A>
+using Element = std::decay_t<decltype(std::declval<A>()[0])>;
+
+// 10^-offset: the factor of a constant perturbed by `offset` pK units.
+template <class R>
+R TenToMinus(const R& offset) {
+    if (value(offset) == 0.0) {
+        if constexpr (std::is_same_v<R, double>) {
+            return 1.0;
+        } else {
+            return ad::chain(offset, 1.0, -kLn10);
+        }
+    }
+    return pow(10.0, -offset);
+}
+
+// Everything the solvers read at one set of conditions.
+template <class R>
+struct Chemistry {
+    ConditionConstants<R> k;
+    R TP, TSi;   // mol/kg-SW
+    R TempC;     // deg C, for the flux
+};
+
+template <class R>
+Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& TempC, const R& Pdbar,
+                         const R& TP, const R& TSi, const std::array<R, kSourceCount>& src) {
+    using C = ConstantsNumber<R>;
+    C Sc, Tc, Pc;
+    if constexpr (std::is_same_v<C, double>) {
+        Sc = S, Tc = TempC, Pc = Pdbar;
+    } else {
+        Sc = C::variable(value(S), 0);
+        Tc = C::variable(value(TempC), 1);
+        Pc = C::variable(value(Pdbar), 2);
+    }
+    const ConditionConstants<C> c = ConstantsAt(options, Sc, Tc, Pc);
+    Chemistry<R> h;
+    std::array<int, 3> seeds{};
+    if constexpr (!std::is_same_v<R, double>) seeds = {SeedDirection(S), SeedDirection(TempC), SeedDirection(Pdbar)};
+    auto lift = [&](const C& x) { return Lift<R, C>(x, S, TempC, Pdbar, seeds); };
+    // A constant times 10^-offset; at an offset of 0 (the calculation itself)
+    // its gradient gains -ln(10) K along the offset.
+    auto perturbed = [&](const C& x, Source offset) {
+        R r = lift(x);
+        if constexpr (std::is_same_v<R, double>) {
+            if (src[offset] != 0.0) r = r * TenToMinus(src[offset]);
+        } else {
+            if (src[offset].v == 0.0) {
+                AddScaled(r, -kLn10 * r.v, src[offset]);
+            } else {
+                r = r * TenToMinus(src[offset]);
+            }
+        }
+        return r;
+    };
+    ConditionConstants<R>& k = h.k;
+    // The constants as the calculation uses them, each perturbed in pK units.
+    k.K0 = perturbed(c.K0, kpK0);
+    k.K1 = perturbed(c.K1, kpK1);
+    k.K2 = perturbed(c.K2, kpK2);
+    k.KW = perturbed(c.KW, kpKW);
+    k.KB = perturbed(c.KB, kpKB);
+    k.KF = perturbed(c.KF, kpKF);
+    k.KS = perturbed(c.KS, kpKS);
+    k.KP1 = perturbed(c.KP1, kpKP1);
+    k.KP2 = perturbed(c.KP2, kpKP2);
+    k.KP3 = perturbed(c.KP3, kpKP3);
+    k.KSi = perturbed(c.KSi, kpKSi);
+    k.KCa = perturbed(c.KCa, kpKspC);
+    k.KAr = perturbed(c.KAr, kpKspA);
+    k.TB = lift(c.TB) * (1.0 + src[kTotalBoron]);
+    k.TF = lift(c.TF);
+    k.TS = lift(c.TS);
+    k.fH = lift(c.fH);
+    k.FugFac = lift(c.FugFac);
+    k.VPFac = lift(c.VPFac);
+    k.Ca = lift(c.Ca);
+    h.TP = TP;
+    h.TSi = TSi;
+    h.TempC = TempC;
+    return h;
+}
+
+// The number type of an expression of a T and an R: a double and a dual
+// give a dual, so that a value known to be constant (the pH at its root)
+// carries no gradient through the arithmetic.
+template <class T, class R>
+using Mixed = decltype(std::declval<T>() * std::declval<R>());
+
+// The non-carbonate alkalinity terms at H [mol/kg-SW] (number type of H),
+// with the constants of any number type. Units: mol/kg-SW.
+template <class V>
+struct NonCarbonate {
+    V BAlk, OH, PAlk, SiAlk, Hfree, HSO4, HF;
+};
+
+template <class T, class R>
+NonCarbonate<Mixed<T, R>> NonCarbonateTerms(const T& H, const Chemistry<R>& h) {
+    const ConditionConstants<R>& k = h.k;
+    NonCarbonate<Mixed<T, R>> a;
+    a.BAlk = k.TB * k.KB / (k.KB + H);
+    a.OH = k.KW / H;
+    const R KP1KP2 = k.KP1 * k.KP2;
+    const R KP1KP2KP3 = KP1KP2 * k.KP3;
+    const T HH = H * H;
+    a.PAlk = h.TP * (KP1KP2 * H + 2.0 * KP1KP2KP3 - HH * H) / (HH * H + k.KP1 * HH + KP1KP2 * H + KP1KP2KP3);
+    a.SiAlk = h.TSi * k.KSi / (k.KSi + H);
+    a.Hfree = H / (1.0 + k.TS / k.KS);
+    a.HSO4 = k.TS / (1.0 + k.KS / a.Hfree);
+    a.HF = k.TF / (1.0 + k.KF / a.Hfree);
+    return a;
+}
+
+// TA minus the modelled alkalinity at pH, for TA and TC given (the TA-TC
+// residual) or for TA and fCO2 given (the TA-fCO2 residual). mol/kg-SW.
+template <class T, class R>
+Mixed<T, R> ResidualTATC(const T& pH, const Chemistry<R>& h, const R& TA, const R& TC) {
+    const T H = pow(10.0, -pH);
+    const ConditionConstants<R>& k = h.k;
+    const Mixed<T, R> CAlk = TC * k.K1 * (H + 2.0 * k.K2) / (H * H + k.K1 * H + k.K1 * k.K2);
+    const NonCarbonate<Mixed<T, R>> a = NonCarbonateTerms(H, h);
+    return TA - CAlk - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
+}
+
+template <class T, class R>
+Mixed<T, R> ResidualTAfCO2(const T& pH, const Chemistry<R>& h, const R& TA, const R& fCO2) {
+    const T H = pow(10.0, -pH);
+    const ConditionConstants<R>& k = h.k;
+    const R K0K1fCO2 = k.K0 * k.K1 * fCO2;
+    const Mixed<T, R> CAlk = K0K1fCO2 / H + 2.0 * K0K1fCO2 * k.K2 / (H * H);
+    const NonCarbonate<Mixed<T, R>> a = NonCarbonateTerms(H, h);
+    return TA - CAlk - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
+}
+
+// The values of a chemistry of duals (or doubles).
+template <class R>
+Chemistry<double> Values(const Chemistry<R>& h) {
+    if constexpr (std::is_same_v<R, double>) {
+        return h;
+    } else {
+        Chemistry<double> v;
+        const ConditionConstants<R>& k = h.k;
+        v.k = {k.K0.v, k.K1.v, k.K2.v, k.KW.v, k.KB.v, k.KF.v, k.KS.v, k.KP1.v, k.KP2.v, k.KP3.v, k.KSi.v,
+               k.TB.v, k.TF.v, k.TS.v, k.fH.v, k.FugFac.v, k.VPFac.v, k.Ca.v, k.KCa.v, k.KAr.v};
+        v.TP = h.TP.v;
+        v.TSi = h.TSi.v;
+        v.TempC = h.TempC.v;
+        return v;
+    }
+}
+
+// Root of `residual` in pH by Newton's method with the exact slope. Start:
+// `start` (pH 8, or a nearby root already known). Step: -F/F', halved while larger than 1 pH unit. Stop: a step below
+// 1e-12 pH units; cap: 200 steps (converging samples take under 10), after
+// which the solve has failed (NaN). Returns the root and sets `slope` to
+// dF/dpH there.
+template <class F>
+double NewtonRoot(F residual, double start, double& slope) {
+    using D1 = ad::Dual<1>;
+    double pH = start;
+    for (int step = 0; step < 200; ++step) {
+        const D1 f = residual(D1::variable(pH, 0));
+        double delta = -f.v / f.d[0];
+        if (!std::isfinite(delta)) break;
+        while (std::fabs(delta) > 1.0) delta /= 2.0;
+        pH += delta;
+        if (std::fabs(delta) < 1e-12) {
+            slope = residual(D1::variable(pH, 0)).d[0];
+            return pH;
+        }
+    }
+    return std::nan("");
+}
+
+// ---- Gradients of the residuals at a fixed pH ----
+//
+// At the root the pH is a constant, and the residual is a sum of terms in
+// the constants, totals and the pair. Its gradient is formed from the
+// residual's partial derivatives in those quantities (doubles, the closed
+// forms below) times their gradients: some 17 scaled additions of a
+// gradient instead of the 35 operations on gradients of the residual itself.
+
+// Adds the gradient of -BAlk - OH - PAlk - SiAlk + Hfree + HSO4 + HF at H.
+template <std::size_t N>
+void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual<N>& g) {
+    const ConditionConstants<ad::Dual<N>>& k = h.k;
+    const double TB = k.TB.v, KB = k.KB.v, TP = h.TP.v, TSi = h.TSi.v, KSi = k.KSi.v;
+    const double KP1 = k.KP1.v, KP2 = k.KP2.v, KP3 = k.KP3.v;
+    const double TS = k.TS.v, KS = k.KS.v, TF = k.TF.v, KF = k.KF.v;
+    // Borate: TB KB/(KB + H).
+    const double bD = KB + H;
+    AddScaled(g, -KB / bD, k.TB);
+    AddScaled(g, -TB * H / (bD * bD), k.KB);
+    // Hydroxide: KW/H.
+    AddScaled(g, -1.0 / H, k.KW);
+    // Phosphate: TP Num/Den.
+    const double HH = H * H, HHH = HH * H;
+    const double num = KP1 * KP2 * H + 2.0 * KP1 * KP2 * KP3 - HHH;
+    const double den = HHH + KP1 * HH + KP1 * KP2 * H + KP1 * KP2 * KP3;
+    const auto phosphate = [&](double dNum, double dDen) { return -TP * (dNum * den - num * dDen) / (den * den); };
+    AddScaled(g, -num / den, h.TP);
+    AddScaled(g, phosphate(KP2 * H + 2.0 * KP2 * KP3, HH + KP2 * H + KP2 * KP3), k.KP1);
+    AddScaled(g, phosphate(KP1 * H + 2.0 * KP1 * KP3, KP1 * H + KP1 * KP3), k.KP2);
+    AddScaled(g, phosphate(2.0 * KP1 * KP2, KP1 * KP2), k.KP3);
+    // Silicate: TSi KSi/(KSi + H).
+    const double sD = KSi + H;
+    AddScaled(g, -KSi / sD, h.TSi);
+    AddScaled(g, -TSi * H / (sD * sD), k.KSi);
+    // Hfree = H/a, a = 1 + TS/KS; HSO4 = TS/b, b = 1 + KS/Hfree; HF = TF/c, c = 1 + KF/Hfree.
+    const double a = 1.0 + TS / KS;
+    const double Hfree = H / a;
+    const double b = 1.0 + KS / Hfree, c = 1.0 + KF / Hfree;
+    const double dHfreedTS = -H / (a * a * KS);
+    const double dHfreedKS = H * TS / (a * a * KS * KS);
+    // Everything that Hfree reaches: Hfree itself, HSO4 and HF through it.
+    const double viaHfree = 1.0 + TS * KS / (b * b * Hfree * Hfree) + TF * KF / (c * c * Hfree * Hfree);
+    AddScaled(g, 1.0 / b + viaHfree * dHfreedTS, k.TS);
+    AddScaled(g, -TS / (b * b * Hfree) + viaHfree * dHfreedKS, k.KS);
+    AddScaled(g, 1.0 / c, k.TF);
+    AddScaled(g, -TF / (c * c * Hfree), k.KF);
+}
+
+// The TA-TC residual on a gradient type at a fixed pH.
+template <std::size_t N>
+ad::Dual<N> ResidualTATCAt(double pH, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
+                           const ad::Dual<N>& TC) {
+    const ConditionConstants<ad::Dual<N>>& k = h.k;
+    const double H = std::pow(10.0, -pH);
+    const double K1 = k.K1.v, K2 = k.K2.v, C = TC.v;
+    const double D = H * H + K1 * H + K1 * K2;
+    const double num = C * K1 * (H + 2.0 * K2);
+    ad::Dual<N> g(ResidualTATC(pH, Values(h), TA.v, TC.v));
+    AddScaled(g, 1.0, TA);
+    AddScaled(g, -K1 * (H + 2.0 * K2) / D, TC);
+    AddScaled(g, -(C * (H + 2.0 * K2) * D - num * (H + K2)) / (D * D), k.K1);
+    AddScaled(g, -(2.0 * C * K1 * D - num * K1) / (D * D), k.K2);
+    AddNonCarbonateGradient(H, h, g);
+    return g;
+}
+
+// The TA-fCO2 residual on a gradient type at a fixed pH.
+template <std::size_t N>
+ad::Dual<N> ResidualTAfCO2At(double pH, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
+                             const ad::Dual<N>& fCO2) {
+    const ConditionConstants<ad::Dual<N>>& k = h.k;
+    const double H = std::pow(10.0, -pH);
+    const double K0 = k.K0.v, K1 = k.K1.v, K2 = k.K2.v, f = fCO2.v;
+    const double carbonate = 1.0 / H + 2.0 * K2 / (H * H);  // CAlk/(K0 K1 fCO2)
+    ad::Dual<N> g(ResidualTAfCO2(pH, Values(h), TA.v, fCO2.v));
+    AddScaled(g, 1.0, TA);
+    AddScaled(g, -K1 * f * carbonate, k.K0);
+    AddScaled(g, -K0 * f * carbonate, k.K1);
+    AddScaled(g, -2.0 * K0 * K1 * f / (H * H), k.K2);
+    AddScaled(g, -K0 * K1 * carbonate, fCO2);
+    AddNonCarbonateGradient(H, h, g);
+    return g;
+}
+
+// On doubles the residuals themselves (not used: a double root has no gradient).
+inline double ResidualTATCAt(double pH, const Chemistry<double>& h, double TA, double TC) {
+    return ResidualTATC(pH, h, TA, TC);
+}
+inline double ResidualTAfCO2At(double pH, const Chemistry<double>& h, double TA, double fCO2) {
+    return ResidualTAfCO2(pH, h, TA, fCO2);
+}
+
+// The root as a number of type R: its value, and the gradient -(dF/dp)/(dF/dpH)
+// from the residual evaluated on R at the root (the pH there a constant).
+template <class R, class F>
+R ImplicitRoot(double root, double slope, F residualOnR) {
+    if constexpr (std::is_same_v<R, double>) {
+        return root;
+    } else {
+        const R f = residualOnR(root);
+        R r(root);
+        for (std::size_t i = 0; i < r.d.size(); ++i) r.d[i] = -f.d[i] / slope;
+        return r;
+    }
+}
+
+// pH from TA and TC [mol/kg-SW].
+template <class R>
+R SolvepHTATC(const Chemistry<R>& h, const R& TA, const R& TC, double start = 8.0) {
+    const Chemistry<double> v = Values(h);
+    const double TAv = value(TA), TCv = value(TC);
+    double slope = 0.0;
+    const double root =
+        NewtonRoot([&](const ad::Dual<1>& pH) { return ResidualTATC(pH, v, TAv, TCv); }, start, slope);
+    return ImplicitRoot<R>(root, slope, [&](double pH) { return ResidualTATCAt(pH, h, TA, TC); });
+}
+
+// pH from TA [mol/kg-SW] and fCO2 [atm].
+template <class R>
+R SolvepHTAfCO2(const Chemistry<R>& h, const R& TA, const R& fCO2) {
+    const Chemistry<double> v = Values(h);
+    const double TAv = value(TA), fv = value(fCO2);
+    double slope = 0.0;
+    const double root =
+        NewtonRoot([&](const ad::Dual<1>& pH) { return ResidualTAfCO2(pH, v, TAv, fv); }, 8.0, slope);
+    return ImplicitRoot<R>(root, slope, [&](double pH) { return ResidualTAfCO2At(pH, h, TA, fCO2); });
+}
+
+}  // namespace brinora::uncertainty::detail

@@ -1,0 +1,171 @@
+// Forward-mode automatic differentiation: a double value with a fixed-size
+// gradient, carried through + - * / and the elementary functions the
+// carbonate calculation uses. A number of type Dual<N> is x with dx/ds for
+// the N source directions s; every operation applies the chain rule, so the
+// gradient of a result is exact to double rounding (no step size).
+#pragma once
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+
+namespace brinora::ad {
+
+template <std::size_t N>
+struct Dual {
+    double v = 0.0;               // value
+    std::array<double, N> d{};    // derivative along each direction
+
+    Dual() = default;
+    // A constant: gradient 0.
+    Dual(double value) : v(value) {}  // NOLINT(google-explicit-constructor): constants mix freely
+
+    // The independent variable of direction `i` with value `value`.
+    static Dual variable(double value, std::size_t i) {
+        Dual x(value);
+        x.d[i] = 1.0;
+        return x;
+    }
+
+    Dual& operator+=(const Dual& b) {
+        v += b.v;
+        for (std::size_t i = 0; i < N; ++i) d[i] += b.d[i];
+        return *this;
+    }
+    Dual& operator-=(const Dual& b) {
+        v -= b.v;
+        for (std::size_t i = 0; i < N; ++i) d[i] -= b.d[i];
+        return *this;
+    }
+    Dual& operator*=(const Dual& b) {
+        for (std::size_t i = 0; i < N; ++i) d[i] = d[i] * b.v + v * b.d[i];
+        v *= b.v;
+        return *this;
+    }
+    Dual& operator/=(const Dual& b) {
+        const double q = v / b.v;
+        const double r = 1.0 / b.v;
+        for (std::size_t i = 0; i < N; ++i) d[i] = (d[i] - q * b.d[i]) * r;
+        v = q;
+        return *this;
+    }
+    Dual& operator+=(double b) {
+        v += b;
+        return *this;
+    }
+    Dual& operator-=(double b) {
+        v -= b;
+        return *this;
+    }
+    Dual& operator*=(double b) {
+        v *= b;
+        for (std::size_t i = 0; i < N; ++i) d[i] *= b;
+        return *this;
+    }
+    Dual& operator/=(double b) {
+        v /= b;
+        for (std::size_t i = 0; i < N; ++i) d[i] /= b;
+        return *this;
+    }
+};
+
+// The value of a number, double or dual.
+inline double value(double x) { return x; }
+template <std::size_t N>
+double value(const Dual<N>& x) {
+    return x.v;
+}
+
+// A dual whose derivative is `slope` times that of `x`, with value `fx`
+// (the chain rule for a function of one argument).
+template <std::size_t N>
+Dual<N> chain(const Dual<N>& x, double fx, double slope) {
+    Dual<N> y(fx);
+    for (std::size_t i = 0; i < N; ++i) y.d[i] = slope * x.d[i];
+    return y;
+}
+
+template <std::size_t N>
+Dual<N> operator-(const Dual<N>& a) {
+    return chain(a, -a.v, -1.0);
+}
+template <std::size_t N>
+Dual<N> operator+(Dual<N> a, const Dual<N>& b) {
+    return a += b;
+}
+template <std::size_t N>
+Dual<N> operator-(Dual<N> a, const Dual<N>& b) {
+    return a -= b;
+}
+template <std::size_t N>
+Dual<N> operator*(Dual<N> a, const Dual<N>& b) {
+    return a *= b;
+}
+template <std::size_t N>
+Dual<N> operator/(Dual<N> a, const Dual<N>& b) {
+    return a /= b;
+}
+template <std::size_t N>
+Dual<N> operator+(Dual<N> a, double b) {
+    return a += b;
+}
+template <std::size_t N>
+Dual<N> operator+(double a, Dual<N> b) {
+    return b += a;
+}
+template <std::size_t N>
+Dual<N> operator-(Dual<N> a, double b) {
+    return a -= b;
+}
+template <std::size_t N>
+Dual<N> operator-(double a, const Dual<N>& b) {
+    return chain(b, a - b.v, -1.0);
+}
+template <std::size_t N>
+Dual<N> operator*(Dual<N> a, double b) {
+    return a *= b;
+}
+template <std::size_t N>
+Dual<N> operator*(double a, Dual<N> b) {
+    return b *= a;
+}
+template <std::size_t N>
+Dual<N> operator/(Dual<N> a, double b) {
+    return a /= b;
+}
+template <std::size_t N>
+Dual<N> operator/(double a, const Dual<N>& b) {
+    const double q = a / b.v;
+    return chain(b, q, -q / b.v);
+}
+
+template <std::size_t N>
+Dual<N> exp(const Dual<N>& x) {
+    const double e = std::exp(x.v);
+    return chain(x, e, e);
+}
+template <std::size_t N>
+Dual<N> log(const Dual<N>& x) {
+    return chain(x, std::log(x.v), 1.0 / x.v);
+}
+// sqrt; at 0 the gradient is taken as 0 (the calculation meets sqrt(0) only
+// for a salinity of 0 that is held fixed, as in the freshwater set).
+template <std::size_t N>
+Dual<N> sqrt(const Dual<N>& x) {
+    const double r = std::sqrt(x.v);
+    return chain(x, r, r > 0.0 ? 0.5 / r : 0.0);
+}
+// x^p for a constant exponent p; 0 gradient at x = 0 as for sqrt.
+template <std::size_t N>
+Dual<N> pow(const Dual<N>& x, double p) {
+    const double y = std::pow(x.v, p);
+    return chain(x, y, x.v != 0.0 ? p * y / x.v : 0.0);
+}
+// a^x for a constant base a > 0.
+template <std::size_t N>
+Dual<N> pow(double a, const Dual<N>& x) {
+    const double y = std::pow(a, x.v);
+    return chain(x, y, y * std::log(a));
+}
+
+}  // namespace brinora::ad
