@@ -125,6 +125,9 @@ def _by_name(df, columns, items, results, validate, threads):
     """Results of the rows of ``df`` with inputs from the named columns."""
     inputs = {}
     for name, column in columns.items():
+        if not isinstance(column, str):  # a number for every row
+            inputs[name] = column
+            continue
         if column not in df.columns:
             raise ValueError(f"{name}: the DataFrame has no column {column!r}; its columns: "
                              f"{', '.join(map(str, df.columns))}")
@@ -141,8 +144,8 @@ def compute(df, salinity=None, temperature=None, pressure=None, phosphate=None, 
             *, ta=None, tco2=None, ph=None, fco2=None, pco2=None, temperature_out=None,
             pressure_out=None, wind_speed=None, pco2_air=None, constants=None, khso4=None,
             ph_scale=None, flux=None, results=None, validate=True, threads=None):
-    """Results of the rows of ``df`` with inputs from the columns named (a
-    DataFrame of the results and ``status``), or, with no column named, the
+    """Results of the rows of ``df`` with inputs from the columns named, or
+    numbers for every row (a DataFrame of the results and ``status``), or, with no column named, the
     output records of a DataFrame in the batch layout (see the module's
     text). ``results`` and ``validate`` as for brinora.compute (the batch
     layout computes every result, as the program does)."""
