@@ -8,7 +8,8 @@ TEOS-10 functions used (IOC, SCOR and IAPSO, 2010, The international
 thermodynamic equation of seawater 2010):
   p_from_z        sea pressure [dbar] from height z [m] (negative below the surface) and latitude
   SA_from_SP      Absolute Salinity [g/kg] from Practical Salinity, pressure, longitude, latitude
-  SP_from_SA      its inverse; SR_from_SP / SP_from_SR without the location (no anomaly)
+  SP_from_SA      its inverse; SR_from_SP / SP_from_SR without the location, or where
+                  the atlas of the anomaly has no value (south of about 86 S): no anomaly
   CT_from_pt      Conservative Temperature [degC] from potential temperature (0 dbar reference)
   t_from_CT       in-situ temperature [degC] from Conservative Temperature at a pressure
   rho_t_exact     in-situ density [kg m-3] from Absolute Salinity, in-situ temperature, pressure
@@ -97,12 +98,31 @@ class Input:
         return f"{self.name} ({self.source})" if self.source != self.name else self.name
 
 
-def _teos(function, *args):
-    """A TEOS-10 function applied element by element, lazily on dask."""
+def absolute_from_practical(practical, pressure, longitude, latitude):
+    """Absolute Salinity [g/kg] (gsw.SA_from_SP); where the TEOS-10 atlas has
+    no anomaly (south of about 86 S), the Reference Salinity (gsw.SR_from_SP)."""
     import gsw
 
-    return xr.apply_ufunc(getattr(gsw, function), *args, dask="parallelized",
-                          output_dtypes=[np.float64])
+    absolute = gsw.SA_from_SP(practical, pressure, longitude, latitude)
+    return np.where(np.isnan(absolute), gsw.SR_from_SP(practical), absolute)
+
+
+def practical_from_absolute(absolute, pressure, longitude, latitude):
+    """Practical Salinity (gsw.SP_from_SA); where the TEOS-10 atlas has no
+    anomaly, from the Absolute Salinity as Reference Salinity (gsw.SP_from_SR)."""
+    import gsw
+
+    practical = gsw.SP_from_SA(absolute, pressure, longitude, latitude)
+    return np.where(np.isnan(practical), gsw.SP_from_SR(absolute), practical)
+
+
+def _teos(function, *args):
+    """A TEOS-10 function (of gsw, or of this module) applied element by
+    element, lazily on dask."""
+    import gsw
+
+    apply = globals()[function] if function in globals() else getattr(gsw, function)
+    return xr.apply_ufunc(apply, *args, dask="parallelized", output_dtypes=[np.float64])
 
 
 def _scaled(value, scale, offset):
@@ -214,7 +234,7 @@ class Converter:
             self._absolute = absolute
             self.notes.append(f"salinity: {item.source}, {kind}, to Practical Salinity with "
                               "TEOS-10 gsw.SP_from_SA at the pressure and location")
-            return _teos("SP_from_SA", absolute, pressure, self.longitude.value,
+            return _teos("practical_from_absolute", absolute, pressure, self.longitude.value,
                          self.latitude.value)
         self._absolute = absolute
         self.notes.append(f"salinity: {item.source}, {kind}, to Practical Salinity with TEOS-10 "
@@ -225,8 +245,8 @@ class Converter:
         """Absolute Salinity [g/kg] for the TEOS-10 conversions."""
         if self._absolute is None:
             if self.latitude is not None and self.longitude is not None:
-                self._absolute = _teos("SA_from_SP", practical, pressure, self.longitude.value,
-                                       self.latitude.value)
+                self._absolute = _teos("absolute_from_practical", practical, pressure,
+                                       self.longitude.value, self.latitude.value)
             else:
                 self._absolute = _teos("SR_from_SP", practical)
         return self._absolute
