@@ -61,8 +61,7 @@ import brinora
 from . import _cf
 from ._version import __version__
 
-_INPUTS = ("salinity", "temperature", "pressure", "phosphate", "silicate", "temperature_out",
-           "pressure_out", "ta", "tco2", "ph", "fco2", "pco2", "wind_speed", "pco2_air")
+_INPUTS = brinora.INPUT_NAMES
 _FLUX_RESULTS = ("co2_flux", "co2_flux_out", "pco2_air", "wind_speed")
 
 
