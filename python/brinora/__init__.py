@@ -77,7 +77,7 @@ STATUS_MESSAGES = _CORE_MESSAGES + tuple(
     f"refused: {word} is masked (a missing value)" for word in _WORDS) + tuple(
     f"refused: {_WORDS[INPUT_NAMES.index(name)]} is outside {_range_text(name)}, "
     "which no seawater has" for name in _CHECKED) + (
-    "refused: the calculation gave no number for the sample",)
+    "some results are not a number (the calculation gave NaN; the others are kept)",)
 
 # Menus of the four options, as the compiled core numbers them.
 _MENUS = {"constants": 0, "khso4": 1, "ph_scale": 2, "flux": 3}
@@ -142,9 +142,10 @@ class Result(dict):
     ``RESULT_NAMES`` asked for (units and descriptions in
     ``brinora.QUANTITIES``), and ``"status"``, an int8 array: 0 where the
     sample was computed, otherwise the code of the reason it was refused,
-    ``STATUS_MESSAGES[code]``. The results of a refused sample are NaN, and a
-    sample with a NaN result is never status 0. ``options`` holds the menu
-    items used.
+    ``STATUS_MESSAGES[code]``. The results of a refused sample are NaN. A
+    sample with a NaN result is never status 0: its status is ``NO_NUMBER``
+    and its other results are those the program prints. ``options`` holds
+    the menu items used.
     """
 
     def __init__(self, values, options):
@@ -350,8 +351,10 @@ def compute(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=No
 
     Returns a :class:`Result`. A sample the calculation refuses (salinity or
     temperature missing, a chosen parameter negative, an input NaN,
-    infinite, masked or outside seawater, a result that is no number) has
-    NaN results and its reason in ``status``; the others are not affected.
+    infinite, masked or outside seawater) has NaN results and its reason in
+    ``status``; the others are not affected. A sample with a result that is
+    NaN (a fill value of 1e20 with ``validate=False``; a salinity of 0 with
+    constant sets that take its logarithm) has status ``NO_NUMBER``.
     """
     parameters = {"ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2, "pco2": pco2}
     given = [name for name, value in parameters.items() if value is not None]
@@ -406,7 +409,6 @@ def compute(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=No
         no_number |= np.isnan(out[name])
     no_number &= status == 0
     status[no_number] = NO_NUMBER
-    refused |= no_number
     if refused.any():
         for name in names:
             out[name][refused] = np.nan

@@ -117,10 +117,15 @@ def test_status_never_zero_with_nan_results():
     # A fill value of 1e20 is finite in single precision: the calculation gives NaN.
     r = brinora.compute([35.0, 1e20], 10.0, ta=2300, tco2=2000, validate=False, **BASE)
     assert r["status"][0] == 0
+    assert r["status"][1] == brinora.NO_NUMBER
     assert brinora.STATUS_MESSAGES[r["status"][1]] == \
-        "refused: the calculation gave no number for the sample"
-    for name in brinora.RESULT_NAMES:
-        assert np.isnan(r[name][1]), name
+        "some results are not a number (the calculation gave NaN; the others are kept)"
+    assert np.isnan(r["ph"][1]) and np.isnan(r["omega_aragonite"][1])
+    assert r["salinity"][1] == np.float32(1e20)  # as the program prints it
+    # A salinity of 0 with the constants of Roy et al. (set 6): some results are NaN.
+    r = brinora.compute(0.0, 29.1, 0, 1.78, ta=1891.8307, fco2=578.86, temperature_out=16,
+                        constants=6, validate=False)
+    assert r["status"] == brinora.NO_NUMBER and np.isnan(r["omega_aragonite"])
     r = brinora.compute([35.0, 1e20], 10.0, ta=2300, tco2=2000, **BASE)
     assert r.reasons()[1] == "refused: the salinity is outside 0..50, which no seawater has"
 
