@@ -80,5 +80,10 @@ def test_worker_that_cannot_import_brinora_fails_the_client(tmp_path):
                                r"import brinora: ModuleNotFoundError: No module named 'brinora'$"):
                 brinora.xarray.compute(small_grid().chunk({"lev": 2}), **ARGS, **OPTIONS)
         finally:
-            worker.terminate()
-            worker.wait(timeout=60)
+            # The worker leaves the scheduler on its own, then its process ends.
+            client.retire_workers(list(client.scheduler_info()["workers"]), close_workers=True)
+            try:
+                worker.wait(timeout=60)
+            except subprocess.TimeoutExpired:
+                worker.terminate()
+                worker.wait(timeout=60)
