@@ -1,6 +1,9 @@
 # Brinora: set-up, build, test and run on a Debian machine.
 #   make run            install what is missing, build, run the example job
 #   make test           install what is missing, build, run every test
+#   make test-pip       pip install . into a fresh virtual environment, offline,
+#                       and check the installed Python module (a full build of
+#                       the module: about 2 minutes on 2 cores)
 #   make test-sanitize  every test again, built with AddressSanitizer and UBSan
 #   make fuzz           build the fuzz targets (clang, libFuzzer) and run each
 #                       for FUZZ_SECONDS seconds
@@ -15,7 +18,7 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 # Debian packages the build and the tests need.
 PACKAGES := cmake make g++ libgtest-dev libgmock-dev libbenchmark-dev libcli11-dev qt6-base-dev qt6-svg-dev xvfb xauth \
   pybind11-dev python3-dev python3-numpy python3-pandas python3-xarray python3-dask python3-distributed \
-  python3-netcdf4 python3-pytest locales
+  python3-netcdf4 python3-pint python3-gsw python3-zarr python3-pytest locales
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
@@ -31,7 +34,7 @@ SANITIZE_ENV := ASAN_OPTIONS=halt_on_error=1:abort_on_error=1:detect_leaks=1:str
   UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
   LSAN_OPTIONS=suppressions=$(CURDIR)/tests/sanitizer/lsan.supp:print_suppressions=0
 
-.PHONY: all deps configure build test run clean gui screenshots test-sanitize fuzz fuzz-deps fuzz-build fuzz-long
+.PHONY: all deps configure build test test-pip run clean gui screenshots test-sanitize fuzz fuzz-deps fuzz-build fuzz-long
 
 all: build
 
@@ -54,6 +57,12 @@ build: configure
 
 test: build
 	ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
+
+# The Python package as pip installs it (pyproject.toml, setup.py), from
+# Debian's python3 into a virtual environment that sees Debian's packages.
+test-pip: deps
+	@$(MAKE) --no-print-directory deps PACKAGES="python3-venv python3-pip python3-setuptools python3-wheel"
+	tests/python/pip_install.sh
 
 run: build
 	$(BUILD_DIR)/cli/brinora calc --salinity 35 --temperature 25 --pressure 0 \

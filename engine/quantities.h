@@ -52,7 +52,7 @@ struct Quantity {
     std::string_view resultName;    // name of the result in brinora.compute; "" when none
     std::string_view words;         // how messages name the input ("the salinity")
     std::string_view cfUnits;       // UDUNITS string ("umol kg-1"), "1" when dimensionless
-    std::string_view longName;      // CF long_name
+    std::string_view longName;      // CF long_name; "{scale}" stands for the pH scale's name
     std::string_view standardName;  // CF standard_name, "" when CF has none
 
     // Graph and desktop program.
@@ -62,6 +62,16 @@ struct Quantity {
     bool depthLike = false;       // pressure: plotted increasing downwards
     std::string_view formLabel;   // label of the desktop program's field, "" when it has none
     std::string_view formUnit;    // unit beside that field when it is not displayUnit
+
+    // Sample inputs: what kind of physical quantity it is (which units a
+    // front may convert it from: "salinity", "temperature", "pressure",
+    // "content", "ph", "gas", "speed"), the range seawater can have (a value
+    // outside it is flagged; min > max: no check), the column header of the
+    // example batch input file.
+    std::string_view kind;
+    float plausibleMin = 1.0f;
+    float plausibleMax = 0.0f;
+    std::string_view batchHeader;
 };
 
 // Every quantity, results first in the order of brinora.compute's results,

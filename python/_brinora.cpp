@@ -209,6 +209,12 @@ PYBIND11_MODULE(_brinora, m) {
                             : q.conditions == Conditions::kOutput ? "output"
                                                                   : "";
         row["record_header"] = std::string(q.header);
+        row["kind"] = std::string(q.kind);
+        row["check"] = q.plausibleMin <= q.plausibleMax
+                           ? py::object(py::make_tuple(static_cast<double>(q.plausibleMin),
+                                                       static_cast<double>(q.plausibleMax)))
+                           : py::object(py::none());
+        row["batch_header"] = std::string(q.batchHeader);
         row["record_column"] = q.recordColumn;
         table.append(row);
     }

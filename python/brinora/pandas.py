@@ -1,18 +1,36 @@
-"""Brinora on pandas DataFrames in the layout of a batch input file.
+"""Brinora on pandas DataFrames: columns mapped by name, or the layout of a
+batch input file.
 
-    >>> import brinora.pandas as bp
-    >>> df = bp.read_batch_csv("cruise.csv")
-    >>> records = bp.compute(df, constants=13, khso4=1, ph_scale=1, flux=1)
+    >>> import pandas as pd, brinora.pandas as bp
+    >>> df = pd.DataFrame({"sal": [34.0, 35.0], "temp": [10.0, 25.0],
+    ...                    "alk": [2300.0, 2300.0], "dic": [2000.0, pd.NA]}).astype("Float64")
+    >>> out = bp.compute(df, salinity="sal", temperature="temp", ta="alk", tco2="dic",
+    ...                  results=["ph", "omega_aragonite"], constants=13)
+    >>> out.round(3)
+          ph  omega_aragonite  status
+    0  8.291            3.168       0
+    1    NaN              NaN      44
+    >>> bp.reason(out.status)[1]
+    'refused: TCO2 is masked (a missing value)'
 
-The DataFrame has the batch file's 21 columns, by position (sample id, name,
-time, date, latitude, longitude, salinity, temperature, pressure, total P,
-total Si, output temperature, output pressure, TA, TCO2, pH, fCO2, pCO2,
-pCO2 of the air, wind speed in m/s, comment). ``compute`` returns one row per
-sample with the output record's 53 columns and the numbers that ``brinora
-batch`` writes, plus a ``Status`` column: "" for a computed sample, or the
-message for the sample in the program's words. Unlike the batch run, a bad
-line does not stop the others: its numbers are NaN. A line whose sample id is
-empty has no record, as in the batch run.
+``compute(df, salinity="sal", temperature="temp", ta="alk", tco2="dic", ...)``
+takes each input from the column of that name (brinora.compute's units and
+rules: exactly two carbonate parameters, wind_speed and pco2_air both or
+neither) and returns one row per row of ``df`` (same index) with a column per
+result and ``status``. Missing values of pandas' nullable dtypes (Float64,
+Int64, ...) are masked values with a status of their own.
+
+``compute(df)`` with no column named takes a DataFrame in the layout of a
+batch input file, its 21 columns found by their header names
+(``BATCH_COLUMNS``, in any order): sample id, name, time, date, latitude,
+longitude, salinity, temperature, pressure, total P, total Si, output
+temperature, output pressure, TA, TCO2, pH, fCO2, pCO2, pCO2 of the air,
+wind speed in m/s, comment. It returns one row per sample with the output
+record's 53 columns (names without the file's leading spaces) and the
+numbers that ``brinora batch`` writes, plus a ``Status`` column: "" for a
+computed sample, or the message for the sample in the program's words.
+Unlike the batch run, a bad line does not stop the others: its numbers are
+NaN. A line whose sample id is empty has no record, as in the batch run.
 
 Reading CSV text: ``read_batch_csv`` reads the number columns with
 ``float_precision="round_trip"``, pandas' correctly rounded parser, so that
@@ -28,17 +46,16 @@ import numpy as np
 import pandas as pd
 
 import brinora
+from ._quantities import QUANTITIES
 
-#: The batch input file's column names (the header of examples/cruise.csv);
-#: only their positions matter.
-BATCH_COLUMNS = ["SampleID", "Name", "Time", "Date", "Latitude", "Longitude", "Salinity",
-                 "Temperature (C)", "Pressure (dbar)", "Total P (umol/kg)", "Total Si (umol/kg)",
-                 "Temperature out (C)", "Pressure out (dbar)", "TA (umol/kg)", "TCO2 (umol/kg)",
-                 "pH (total)", "fCO2 (uatm)", "pCO2 (uatm)", "pCO2 air (uatm)",
-                 "Wind speed (m/s)", "Comment"]
+_TEXT_COLUMNS = ["SampleID", "Name", "Time", "Date", "Latitude", "Longitude"]
+#: The batch input file's column names (the header of examples/cruise.csv).
+BATCH_COLUMNS = _TEXT_COLUMNS + [QUANTITIES[n].batch_header for n in brinora.INPUT_NAMES] + [
+    "Comment"]
 
-#: The output record's 53 column names, as in the output file's header line.
-RECORD_COLUMNS = (
+#: The output record's 53 column names, as in the output file's header line
+#: (without the spaces that start some of them there).
+RECORD_COLUMNS = [name.strip() for name in (
     "SampleID,Name,Time,Date,Latitude (decimal degrees),Longitude (decimal degrees),"
     "Salinity (ppt),Temperature(C),Pressure (dbars),Total P (micromol/kgSW),"
     "Total Si (micromol/kgSW),TA (micromol/kgSW),TCO2 (micromol/kgSW),pH,fCO2 (microatm),"
@@ -50,12 +67,11 @@ RECORD_COLUMNS = (
     "OH out (micromol/kgSW),P Alk out (micromol/kgSW),Si Alk out (micromol/kgSW),Revelle out,"
     "O Ca out,O Ar out,xCO2 out (dry at 1 atm) (ppm),pCO2_air,Windspeed,CO2Flux in,"
     "CO2Flux out,CO2Constants, KHSO4, pH Scale, Air-Sea Flux, Windspeed Units, Comment"
-).split(",")
+).split(",")]
 
 _TEXT = [0, 1, 2, 3, 4, 5, 20]
 _NUMBERS = list(range(6, 20))
-_INPUTS = ("salinity", "temperature", "pressure", "phosphate", "silicate", "temperature_out",
-           "pressure_out", "ta", "tco2", "ph", "fco2", "pco2", "pco2_air", "wind_speed")
+_INPUTS = brinora.INPUT_NAMES
 # Record columns 12..27 and 30..43 from the results.
 _RESULTS_IN = ["ta", "tco2", "ph", "fco2", "pco2", "bicarbonate", "carbonate", "dissolved_co2",
                "borate_alkalinity", "hydroxide", "phosphate_alkalinity", "silicate_alkalinity",
@@ -76,28 +92,79 @@ _EMPTY_PAIRS = [(13, 14), (13, 15), (13, 16), (13, 17), (14, 15), (14, 16), (14,
 
 def read_batch_csv(path, **kwargs):
     """A batch input file as a DataFrame: text columns as read (empty text
-    stays ""), number columns as correctly rounded float64 (empty: NaN)."""
-    text = {i: str for i in _TEXT}
-    return pd.read_csv(path, header=0, usecols=range(21), dtype=text, keep_default_na=False,
-                       na_values={i: [""] for i in _NUMBERS}, float_precision="round_trip",
-                       **kwargs)
+    stays ""), number columns as correctly rounded float64 (empty: NaN),
+    each found by its header name."""
+    text = {BATCH_COLUMNS[i]: str for i in _TEXT}
+    return pd.read_csv(path, header=0, dtype=text, keep_default_na=False,
+                       na_values={BATCH_COLUMNS[i]: [""] for i in _NUMBERS},
+                       float_precision="round_trip", **kwargs)
 
 
 def _text(column):
     return column.fillna("").astype(str)
 
 
-def compute(df, constants=None, khso4=None, ph_scale=None, flux=None, threads=None):
-    """Output records of the samples of ``df`` (see the module's text)."""
-    if df.shape[1] != 21:
-        raise ValueError(f"a batch DataFrame has 21 columns, not {df.shape[1]}")
+def reason(status):
+    """The messages of status codes (an array of str)."""
+    return np.asarray(brinora.STATUS_MESSAGES, dtype=object)[np.asarray(status)]
+
+
+def _batch_layout(df):
+    """The 21 batch columns of ``df`` in the file's order, found by their
+    header names (surrounding spaces ignored)."""
+    by_name = {str(column).strip(): column for column in df.columns}
+    missing = [name for name in BATCH_COLUMNS if name not in by_name]
+    if missing:
+        raise ValueError("a DataFrame in the batch layout has the columns "
+                         f"{', '.join(BATCH_COLUMNS)}; missing: {', '.join(missing)} (or name "
+                         "the input columns: compute(df, salinity=..., temperature=..., ...))")
+    return df[[by_name[name] for name in BATCH_COLUMNS]]
+
+
+def _by_name(df, columns, items, results, validate, threads):
+    """Results of the rows of ``df`` with inputs from the named columns."""
+    inputs = {}
+    for name, column in columns.items():
+        if not isinstance(column, str):  # a number for every row
+            inputs[name] = column
+            continue
+        if column not in df.columns:
+            raise ValueError(f"{name}: the DataFrame has no column {column!r}; its columns: "
+                             f"{', '.join(map(str, df.columns))}")
+        inputs[name] = df[column]
+    for name in ("salinity", "temperature"):
+        if name not in inputs:
+            raise ValueError(f"{name}: a column is needed")
+    result = brinora.compute(**inputs, **items, results=results, validate=validate,
+                             threads=threads)
+    return result.to_dataframe(index=df.index)
+
+
+def compute(df, salinity=None, temperature=None, pressure=None, phosphate=None, silicate=None,
+            *, ta=None, tco2=None, ph=None, fco2=None, pco2=None, temperature_out=None,
+            pressure_out=None, wind_speed=None, pco2_air=None, constants=None, khso4=None,
+            ph_scale=None, flux=None, results=None, validate=True, threads=None):
+    """Results of the rows of ``df`` with inputs from the columns named, or
+    numbers for every row (a DataFrame of the results and ``status``), or, with no column named, the
+    output records of a DataFrame in the batch layout (see the module's
+    text). ``results`` and ``validate`` as for brinora.compute (the batch
+    layout computes every result, as the program does)."""
+    columns = {name: value for name, value in {
+        "salinity": salinity, "temperature": temperature, "pressure": pressure,
+        "phosphate": phosphate, "silicate": silicate, "temperature_out": temperature_out,
+        "pressure_out": pressure_out, "ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2,
+        "pco2": pco2, "wind_speed": wind_speed, "pco2_air": pco2_air}.items() if value is not None}
     items = brinora.option_items(constants, khso4, ph_scale, flux)
+    if columns:
+        return _by_name(df, columns, items, results, validate, threads)
+    df = _batch_layout(df)
     ids = _text(df.iloc[:, 0])
     df = df[ids != ""]
     numbers = {}
     empty = {}
     for field, name in zip(_NUMBERS, _INPUTS):
-        column = pd.to_numeric(df.iloc[:, field], errors="coerce").to_numpy(np.float64)
+        column = pd.to_numeric(df.iloc[:, field], errors="coerce").to_numpy(np.float64,
+                                                                            na_value=np.nan)
         empty[field] = np.isnan(column)
         numbers[name] = np.where(empty[field], 0.0, column)
     carbonate = {name: numbers.pop(name) for name in brinora.PARAMETERS}
@@ -174,7 +241,7 @@ def _compute_rows(numbers, carbonate, items, threads):
         rows = np.flatnonzero((first == a) & (second == b))
         pair = {names[a]: carbonate[names[a]][rows], names[b]: carbonate[names[b]][rows]}
         part = brinora.compute(**{k: v[rows] for k, v in numbers.items()}, **pair, **items,
-                               threads=threads)
+                               validate=False, threads=threads)
         for name, values in part.items():
             results[name][rows] = values
     return results
@@ -187,7 +254,7 @@ def compute_dask(paths, blocksize="64MB", **options):
     import dask.dataframe as dd
 
     text = {name: str for i, name in enumerate(BATCH_COLUMNS) if i in _TEXT}
-    frame = dd.read_csv(paths, header=0, names=BATCH_COLUMNS, usecols=range(21), dtype={
+    frame = dd.read_csv(paths, header=0, dtype={
         **text, **{name: "float64" for i, name in enumerate(BATCH_COLUMNS) if i in _NUMBERS}},
         keep_default_na=False, na_values={BATCH_COLUMNS[i]: [""] for i in _NUMBERS},
         float_precision="round_trip", blocksize=blocksize)

@@ -44,7 +44,8 @@ def test_records_equal_batch_output(tmp_path, cli):
                    check=True, capture_output=True, timeout=120)
     theirs = pd.read_csv(target, dtype=str, keep_default_na=False)
     ours = bp.compute(bp.read_batch_csv(source), **OPTIONS)
-    assert list(theirs.columns) == bp.RECORD_COLUMNS
+    assert [c.strip() for c in theirs.columns] == bp.RECORD_COLUMNS
+    assert " KHSO4" in theirs.columns and "KHSO4" in ours.columns
     assert len(ours) == len(theirs) == 360 - 8
     assert (ours["Status"] == "").all()
     for i, name in enumerate(bp.RECORD_COLUMNS):
@@ -52,7 +53,7 @@ def test_records_equal_batch_output(tmp_path, cli):
             text = ["" if np.isnan(v) else "%.3f" % float(v) for v in ours[name]]
             assert text == list(theirs[name]), name
         else:
-            assert list(ours[name]) == list(theirs[name]), name
+            assert list(ours[name]) == list(theirs[name if name in theirs else " " + name]), name
 
 
 def test_bad_rows_are_marked_not_fatal():

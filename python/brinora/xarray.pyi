@@ -1,0 +1,22 @@
+# Type hints of brinora.xarray.
+from typing import Any, Iterable, Mapping, Optional, Sequence, Union
+
+import xarray as xr
+
+from . import Result
+
+Input = Union[str, xr.DataArray, float, None]
+
+class ConversionWarning(UserWarning): ...
+
+def check_workers(client: Any = None) -> None: ...
+def compute(ds: xr.Dataset, salinity: Input = "so", temperature: Input = "thetao",
+            pressure: Input = None, phosphate: Input = None, silicate: Input = None, *,
+            ta: Input = None, tco2: Input = None, ph: Input = None, fco2: Input = None,
+            pco2: Input = None, temperature_out: Input = None, pressure_out: Input = None,
+            wind_speed: Input = None, pco2_air: Input = None, latitude: Input = None,
+            longitude: Input = None, units: Optional[Mapping[str, str]] = None,
+            results: Union[str, Iterable[str], None] = None, validate: bool = True,
+            threads: Optional[int] = None, **options: Union[int, str]) -> xr.Dataset: ...
+def result_dataset(result: Result, dims: Union[str, Sequence[str], None] = None,
+                   coords: Optional[Mapping[str, Any]] = None) -> xr.Dataset: ...
