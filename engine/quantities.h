@@ -38,40 +38,40 @@ struct Quantity {
     int recordColumn = 0;  // 1-based column of the output record; 0 when not in the record
     RecordFormat recordFormat = RecordFormat::kFixed3;
     std::uint32_t fallbackSlot = 0;  // for kInputWhenZero
-    std::string_view header;         // name in the output file's header line
-    std::string_view dictKey;        // key in the "Dict" record and the preview table; "" when none
+    std::string_view header{};         // name in the output file's header line
+    std::string_view dictKey{};        // key in the "Dict" record and the preview table; "" when none
     std::array<std::string_view, 2> kmlPlaceholders{};  // placeholders of the placemark it fills
 
     // Command line.
-    std::string_view flag;   // `calc` option of an input ("--salinity"); "" for results
-    std::string_view label;  // `calc` table row of a result, or the help text of an input
-    std::string_view unit;   // unit as the command line prints it (ASCII), "" when none
+    std::string_view flag{};   // `calc` option of an input ("--salinity"); "" for results
+    std::string_view label{};  // `calc` table row of a result, or the help text of an input
+    std::string_view unit{};   // unit as the command line prints it (ASCII), "" when none
 
     // Python module and CF attributes.
-    std::string_view inputName;     // keyword of the input in brinora.compute; "" when none
-    std::string_view resultName;    // name of the result in brinora.compute; "" when none
-    std::string_view words;         // how messages name the input ("the salinity")
-    std::string_view cfUnits;       // UDUNITS string ("umol kg-1"), "1" when dimensionless
-    std::string_view longName;      // CF long_name; "{scale}" stands for the pH scale's name
-    std::string_view standardName;  // CF standard_name, "" when CF has none
+    std::string_view inputName{};     // keyword of the input in brinora.compute; "" when none
+    std::string_view resultName{};    // name of the result in brinora.compute; "" when none
+    std::string_view words{};         // how messages name the input ("the salinity")
+    std::string_view cfUnits{};       // UDUNITS string ("umol kg-1"), "1" when dimensionless
+    std::string_view longName{};      // CF long_name; "{scale}" stands for the pH scale's name
+    std::string_view standardName{};  // CF standard_name, "" when CF has none
 
     // Graph and desktop program.
-    std::string_view graphKey;    // menu and settings name of the graph column, "" when not plotted
-    std::string_view graphTitle;  // axis title with Unicode sub- and superscripts
-    std::string_view displayUnit; // unit with Unicode symbols ("µmol/kg"), "" when none
+    std::string_view graphKey{};    // menu and settings name of the graph column, "" when not plotted
+    std::string_view graphTitle{};  // axis title with Unicode sub- and superscripts
+    std::string_view displayUnit{}; // unit with Unicode symbols ("µmol/kg"), "" when none
     bool depthLike = false;       // pressure: plotted increasing downwards
-    std::string_view formLabel;   // label of the desktop program's field, "" when it has none
-    std::string_view formUnit;    // unit beside that field when it is not displayUnit
+    std::string_view formLabel{};   // label of the desktop program's field, "" when it has none
+    std::string_view formUnit{};    // unit beside that field when it is not displayUnit
 
     // Sample inputs: what kind of physical quantity it is (which units a
     // front may convert it from: "salinity", "temperature", "pressure",
     // "content", "ph", "gas", "speed"), the range seawater can have (a value
     // outside it is flagged; min > max: no check), the column header of the
     // example batch input file.
-    std::string_view kind;
+    std::string_view kind{};
     float plausibleMin = 1.0f;
     float plausibleMax = 0.0f;
-    std::string_view batchHeader;
+    std::string_view batchHeader{};
 };
 
 // Every quantity, results first in the order of brinora.compute's results,

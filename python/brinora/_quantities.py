@@ -2,32 +2,10 @@
 result of brinora.compute its units, long name, CF standard name, what kind
 of physical quantity it is (which decides how the xarray front reads and
 converts an input's units), the range a seawater sample can have (checked by
-brinora.check) and its column in a batch input file.
+brinora.check) and its column in a batch input file, all read from Brinora's one
+quantity table (the compiled module's ``QUANTITY_TABLE``), which the command
+line, the output record, the graph and the desktop program read too.
 
-<<<<<<< HEAD
-They come from Brinora's one quantity table (the compiled module's
-``QUANTITY_TABLE``), which the command line, the output record, the graph and
-the desktop program read too. Units are those of the output record: amounts
-of substance in micromol per kilogram of seawater, fCO2 and pCO2 in
-microatmosphere, xCO2 in ppm (dry air at 1 atm), pressure in decibar,
-temperature in degrees Celsius.
-"""
-
-from . import _brinora
-
-#: result name: (units, long name, CF standard name or None)
-QUANTITIES = {
-    row["result_name"]: (row["units"], row["long_name"], row["standard_name"] or None)
-    for row in _brinora.QUANTITY_TABLE
-    if row["result_name"]
-}
-
-#: input name: (units, long name, CF standard name or None)
-INPUT_QUANTITIES = {
-    row["input_name"]: (row["units"], row["long_name"], row["standard_name"] or None)
-    for row in _brinora.QUANTITY_TABLE
-    if row["input_name"]
-=======
 Units are those of Brinora's output record, written as UDUNITS strings (CF
 conventions): amounts of substance in micromol per kilogram of seawater, fCO2
 and pCO2 in microatmosphere, xCO2 in parts per million (dry air at 1 atm),

@@ -101,7 +101,9 @@ TEST(Quantities, HelpBookListsEveryRecordColumn) {
         const std::size_t at = page.find(row);
         ASSERT_NE(at, std::string::npos) << row;
         const std::string content = page.substr(at + row.size(), page.find("</td>", at + row.size()) - at - row.size());
-        if (!q.displayUnit.empty()) EXPECT_NE(content.find(q.displayUnit), std::string::npos) << content;
+        if (!q.displayUnit.empty()) {
+            EXPECT_NE(content.find(q.displayUnit), std::string::npos) << content;
+        }
     }
 }
 
