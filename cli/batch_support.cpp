@@ -217,10 +217,12 @@ int applyOptions(Session& session, const OptionFlags& flags) {
         if (session.ui.selectedIndex(menu.menu) != 0) continue;
         const OptionFlagInfo& info = menu.info;
         const std::string key(info.settingsKey);
+        const std::string problem = storedSettingsProblem();
         const std::string stored =
             session.defaults.value(info.settingsKey)
                 ? "the stored setting \"" + key + "\" in " + session.settingsLocation + " is 0, which chooses nothing"
-                : "there is no stored setting \"" + key + "\" in " + session.settingsLocation;
+            : !problem.empty() ? "the settings file " + session.settingsLocation + " cannot be read: " + problem
+                               : "there is no stored setting \"" + key + "\" in " + session.settingsLocation;
         std::fprintf(stderr, "hint: choose %s with %s 1..%d or a title (not given on the command line, and %s)\n",
                      info.what, info.name, info.lastItem(), stored.c_str());
     }
