@@ -95,9 +95,8 @@ const PlaceholderSource* findPlaceholder(std::string_view candidate) {
 
 namespace {
 
-// Length of the UTF-8 sequence at the start of `bytes` when it is a
-// character XML 1.0 allows (U+0080 and above, but for U+FFFE and U+FFFF);
-// 0 for a byte that starts no such character.
+// Length of the well-formed UTF-8 sequence at the start of `bytes` (U+0080
+// and above); 0 for a byte that starts none.
 std::size_t xmlCharacterLength(const unsigned char* bytes, std::size_t size) {
     const unsigned char lead = bytes[0];
     std::size_t length = 0;
@@ -121,8 +120,12 @@ std::size_t xmlCharacterLength(const unsigned char* bytes, std::size_t size) {
     for (std::size_t k = 2; k < length; ++k) {
         if (bytes[k] < 0x80 || bytes[k] > 0xBF) return 0;
     }
-    if (lead == 0xEF && bytes[1] == 0xBF && (bytes[2] == 0xBE || bytes[2] == 0xBF)) return 0;  // U+FFFE, U+FFFF
     return length;
+}
+
+// Whether the 3-byte character at `bytes` is U+FFFE or U+FFFF, which XML 1.0 forbids.
+bool isForbiddenNoncharacter(const unsigned char* bytes) {
+    return bytes[0] == 0xEF && bytes[1] == 0xBF && (bytes[2] == 0xBE || bytes[2] == 0xBF);
 }
 
 }  // namespace
@@ -138,11 +141,16 @@ void appendXmlEscaped(std::string& out, std::string_view text) {
         std::string_view entity;
         if (c >= 0x80) {
             const std::size_t length = xmlCharacterLength(bytes + i, text.size() - i);
-            if (length > 0) {
+            if (length > 0 && !(length == 3 && isForbiddenNoncharacter(bytes + i))) {
                 i += length;
                 continue;
             }
-            entity = kReplacement;
+            // U+FFFE or U+FFFF is replaced whole; a stray byte alone.
+            out.append(text.substr(from, i - from));
+            out.append(kReplacement);
+            i += length > 0 ? length : 1;
+            from = i;
+            continue;
         } else {
             switch (c) {
                 case '&': entity = "&amp;"; break;

@@ -25,7 +25,8 @@ void appendRecordNumbers(std::string& out, const Board& board);
 // `text` with the five characters that XML reserves ("&", "<", ">", the two
 // quotes) written as entities and every byte that XML 1.0 cannot hold (a
 // control character other than tab, line feed and carriage return, U+FFFE,
-// U+FFFF, a byte that starts no UTF-8 character) written as U+FFFD: the
+// U+FFFF, each byte that starts no well-formed UTF-8 character) written as
+// U+FFFD: the
 // line's fields as a KML placemark holds them, always well-formed.
 void appendXmlEscaped(std::string& out, std::string_view text);
 

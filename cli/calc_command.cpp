@@ -7,6 +7,7 @@
 #include <string>
 
 #include "batch/controller_core.h"
+#include "batch/lenient_number.h"
 #include "batch/plain_ui.h"
 #include "cli/batch_support.h"
 #include "cli/flag_values.h"
@@ -160,7 +161,7 @@ bool checkOptions(const CalcArguments& args) {
 bool checkSampleValues(const CalcArguments& args) {
     for (const auto& [pos, text] : args.values) {
         const FloatText read = readFloat(text);
-        if (std::isnan(read.value) || (std::isinf(read.value) && !read.overflow)) {
+        if (std::isnan(read.value) || namesNonFinite(text)) {
             std::fprintf(stderr, "brinora calc: %s %s is not a finite number; give a value\n", flagOfSlot(pos),
                          echoed(text).c_str());
             return false;

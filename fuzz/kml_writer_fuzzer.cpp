@@ -45,10 +45,10 @@ constexpr float kSpecial[] = {
 };
 constexpr std::size_t kSpecialCount = sizeof kSpecial / sizeof kSpecial[0];
 
-// The five characters XML reserves, written as entities; every byte XML 1.0
-// cannot hold (a control character but tab, line feed and carriage return, a
-// byte that is not part of a well-formed UTF-8 character, U+FFFE, U+FFFF) as
-// U+FFFD.
+// The five characters XML reserves, written as entities; what XML 1.0
+// cannot hold (a control character but tab, line feed and carriage return,
+// U+FFFE, U+FFFF, each byte that is not part of a well-formed UTF-8
+// character) as U+FFFD.
 std::string escaped(std::string_view text) {
     std::string out;
     const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
@@ -64,9 +64,11 @@ std::string escaped(std::string_view text) {
                 point = (point << 6) | (bytes[i + k] & 0x3Fu);
             }
             const std::uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
-            ok = ok && point >= least[length] && point <= 0x10FFFF && !(point >= 0xD800 && point <= 0xDFFF) &&
-                 point != 0xFFFE && point != 0xFFFF;
-            if (ok) {
+            ok = ok && point >= least[length] && point <= 0x10FFFF && !(point >= 0xD800 && point <= 0xDFFF);
+            if (ok && (point == 0xFFFE || point == 0xFFFF)) {
+                out += "\xEF\xBF\xBD";  // a whole character XML forbids
+                i += length;
+            } else if (ok) {
                 out.append(text.substr(i, length));
                 i += length;
             } else {
