@@ -520,25 +520,37 @@ std::string findJournalPath(int fd, const std::string& folder) {
     return path;
 }
 
-long journalWriterPid(int fd, int folderFd) {
+bool pendingJournal(int fd, int folderFd, std::uint64_t& length, long& pid) {
     struct stat info {};
-    if (::fstat(fd, &info) != 0) return 0;
+    if (::fstat(fd, &info) != 0) return false;
     std::vector<Candidate> found = candidates(fd, info, folderFd, ".");
-    long pid = 0;
+    bool any = false;
     for (Candidate& c : found) {
         struct stat entry {};
         const int journal = ::openat(c.folderFd, c.name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-        if (pid == 0 && journal >= 0 && ::fstat(journal, &entry) == 0 && S_ISREG(entry.st_mode) &&
+        if (!any && journal >= 0 && ::fstat(journal, &entry) == 0 && S_ISREG(entry.st_mode) &&
             couldWrite(entry.st_uid, info)) {
             std::string text(1024, '\0');
             const ssize_t n = ::read(journal, text.data(), text.size() - 1);
             JournalRecord r;
-            if (n > 0 && parseJournal(text.substr(0, static_cast<std::size_t>(n)), r)) pid = r.pid;
+            if (n > 0 && parseJournal(text.substr(0, static_cast<std::size_t>(n)), r) &&
+                r.device == static_cast<std::uint64_t>(info.st_dev) &&
+                r.inode == static_cast<std::uint64_t>(info.st_ino)) {
+                length = r.length;
+                pid = r.pid;
+                any = true;
+            }
         }
         if (journal >= 0) ::close(journal);
         if (c.ownFolder) ::close(c.folderFd);
     }
-    return pid;
+    return any;
+}
+
+long journalWriterPid(int fd, int folderFd) {
+    std::uint64_t length = 0;
+    long pid = 0;
+    return pendingJournal(fd, folderFd, length, pid) ? pid : 0;
 }
 
 }  // namespace brinora

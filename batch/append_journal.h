@@ -93,4 +93,9 @@ std::string findJournalPath(int fd, const std::string& folder);
 // appending to it now), 0 when none can be read.
 long journalWriterPid(int fd, int folderFd);
 
+// The length before the run and the process id that the journal of the file
+// open as `fd` records (a journal of a user who may write the file, made for
+// this file); false when there is none.
+bool pendingJournal(int fd, int folderFd, std::uint64_t& length, long& pid);
+
 }  // namespace brinora

@@ -579,6 +579,27 @@ std::string appendJournalPath(const std::string& path) {
     return journal;
 }
 
+PendingAppend pendingAppend(const std::string& path) {
+    PendingAppend pending;
+    std::string file, refusal;
+    int errorNumber = 0;
+    if (!followLinks(path, file, errorNumber, refusal)) return pending;
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) return pending;
+    std::string folder, name;
+    splitPath(file, folder, name);
+    const int folderFd = openFolder(folder);
+    if (folderFd >= 0) {
+        pending.running = ::flock(fd, LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+        if (!pending.running) ::flock(fd, LOCK_UN);
+        pending.pending = pendingJournal(fd, folderFd, pending.length, pending.pid);
+        pending.running = pending.running && pending.pending;
+        ::close(folderFd);
+    }
+    ::close(fd);
+    return pending;
+}
+
 bool repairOutput(const std::string& path, RepairReport& report, OutputError& error, bool discard) {
     error = OutputError{};
     const std::string shown = quoted(path);

@@ -116,6 +116,16 @@ std::string stopOutputs(int signal);
 // or `path` cannot be examined.
 std::string appendJournalPath(const std::string& path);
 
+// An append to a file that has not become part of it: one going on now, or
+// one cut short and not yet rolled back.
+struct PendingAppend {
+    bool pending = false;
+    bool running = false;      // another run is appending now
+    long pid = 0;              // the run that made the journal
+    std::uint64_t length = 0;  // the file's length before that run: the bytes that are whole
+};
+PendingAppend pendingAppend(const std::string& path);
+
 // What `brinora repair` did.
 struct RepairReport {
     std::vector<std::string> lines;     // for standard output

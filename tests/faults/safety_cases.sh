@@ -86,8 +86,9 @@ start_fed_run() {
     "$BRINORA" batch "$W/fifo" -o "$out" "${OPTS[@]}" "$@" > "$W/run.out" 2> "$W/run.err" &
     RUN=$!
 }
-# end_fed_run SIGNAL: sends it and waits; sets `status`.
+# end_fed_run SIGNAL: sends it and waits; sets `status` (and `pid_of_run`).
 end_fed_run() {
+    pid_of_run=$RUN
     kill "-$1" "$RUN"
     { wait "$RUN"; } 2> /dev/null
     status=$?
@@ -394,6 +395,23 @@ F16-TERM | F16-INT | F16-HUP)
     expect_eq "exit status, new file" "$status" "$((128 + $(kill -l "$signal")))"
     expect_eq "the line, new file" "$(cat run.err)" "brinora: stopped by SIG$signal; \"new.csv\" was not created"
     [ -e new.csv ] && fail "new.csv was made"
+    ;;
+F16-plot)
+    # `brinora plot` draws only the records that are part of the file.
+    cd "$W" || exit 1
+    cp old.csv out.csv
+    start_fed_run out.csv --append -q
+    wait_for "[ \$(size out.csv) -gt $(size old.csv) ]"
+    "$BRINORA" plot out.csv --x Salinity --y "CO3 (in)" -o running.svg 2> err
+    expect_eq "exit status" $? 0
+    expect_eq "note" "$(cat err)" "brinora plot: an append to out.csv (run $RUN) is going on; its records are left out"
+    "$BRINORA" plot old.csv --x Salinity --y "CO3 (in)" -o old.svg 2> err
+    same_file "the picture" running.svg old.svg
+    end_fed_run KILL
+    "$BRINORA" plot out.csv --x Salinity --y "CO3 (in)" -o cut.svg 2> err
+    expect_eq "note" "$(cat err)" \
+        "brinora plot: an append cut short to out.csv (run $pid_of_run) is not rolled back yet (\`brinora repair out.csv\` does it); its records are left out"
+    same_file "the picture" cut.svg old.svg
     ;;
 F17-wait)
     # An append waits for another and gives up with a clear message.
