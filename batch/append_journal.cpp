@@ -469,8 +469,9 @@ JournalOutcome settleJournals(int fd, int folderFd, const std::string& shownFold
         }
     }
     if (!outcome.refusal.empty() || applies == nullptr) {
-        // A clean marker without its journal is the trace of a run that ended.
-        if (outcome.refusal.empty() && trusted == 0) removeMarker(fd);
+        // A mark without its journal is the trace of a run that ended (or of
+        // a journal just discarded).
+        if (outcome.refusal.empty() && (trusted == 0 || discard)) removeMarker(fd);
         closeAll();
         return outcome;
     }
