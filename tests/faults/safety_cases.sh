@@ -322,6 +322,13 @@ print("|".join(e.text for e in root.iter() if e.tag.endswith("}name")).encode("u
 ' xml.kml 2>&1)
     expect_eq "names in the parsed document" "$names" \
         'Brinora|Results|A\ufffdB\ufffdC\ufffdD\ufffdE\ufffdF\ufffdG 0'
+    # Every document the example cruise and the test inputs give parses too.
+    for input in "$HERE/../../examples/cruise.csv" "$HERE/../cli/data"/*.csv part.csv; do
+        [ -f "$input" ] || continue
+        "$BRINORA" kml "$input" -o doc.kml --force "${OPTS[@]}" -q > /dev/null 2>&1 || continue
+        /usr/bin/python3 -c 'import sys, xml.etree.ElementTree as ET; ET.parse(sys.argv[1])' doc.kml 2> perr ||
+            fail "the KML document of $input does not parse: $(cat perr)"
+    done
     ;;
 F10)
     # The loser of a create race never says "Completed".
