@@ -36,8 +36,11 @@ int runBatch(const BatchArgs& args) {
     session.ui.drawProgress = !args.verbose && ::isatty(STDERR_FILENO) == 1;
     const bool toStandardOutput = args.output == "-";
     session.ui.alertsToStderr = toStandardOutput;
+    // "Completed" is told once the output is committed.
+    session.ui.holdAlerts = true;
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
+    if (!checkStandardInput(session, args.input)) return 1;
 
     // Everything about the output is checked before the input is read; a
     // refusal leaves everything as it was.
@@ -45,17 +48,16 @@ int runBatch(const BatchArgs& args) {
                             : args.append    ? OutputMode::kAppend
                             : args.force     ? OutputMode::kReplace
                                              : OutputMode::kCreate;
-    OutputOptions outputOptions;
-    outputOptions.inputPath = args.input;
+    OutputOptions outputOptions = outputOptionsFor(session, args.input);
     if (mode == OutputMode::kAppend) outputOptions.expectedHeader = std::string(dataFileHeaders());
     OutputError outputError;
     std::string rollBack;
     std::unique_ptr<OutputTarget> target = OutputTarget::open(args.output, mode, outputOptions, outputError, &rollBack);
+    showOutputNotes(session, rollBack);
     if (!target) {
         session.error(outputError.message);
         return 1;
     }
-    if (!rollBack.empty()) session.note(rollBack);
     OutputTargetSink sink(*target);
     if (mode != OutputMode::kAppend && !sink.write(dataFileHeaders())) {
         session.error(target->error().message);
@@ -96,6 +98,7 @@ int runBatch(const BatchArgs& args) {
         session.error(target->error().message);
         return 1;
     }
+    session.ui.showHeldAlerts();
     if (!message.empty()) {
         session.error(where(args.input, core.stoppedAtSourceLine) + message);
         std::fprintf(stderr, "%d record%s written to %s before the stop\n", core.recordsWritten,

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <iterator>
 
@@ -12,6 +13,7 @@
 #include "input/lenient_number.h"
 #include "cli/flag_values.h"
 #include "cli/option_flags.h"
+#include "cli/process_guard.h"
 #include "cli/stored_settings.h"
 
 namespace brinora::cli {
@@ -88,6 +90,20 @@ void TerminalUi::presentError(const PresentedError& error) {
 
 void TerminalUi::runAlert(const Alert& alert) {
     PlainUi::runAlert(alert);
+    if (holdAlerts) {
+        heldAlerts_.push_back(alert);
+        return;
+    }
+    showAlert(alert);
+}
+
+void TerminalUi::showHeldAlerts() {
+    std::vector<Alert> held;
+    held.swap(heldAlerts_);
+    for (const Alert& alert : held) showAlert(alert);
+}
+
+void TerminalUi::showAlert(const Alert& alert) {
     if (barShown_) {
         // The alert comes before the indicator is hidden: clear the bar first.
         std::fputs("\r\033[K", stderr);
@@ -201,10 +217,12 @@ int applyOptions(Session& session, const OptionFlags& flags) {
         if (session.ui.selectedIndex(menu.menu) != 0) continue;
         const OptionFlagInfo& info = menu.info;
         const std::string key(info.settingsKey);
+        const std::string problem = storedSettingsProblem();
         const std::string stored =
             session.defaults.value(info.settingsKey)
                 ? "the stored setting \"" + key + "\" in " + session.settingsLocation + " is 0, which chooses nothing"
-                : "there is no stored setting \"" + key + "\" in " + session.settingsLocation;
+            : !problem.empty() ? "the settings file " + session.settingsLocation + " cannot be read: " + problem
+                               : "there is no stored setting \"" + key + "\" in " + session.settingsLocation;
         std::fprintf(stderr, "hint: choose %s with %s 1..%d or a title (not given on the command line, and %s)\n",
                      info.what, info.name, info.lastItem(), stored.c_str());
     }
@@ -217,11 +235,39 @@ std::function<void(const RunNote&)> noteWriter(const Session& session, const std
     auto shown = std::make_shared<std::size_t>(0);
     return [&session, input, shown](const RunNote& note) {
         if (++*shown > kShown) {
-            if (*shown == kShown + 1) session.note("warning: more remarks about the input are left out");
+            if (*shown == kShown + 1) session.error("warning: more remarks about the input are left out");
             return;
         }
-        session.note("warning: " + where(input, note.sourceLine) + note.text);
+        session.error("warning: " + where(input, note.sourceLine) + note.text);
     };
+}
+
+void showOutputNotes(const Session& session, const std::string& notes) {
+    std::size_t start = 0;
+    while (start < notes.size()) {
+        std::size_t end = notes.find('\n', start);
+        if (end == std::string::npos) end = notes.size();
+        session.error(notes.substr(start, end - start));
+        start = end + 1;
+    }
+}
+
+OutputOptions outputOptionsFor(const Session& session, const std::string& input) {
+    OutputOptions options;
+    options.inputPath = input;
+    if (const char* wait = std::getenv("BRINORA_APPEND_WAIT")) {
+        const int seconds = lenientInteger(wait);
+        options.waitSeconds = seconds < 0 ? 0 : seconds;
+    }
+    options.onWait = [&session](const std::string& line) { session.error(line); };
+    return options;
+}
+
+bool checkStandardInput(const Session& session, const std::string& input) {
+    if (input != "-" || !standardInputWasClosed()) return true;
+    session.error("the input is standard input (-), but standard input is closed; give an input file or send "
+                  "the input to it");
+    return false;
 }
 
 

@@ -58,9 +58,16 @@ public:
     bool alertsToStderr = false;
     // -q/--quiet: never draw the progress bar, whatever drawProgress says.
     bool quiet = false;
+    // Alerts are kept until showHeldAlerts(): a completion is only told once
+    // the output is committed.
+    bool holdAlerts = false;
+    void showHeldAlerts();
 
 private:
+    void showAlert(const Alert& alert);
+
     std::string commandName_;
+    std::vector<Alert> heldAlerts_;
     bool barShown_ = false;
     // The bar is redrawn when what it shows changes, at most 25 times a second.
     RedrawThrottle redraws_;
@@ -91,7 +98,21 @@ struct Session {
 // Returns 0, or the exit status 2 after the message and a hint naming the flag.
 int applyOptions(Session& session, const OptionFlags& flags);
 
-// Remarks of a run about its input ("warning: INPUT:LINE: ...") on stderr.
+// Lines that an output file's opening had to say (a rollback, journals
+// ignored, temporary files removed), each on stderr whatever -q says.
+void showOutputNotes(const Session& session, const std::string& notes);
+
+// The output options of a run: its input (never the output), and a wait for
+// another append that is told on stderr and lasts BRINORA_APPEND_WAIT
+// seconds (600 when that is not set).
+OutputOptions outputOptionsFor(const Session& session, const std::string& input);
+
+// Refuses "-" as the input when standard input was closed; false after
+// the message.
+bool checkStandardInput(const Session& session, const std::string& input);
+
+// Remarks of a run about its input ("warning: INPUT:LINE: ...") on stderr,
+// whatever -q says.
 std::function<void(const RunNote&)> noteWriter(const Session& session, const std::string& input);
 
 // An output file under the crash protocol as the destination of a run's bytes.

@@ -1,5 +1,6 @@
 #include "cli/calc_command.h"
 
+#include <cmath>
 #include <cstdio>
 #include <map>
 #include <memory>
@@ -7,6 +8,7 @@
 
 #include "app/controller_core.h"
 #include "app/plain_ui.h"
+#include "input/lenient_number.h"
 #include "cli/batch_support.h"
 #include "cli/flag_values.h"
 #include "cli/option_flags.h"
@@ -93,7 +95,33 @@ bool checkOptions(const CalcArguments& args) {
     return false;
 }
 
+// Refuses a sample the form could not compute: a value that is not a
+// finite number ("nan", "inf"; a number beyond the float range is computed
+// as infinite, with a warning), or fewer than two carbonate parameters.
+// Prints the reason; false when the sample is not to be computed.
+bool checkSampleValues(const CalcArguments& args) {
+    for (const auto& [pos, text] : args.values) {
+        const FloatText read = readFloat(text);
+        if (std::isnan(read.value) || namesNonFinite(text)) {
+            std::fprintf(stderr, "brinora calc: %s %s is not a finite number; give a value\n", flagOfSlot(pos),
+                         echoed(text).c_str());
+            return false;
+        }
+    }
+    int given = 0;
+    for (std::uint32_t pos = slot::kTA; pos <= slot::kpCO2; ++pos) given += args.values.count(pos) != 0 ? 1 : 0;
+    if (given < 2) {
+        std::fprintf(stderr,
+                     "brinora calc: To calculate, Brinora needs values for two carbonate parameters; %d %s given: "
+                     "give two of --ta, --tco2, --ph, --fco2 and --pco2\n",
+                     given, given == 1 ? "was" : "were");
+        return false;
+    }
+    return true;
+}
+
 int runCalc(const CalcArguments& args) {
+    if (!checkSampleValues(args)) return 2;
     if (!checkOptions(args)) return 2;
     Board board;
     for (const auto& [pos, text] : args.values) {

@@ -33,15 +33,19 @@ int runKml(const KmlArgs& args) {
     session.ui.drawProgress = !args.verbose && ::isatty(STDERR_FILENO) == 1;
     const bool toStandardOutput = args.output == "-";
     session.ui.alertsToStderr = toStandardOutput;
+    // "Completed" is told once the document is committed.
+    session.ui.holdAlerts = true;
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
+    if (!checkStandardInput(session, args.input)) return 1;
     const OutputMode mode = toStandardOutput ? OutputMode::kStandardOutput
                             : args.force     ? OutputMode::kReplace
                                              : OutputMode::kCreate;
-    OutputOptions outputOptions;
-    outputOptions.inputPath = args.input;
+    const OutputOptions outputOptions = outputOptionsFor(session, args.input);
     OutputError outputError;
-    std::unique_ptr<OutputTarget> target = OutputTarget::open(args.output, mode, outputOptions, outputError);
+    std::string notes;
+    std::unique_ptr<OutputTarget> target = OutputTarget::open(args.output, mode, outputOptions, outputError, &notes);
+    showOutputNotes(session, notes);
     if (!target) {
         session.error(outputError.message);
         return 1;
@@ -80,6 +84,7 @@ int runKml(const KmlArgs& args) {
         session.error(target->error().message);
         return 1;
     }
+    session.ui.showHeldAlerts();
     return 0;
 }
 

@@ -10,6 +10,7 @@
 
 #include "cli/batch_commands.h"
 #include "cli/calc_command.h"
+#include "cli/process_guard.h"
 #include "cli/stored_settings.h"
 #include "cli/usage_errors.h"
 #ifdef BRINORA_HAVE_PLOT
@@ -71,6 +72,9 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // Descriptors 0-2 are never an output file; signals stop a run cleanly.
+    brinora::cli::openClosedStandardStreams();
+    brinora::cli::watchStopSignals();
     // A closed pipe on standard output is a write error to report, not a
     // signal that ends the program before its output is put right.
     std::signal(SIGPIPE, SIG_IGN);

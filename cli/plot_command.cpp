@@ -3,11 +3,17 @@
 
 #include <QGuiApplication>
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/sendfile.h>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 
 #include "app/settings_keys.h"
+#include "output/output_target.h"
 #include "cli/stored_settings.h"
 #include "graph/graph_columns.h"
 #include "graph/graph_table.h"
@@ -47,8 +53,38 @@ bool isNameColouring(const std::string& text) {
     return lower == "station" || lower == "name" || lower == "sample";
 }
 
+// The first `length` bytes of `path` as a file of their own in memory; -1
+// when that cannot be had.
+int copyOfTheStart(const std::string& path, std::uint64_t length) {
+    const int in = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (in < 0) return -1;
+    const int copy = ::memfd_create("brinora-plot", MFD_CLOEXEC);
+    off_t at = 0;
+    bool ok = copy >= 0;
+    while (ok && static_cast<std::uint64_t>(at) < length) {
+        const ssize_t n = ::sendfile(copy, in, &at, static_cast<std::size_t>(length - static_cast<std::uint64_t>(at)));
+        ok = n > 0;
+    }
+    ::close(in);
+    if (!ok && copy >= 0) ::close(copy);
+    return ok ? copy : -1;
+}
+
 int runPlot(const PlotArgs& args) {
-    const graph::GraphTableLoad load = graph::readGraphTable(args.input);
+    // Records of an append that is going on, or that was cut short, are not
+    // part of the file yet: only the bytes before that run are drawn.
+    const PendingAppend pending = pendingAppend(args.input);
+    int copy = -1;
+    if (pending.pending) {
+        copy = copyOfTheStart(args.input, pending.length);
+        error(std::string(pending.running ? "an append to " : "an append cut short to ") + args.input + " (run " +
+              std::to_string(pending.pid) + ") " +
+              (pending.running ? "is going on" : "is not rolled back yet (`brinora repair " + args.input + "` does it)") +
+              (copy >= 0 ? "; its records are left out" : "; its records are drawn as they are"));
+    }
+    const graph::GraphTableLoad load =
+        graph::readGraphTable(copy >= 0 ? "/proc/self/fd/" + std::to_string(copy) : args.input);
+    if (copy >= 0) ::close(copy);
     if (!load.ok) {
         error(load.message);
         return 1;

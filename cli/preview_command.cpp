@@ -87,6 +87,7 @@ int runPreview(const PreviewArgs& args) {
     }
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
+    if (!checkStandardInput(session, args.input)) return 1;
     BrinoraAppControllerCore& core = session.core;
     if (args.lines) {
         session.defaults.setValue(settings::kNumberOfLinesInPreview, std::to_string(*args.lines));

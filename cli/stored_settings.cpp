@@ -1,6 +1,12 @@
 #include "cli/stored_settings.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <QSettings>
+#include <cerrno>
+#include <cstring>
 #include <QString>
 #include <cstdlib>
 #include <memory>
@@ -32,5 +38,16 @@ MemorySettings loadStoredSettings() {
 }
 
 std::string storedSettingsLocation() { return openSettings()->fileName().toStdString(); }
+
+std::string storedSettingsProblem() {
+    const std::string path = storedSettingsLocation();
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0) return errno == ENOENT ? std::string() : std::strerror(errno);
+    if (S_ISDIR(info.st_mode)) return "it is a folder";
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) return std::strerror(errno);
+    ::close(fd);
+    return {};
+}
 
 }  // namespace brinora::cli

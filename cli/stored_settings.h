@@ -17,4 +17,8 @@ MemorySettings loadStoredSettings();
 // Where the settings were read from, for messages.
 std::string storedSettingsLocation();
 
+// Why the settings file cannot be read ("it is a folder", "Permission
+// denied"); "" when it can, or when there is none.
+std::string storedSettingsProblem();
+
 }  // namespace brinora::cli

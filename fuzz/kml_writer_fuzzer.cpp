@@ -45,18 +45,47 @@ constexpr float kSpecial[] = {
 };
 constexpr std::size_t kSpecialCount = sizeof kSpecial / sizeof kSpecial[0];
 
-// The five characters XML reserves, written as entities.
+// The five characters XML reserves, written as entities; what XML 1.0
+// cannot hold (a control character but tab, line feed and carriage return,
+// U+FFFE, U+FFFF, each byte that is not part of a well-formed UTF-8
+// character) as U+FFFD.
 std::string escaped(std::string_view text) {
     std::string out;
-    for (const char c : text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    for (std::size_t i = 0; i < text.size();) {
+        const unsigned char c = bytes[i];
+        if (c >= 0x80) {
+            // The character's code point, by its bytes; a well-formed one is copied.
+            std::size_t length = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 0;
+            std::uint32_t point = length == 4 ? c & 0x07u : length == 3 ? c & 0x0Fu : c & 0x1Fu;
+            bool ok = length != 0 && c <= 0xF4 && i + length <= text.size();
+            for (std::size_t k = 1; ok && k < length; ++k) {
+                ok = (bytes[i + k] & 0xC0) == 0x80;
+                point = (point << 6) | (bytes[i + k] & 0x3Fu);
+            }
+            const std::uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
+            ok = ok && point >= least[length] && point <= 0x10FFFF && !(point >= 0xD800 && point <= 0xDFFF);
+            if (ok && (point == 0xFFFE || point == 0xFFFF)) {
+                out += "\xEF\xBF\xBD";  // a whole character XML forbids
+                i += length;
+            } else if (ok) {
+                out.append(text.substr(i, length));
+                i += length;
+            } else {
+                out += "\xEF\xBF\xBD";
+                ++i;
+            }
+            continue;
+        }
         switch (c) {
             case '&': out += "&amp;"; break;
             case '<': out += "&lt;"; break;
             case '>': out += "&gt;"; break;
             case '"': out += "&quot;"; break;
             case '\'': out += "&apos;"; break;
-            default: out += c;
+            default: out += c < 0x20 && c != '\t' && c != '\n' && c != '\r' ? std::string("\xEF\xBF\xBD") : std::string(1, static_cast<char>(c));
         }
+        ++i;
     }
     return out;
 }
@@ -202,7 +231,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::string e = escaped(fields[k]);
         std::string viaWriter;
         brinora::appendXmlEscaped(viaWriter, fields[k]);
-        require(viaWriter == e, "appendXmlEscaped escapes the five characters");
+        require(viaWriter == e, "appendXmlEscaped escapes the five characters and replaces what XML cannot hold");
         require(text.find(e) != std::string_view::npos, "every shown field appears escaped");
         expectedSize += f.uses[k] * e.size();
     }

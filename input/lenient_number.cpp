@@ -99,6 +99,15 @@ double lenientDouble(std::string_view text) {
 
 float lenientFloat(std::string_view text) { return static_cast<float>(lenientDouble(text)); }
 
+bool namesNonFinite(std::string_view text) {
+    std::size_t i = skipBlanks(text);
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) ++i;
+    if (text.size() - i < 3) return false;
+    const auto lower = [](char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); };
+    const char word[3] = {lower(text[i]), lower(text[i + 1]), lower(text[i + 2])};
+    return std::string_view(word, 3) == "nan" || std::string_view(word, 3) == "inf";
+}
+
 int lenientInteger(std::string_view text) {
     std::size_t i = skipBlanks(text);
     bool negative = false;

@@ -26,6 +26,11 @@ double lenientDouble(std::string_view text);
 // lenientDouble narrowed to single precision, as values enter the field board.
 float lenientFloat(std::string_view text);
 
+// Whether `text` (white space skipped, an optional sign) begins with "nan"
+// or "inf" in any case: a word that other programs read as a value that is
+// not finite, and that the lenient reader takes as 0.
+bool namesNonFinite(std::string_view text);
+
 // The leading integer of `text` (white space, optional sign, digits; 0 when
 // none); clamped to the range of int.
 int lenientInteger(std::string_view text);

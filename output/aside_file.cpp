@@ -1,7 +1,10 @@
 #include "output/aside_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,15 +13,46 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
+#include <string_view>
 
 namespace brinora {
 namespace {
 
 // Whether a nameless file can be given a name later: linkat() through
-// /proc/self/fd needs /proc.
+// /proc/self/fd needs /proc. BRINORA_NO_TMPFILE=1 makes every temporary file
+// a named one, as on file systems without nameless files.
 bool canNameNamelessFiles() {
-    static const bool available = ::access("/proc/self/fd", X_OK) == 0;
+    static const bool available = [] {
+        const char* off = std::getenv("BRINORA_NO_TMPFILE");
+        if (off != nullptr && std::string_view(off) == "1") return false;
+        return ::access("/proc/self/fd", X_OK) == 0;
+    }();
     return available;
+}
+
+constexpr std::string_view kTemporaryPrefix = ".brinora-t";
+
+// A hidden name for a temporary file of this process: the prefix, the
+// process id, the owner's user id and 8 random hex digits
+// (".brinora-t.1234.1000.0a1b2c3d"), so that a later run can tell whose it
+// is and whether its writer still runs.
+std::string temporaryName() {
+    return std::string(kTemporaryPrefix) + "." + std::to_string(::getpid()) + "." + std::to_string(::geteuid()) + "." +
+           hiddenName('t').substr(10, 8);
+}
+
+// The process id in a temporary file's name, 0 when the name has none.
+long writerPid(std::string_view name) {
+    if (!name.starts_with(std::string(kTemporaryPrefix) + ".")) return 0;
+    name.remove_prefix(kTemporaryPrefix.size() + 1);
+    long pid = 0;
+    for (const char c : name) {
+        if (c == '.') return pid;
+        if (c < '0' || c > '9' || pid > 100000000) return 0;
+        pid = pid * 10 + (c - '0');
+    }
+    return 0;
 }
 
 std::uint64_t randomBits() {
@@ -96,7 +130,7 @@ std::unique_ptr<AsideFile> AsideFile::create(int folderFd, mode_t mode, bool exa
         }
     }
     for (int attempt = 0; fd < 0 && attempt < 100; ++attempt) {
-        name = hiddenName('t');
+        name = temporaryName();
         fd = ::openat(folderFd, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (fd < 0 && errno != EEXIST) {
             errorNumber = errno;
@@ -107,6 +141,9 @@ std::unique_ptr<AsideFile> AsideFile::create(int folderFd, mode_t mode, bool exa
         errorNumber = EEXIST;
         return nullptr;
     }
+    // Held while the file lives: a later run that can take the lock knows
+    // the writer is gone.
+    ::flock(fd, LOCK_EX | LOCK_NB);
     if (exactMode && ::fchmod(fd, mode) != 0) {
         errorNumber = errno;
         if (!name.empty()) ::unlinkat(folderFd, name.c_str(), 0);
@@ -148,7 +185,7 @@ bool AsideFile::publish(const std::string& name, bool replace, int& errorNumber)
             // A nameless file cannot be renamed: it gets a hidden name first.
             bool linked = false;
             for (int attempt = 0; !linked && attempt < 100; ++attempt) {
-                std::string hidden = hiddenName('t');
+                std::string hidden = temporaryName();
                 if (linkNameless(fd_, folderFd_, hidden)) {
                     hiddenName_ = std::move(hidden);
                     linked = true;
@@ -178,6 +215,50 @@ bool AsideFile::publish(const std::string& name, bool replace, int& errorNumber)
     fd_ = -1;
     published_ = true;
     return syncFolder(folderFd_, errorNumber);
+}
+
+}  // namespace brinora
+
+namespace brinora {
+
+LeftoverTemporaries removeLeftoverTemporaries(int folderFd, bool remove) {
+    LeftoverTemporaries found;
+    const int listFd = ::openat(folderFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (listFd < 0) return found;
+    DIR* dir = ::fdopendir(listFd);
+    if (dir == nullptr) {
+        ::close(listFd);
+        return found;
+    }
+    while (const dirent* entry = ::readdir(dir)) {
+        const std::string name = entry->d_name;
+        if (!name.starts_with(kTemporaryPrefix)) continue;
+        const int fd = ::openat(folderFd, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        struct stat info {};
+        if (fd < 0 || ::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+            if (fd >= 0) ::close(fd);
+            continue;
+        }
+        const long pid = writerPid(name);
+        // Its writer is gone when no process holds its lock and the process
+        // named in it has ended.
+        const bool running = pid > 0 && (::kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM);
+        const bool locked = ::flock(fd, LOCK_EX | LOCK_NB) != 0;
+        if (running || locked) {
+            found.inUse.push_back(name);
+        } else if (info.st_uid != ::geteuid()) {
+            found.others.push_back(name);
+        } else if (!remove) {
+            found.removable.push_back(name);
+        } else if (::unlinkat(folderFd, name.c_str(), 0) == 0) {
+            found.removed.push_back(name);
+        } else {
+            found.others.push_back(name);
+        }
+        ::close(fd);
+    }
+    ::closedir(dir);
+    return found;
 }
 
 }  // namespace brinora

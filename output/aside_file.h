@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace brinora {
 
@@ -29,12 +30,27 @@ bool syncFolder(int folderFd, int& errorNumber);
 // A fixed-length hidden name, ".brinora-" + `kind` + 16 hex digits, random.
 std::string hiddenName(char kind);
 
+// The hidden temporary files (".brinora-t...") of a folder, left by runs that
+// ended before their file got its name (where the file system has no
+// nameless files, or a kill between two steps of a replacement).
+struct LeftoverTemporaries {
+    std::vector<std::string> removed;    // this user's, whose writer is gone: removed
+    std::vector<std::string> removable;  // the same, when `remove` is false
+    std::vector<std::string> inUse;      // a run that is still going writes it
+    std::vector<std::string> others;     // another user's, or not removable
+};
+// Looks for them in `folderFd`; with `remove`, removes those of this user
+// whose writer is gone.
+LeftoverTemporaries removeLeftoverTemporaries(int folderFd, bool remove);
+
 class AsideFile {
 public:
     // A new temporary file in the folder `folderFd` with permission bits
     // `mode` (the umask applies unless `exactMode`). It is nameless
     // (O_TMPFILE) where the file system allows it, so that it vanishes by
-    // itself when the process dies; elsewhere it has a short hidden name.
+    // itself when the process dies; elsewhere it has a hidden name with the
+    // process id and the user id, and the process holds a lock on it while
+    // it lives (removeLeftoverTemporaries).
     // `folderFd` must stay open while the object lives. Null and
     // `errorNumber` set when it cannot be made.
     static std::unique_ptr<AsideFile> create(int folderFd, mode_t mode, bool exactMode, int& errorNumber);

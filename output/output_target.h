@@ -8,10 +8,13 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "output/append_journal.h"
 #include "output/aside_file.h"
 
 namespace brinora {
@@ -25,8 +28,12 @@ enum class OutputMode {
 };
 
 struct OutputOptions {
-    std::string inputPath;       // the output must not be this file (compared by device and inode)
+    std::string inputPath;       // the output must not be this file (compared by device and inode); "-": standard input
     std::string expectedHeader;  // kAppend: what the file must start with (its first line, "\n" included); empty = no check
+    // kAppend: how long to wait for another run appending to the file, and
+    // what to say when the wait begins (null: nothing is said).
+    int waitSeconds = 600;
+    std::function<void(const std::string&)> onWait;
 };
 
 struct OutputError {
@@ -39,9 +46,14 @@ public:
     // Checks everything that can be checked before a byte is written (the
     // folder, what the name is, permissions, an existing file for kCreate, a
     // missing file or a wrong first line for kAppend, the output being the
-    // input). For kAppend, a journal left by a run cut short is rolled back
-    // first and `note` gets one line saying so. Null with `error` filled on
-    // refusal; nothing on disk has changed then (but for that rollback).
+    // input, a symbolic link of another user in a folder others can write, a
+    // replaced file whose owner, group or access list a new file could not
+    // keep, a file with several hard links). For kAppend, a journal left by
+    // a run cut short is checked against the file and rolled back first;
+    // `note` gets the lines to show (that rollback, journals ignored,
+    // temporary files of ended runs removed), one per line. Null with `error`
+    // filled on refusal; nothing on disk has changed then (but for that
+    // rollback).
     static std::unique_ptr<OutputTarget> open(const std::string& path, OutputMode mode,
                                               const OutputOptions& options, OutputError& error,
                                               std::string* note = nullptr);
@@ -59,6 +71,9 @@ public:
     // Create/replace: the temporary file goes and the target is as before;
     // append: the file is cut back to its old length and the journal goes.
     void abandon();
+    // What became of the target when the run was stopped now: "\"out.csv\"
+    // was not created", "the previous \"out.csv\" is unchanged", ...
+    std::string keptText() const;
 
     const OutputError& error() const { return error_; }
     std::uint64_t bytesWritten() const { return bytesWritten_; }  // bytes of this run accepted by write()
@@ -68,6 +83,7 @@ public:
 private:
     OutputTarget() = default;
     void fail(const std::string& what, int errorNumber);
+    void abandonLocked();  // abandon() with the output lock held
 
     std::string path_;        // as the user gave it
     OutputMode mode_ = OutputMode::kCreate;
@@ -77,23 +93,52 @@ private:
     std::unique_ptr<AsideFile> aside_;  // create/replace
     int fd_ = -1;                       // append: the file; standard output: 1
     std::uint64_t oldLength_ = 0;       // append: length before the run
-    std::string journalName_;           // append: the journal's name in the folder
+    std::unique_ptr<JournalWriter> journal_;  // append: the journal while it exists
     std::uint64_t bytesWritten_ = 0;
     bool existed_ = false;              // replace: there was a file to replace
-    bool journaled_ = false;            // append: the journal is on disk
     bool finished_ = false;             // committed or abandoned
+    bool committed_ = false;
+    bool rollbackFailed_ = false;       // append: the run's bytes could not be taken away
     OutputError error_;
+
+    friend std::string stopOutputs(int signal);
 };
 
-// The journal of an append to the file `path` (after symbolic links): a
-// fixed-length hidden name in the file's folder, made from the file's device
-// and inode. "" when `path` cannot be examined.
+// Called on a thread of its own when a signal stops the process: every
+// output file of the process that is being written is abandoned (under the
+// lock that every write and commit holds, which stays held, so no write
+// follows) and the line saying what was kept is returned.
+std::string stopOutputs(int signal);
+
+// The journal of an append to the file `path` (after symbolic links) that
+// lies beside it or where the file's mark says: a hidden name in the file's
+// folder that begins with the file's device and inode. "" when there is none
+// or `path` cannot be examined.
 std::string appendJournalPath(const std::string& path);
 
+// An append to a file that has not become part of it: one going on now, or
+// one cut short and not yet rolled back.
+struct PendingAppend {
+    bool pending = false;
+    bool running = false;      // another run is appending now
+    long pid = 0;              // the run that made the journal
+    std::uint64_t length = 0;  // the file's length before that run: the bytes that are whole
+};
+PendingAppend pendingAppend(const std::string& path);
+
+// What `brinora repair` did.
+struct RepairReport {
+    std::vector<std::string> lines;     // for standard output
+    std::vector<std::string> warnings;  // for standard error
+};
+
 // Rolls back an append to `path` that was cut short (its journal present):
-// the file is cut back to its recorded length and the journal removed.
-// `line` gets the one line to show ("" when there was nothing to do); false
-// and `error` when it fails.
+// the file is cut back to its recorded length and the journal removed; with
+// `discard`, the journal is removed and nothing is cut. Temporary files of
+// ended runs in the file's folder are removed and named. False and `error`
+// when it fails or the journal does not fit the file.
+bool repairOutput(const std::string& path, RepairReport& report, OutputError& error, bool discard = false);
+// The same with the one line of a rollback in `line` ("" when there was nothing to do).
 bool repairOutput(const std::string& path, std::string& line, OutputError& error);
 
 }  // namespace brinora

@@ -207,8 +207,13 @@ struct RunContext {
     HeldLog* sampleLog;        // per-sample log lines (kEvery), or null
 };
 
+// Added to a field number in LineResult::overflowField when the field is a
+// word ("nan", "inf") read as 0 rather than a number beyond the float range.
+constexpr int kWordNote = 64;
+
 // Puts a line's options and values on `board` and reads the numbers; returns
-// the first value field whose number is beyond the float range (-1: none).
+// the first value field whose number is beyond the float range or that is
+// "nan" or "inf" read as 0 (field + kWordNote) (-1: none).
 int putLineOnBoard(const BatchFields& fields, const OptionState& options, Board& board) {
     board.set(slot::kConstantsSet, options.slots[0]);
     board.set(slot::kKHSO4, options.slots[1]);
@@ -218,6 +223,8 @@ int putLineOnBoard(const BatchFields& fields, const OptionState& options, Board&
     for (std::size_t k = kFirstSampleValueField; k <= kLastSampleValueField; ++k) {
         const float value = lenientFloat(fields[k]);
         if (overflow < 0 && std::isinf(value)) overflow = static_cast<int>(k);
+        // "nan" or "inf" as text reads as 0: noted as field + kWordNote.
+        if (overflow < 0 && value == 0.0f && namesNonFinite(fields[k])) overflow = static_cast<int>(k + kWordNote);
         board.set(static_cast<std::uint32_t>(k + 5), value);
     }
     return overflow;
@@ -709,9 +716,12 @@ std::string overflowNote(int field) {
     static constexpr std::array<std::string_view, 14> kNames = {
         "salinity", "temperature", "pressure",  "total phosphate", "total silicate", "output temperature",
         "output pressure", "TA", "TCO2", "pH", "fCO2", "pCO2", "atmospheric pCO2", "wind speed"};
+    const bool word = field >= kWordNote;
+    if (word) field -= kWordNote;
     return "field " + std::to_string(field + 1) + " (" +
            std::string(kNames[static_cast<std::size_t>(field) - kFirstSampleValueField]) +
-           ") is a number beyond the single-precision range; it is taken as infinite";
+           (word ? ") is a word that names no number (\"nan\" or \"inf\"); it is taken as 0"
+                 : ") is a number beyond the single-precision range; it is taken as infinite");
 }
 
 // Notes about a delivered line: more fields than a batch line has, numbers

@@ -50,21 +50,83 @@ std::optional<PlaceholderSource> findPlaceholder(std::string_view candidate) {
 
 }  // namespace
 
+namespace {
+
+// Length of the well-formed UTF-8 sequence at the start of `bytes` (U+0080
+// and above); 0 for a byte that starts none.
+std::size_t xmlCharacterLength(const unsigned char* bytes, std::size_t size) {
+    const unsigned char lead = bytes[0];
+    std::size_t length = 0;
+    unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+    } else if (lead == 0xE0) {
+        length = 3, low = 0xA0;
+    } else if ((lead >= 0xE1 && lead <= 0xEC) || lead == 0xEE || lead == 0xEF) {
+        length = 3;
+    } else if (lead == 0xED) {
+        length = 3, high = 0x9F;  // no surrogates
+    } else if (lead == 0xF0) {
+        length = 4, low = 0x90;
+    } else if (lead >= 0xF1 && lead <= 0xF3) {
+        length = 4;
+    } else if (lead == 0xF4) {
+        length = 4, high = 0x8F;
+    }
+    if (length == 0 || size < length || bytes[1] < low || bytes[1] > high) return 0;
+    for (std::size_t k = 2; k < length; ++k) {
+        if (bytes[k] < 0x80 || bytes[k] > 0xBF) return 0;
+    }
+    return length;
+}
+
+// Whether the 3-byte character at `bytes` is U+FFFE or U+FFFF, which XML 1.0 forbids.
+bool isForbiddenNoncharacter(const unsigned char* bytes) {
+    return bytes[0] == 0xEF && bytes[1] == 0xBF && (bytes[2] == 0xBE || bytes[2] == 0xBF);
+}
+
+}  // namespace
+
 void appendXmlEscaped(std::string& out, std::string_view text) {
+    // U+FFFD REPLACEMENT CHARACTER, for each byte XML 1.0 cannot hold.
+    static constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
     std::size_t from = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    std::size_t i = 0;
+    while (i < text.size()) {
+        const unsigned char c = bytes[i];
         std::string_view entity;
-        switch (text[i]) {
-            case '&': entity = "&amp;"; break;
-            case '<': entity = "&lt;"; break;
-            case '>': entity = "&gt;"; break;
-            case '"': entity = "&quot;"; break;
-            case '\'': entity = "&apos;"; break;
-            default: continue;
+        if (c >= 0x80) {
+            const std::size_t length = xmlCharacterLength(bytes + i, text.size() - i);
+            if (length > 0 && !(length == 3 && isForbiddenNoncharacter(bytes + i))) {
+                i += length;
+                continue;
+            }
+            // U+FFFE or U+FFFF is replaced whole; a stray byte alone.
+            out.append(text.substr(from, i - from));
+            out.append(kReplacement);
+            i += length > 0 ? length : 1;
+            from = i;
+            continue;
+        } else {
+            switch (c) {
+                case '&': entity = "&amp;"; break;
+                case '<': entity = "&lt;"; break;
+                case '>': entity = "&gt;"; break;
+                case '"': entity = "&quot;"; break;
+                case '\'': entity = "&apos;"; break;
+                case '\t': case '\n': case '\r': ++i; continue;
+                default:
+                    if (c >= 0x20) {
+                        ++i;
+                        continue;
+                    }
+                    entity = kReplacement;  // a control character
+            }
         }
         out.append(text.substr(from, i - from));
         out.append(entity);
-        from = i + 1;
+        from = ++i;
     }
     out.append(text.substr(from));
 }

@@ -23,7 +23,11 @@ std::string batchRecordOptionColumns(const AppUi& ui);
 void appendRecordNumbers(std::string& out, const Board& board);
 
 // `text` with the five characters that XML reserves ("&", "<", ">", the two
-// quotes) written as entities: the line's fields as a KML placemark holds them.
+// quotes) written as entities and every byte that XML 1.0 cannot hold (a
+// control character other than tab, line feed and carriage return, U+FFFE,
+// U+FFFF, each byte that starts no well-formed UTF-8 character) written as
+// U+FFFD: the
+// line's fields as a KML placemark holds them, always well-formed.
 void appendXmlEscaped(std::string& out, std::string_view text);
 
 // The "String" record of a batch line (batchWriteMode 1) after its

@@ -55,7 +55,8 @@ TEST_F(RepairCommandTest, RollsBackAnAppendCutShortThenHasNothingToDo) {
 
     result = runBrinora({"repair", out});
     EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.out, out + ": nothing to repair (no append was cut short)\n");
+    EXPECT_EQ(result.out, out + ": nothing to repair (no journal of an append cut short was found beside it or where "
+                                "the file was before)\n");
     EXPECT_EQ(readFile(out), "h\n1\n");
 }
 

@@ -28,8 +28,8 @@ protected:
 // Peak memory allowed for a run over an input of `bytes` bytes, KiB: a long
 // line is held by the reader, then as a line and as its record, never more
 // than two and a half times over. Sanitizer builds need about three times as much.
-long memoryBoundKb(std::size_t bytes) {
-    const double megabytes = 64.0 + 2.5 * static_cast<double>(bytes) / 1e6;
+long memoryBoundKb(std::size_t bytes, double times = 2.5) {
+    const double megabytes = 64.0 + times * static_cast<double>(bytes) / 1e6;
     return static_cast<long>(megabytes * 1024.0 * (sanitized() ? 3.0 : 1.0));
 }
 
@@ -121,6 +121,25 @@ TEST_F(BadInput, SampleWithA100MegabyteComment) {
     ASSERT_EQ(lines.size(), 3u);
     EXPECT_TRUE(lines[2].starts_with("2,Long,"));
     EXPECT_TRUE(lines[2].ends_with(",m/s," + comment + "\n"));
+}
+
+TEST_F(BadInput, SampleWithA100MegabyteName) {
+    // A name is held by the line, its record and the last line's cruise
+    // information: about 3.2 times its size, as the README says.
+    const std::string name(100'000'000, 'n');
+    const std::string text = kInputHeader + "\n" + sampleLine(1) + "\n2," + name + ",,,0,0,35,20,0,0,0,,,2300,2000,,,,,,ok\n";
+    const Outcome outcome = batch(text);
+    expectNoCrash(outcome);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_LT(outcome.maxRssKb, memoryBoundKb(text.size(), 3.3));
+    const std::vector<std::string> lines = linesOf(readFile(path("out.csv")));
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_TRUE(lines[2].starts_with("2," + name + ","));
+    // The preview's table holds every cell besides the line: about 5.2 times.
+    const Outcome shown = preview(text);
+    expectNoCrash(shown);
+    EXPECT_EQ(shown.status, 0) << shown.err;
+    EXPECT_LT(shown.maxRssKb, memoryBoundKb(text.size(), 5.4));
 }
 
 TEST_F(BadInput, SampleWith100MegabytesOfDigits) {

@@ -366,8 +366,8 @@ TEST_F(OutputTargetTest, AppendAddsTheRunAtCommitAndRemovesItsJournal) {
     ASSERT_TRUE(target) << error.message;
     EXPECT_EQ(note, "");
     const std::string journal = appendJournalPath(out);
-    // A fixed-length hidden name: ".brinora-j" and 16 hex digits.
-    EXPECT_EQ(fs::path(journal).filename().string().size(), 26u);
+    // A hidden name: ".brinora-j", 16 hex digits of the file's identity and the user id.
+    EXPECT_EQ(fs::path(journal).filename().string().size(), 26u + 1u + std::to_string(::geteuid()).size());
     EXPECT_TRUE(fs::path(journal).filename().string().starts_with(".brinora-j"));
     EXPECT_TRUE(fs::exists(journal));
     ASSERT_TRUE(target->write(records("B", 1, 4000)));
@@ -508,7 +508,8 @@ TEST_F(OutputTargetTest, RepairLeavesARunningAppendAlone) {
     std::string line;
     OutputError repairError;
     EXPECT_FALSE(repairOutput(out, line, repairError));
-    EXPECT_EQ(repairError.message, "cannot repair \"" + out + "\": another run is appending to it now");
+    EXPECT_EQ(repairError.message,
+              "cannot repair \"" + out + "\": another run (" + std::to_string(::getpid()) + ") is appending to it now");
     ASSERT_TRUE(target->commit());
     EXPECT_EQ(readFile(out), kHeader + "A,1\n");
 }
