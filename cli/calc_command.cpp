@@ -103,7 +103,7 @@ bool checkSampleValues(const CalcArguments& args) {
     for (const auto& [pos, text] : args.values) {
         const FloatText read = readFloat(text);
         if (std::isnan(read.value) || namesNonFinite(text)) {
-            std::fprintf(stderr, "brinora calc: %s %s is not a finite number; give a value\n", flagOfSlot(pos),
+            std::fprintf(stderr, "brinora calc: %s %s is not a finite number; give a value\n", flagOfSlot(pos).c_str(),
                          echoed(text).c_str());
             return false;
         }
