@@ -80,7 +80,8 @@ def _prepare(salinity, temperature, pressure, phosphate, silicate, parameters, t
     values = {"salinity": salinity, "temperature": temperature, "pressure": pressure,
               "phosphate": phosphate, "silicate": silicate, "temperature_out": temperature_out,
               "pressure_out": pressure_out, **parameters, "pco2_air": pco2_air, "wind_speed": wind_speed}
-    arrays = [_as_float32(name, values[name]) for name in _brinora.INPUT_NAMES]
+    # Masked elements are NaN in the array; the mask itself is not needed here.
+    arrays = [_as_float32(name, values[name])[0] for name in _brinora.INPUT_NAMES]
     shape = np.broadcast_shapes(*(a.shape for a in arrays))
     size = int(np.prod(shape, dtype=np.int64))
     flat = [_flatten(a, shape, size) for a in arrays]
