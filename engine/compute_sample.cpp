@@ -47,6 +47,17 @@ int integerPart(float value) {
 
 bool sameBits(float a, float b) { return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b); }
 
+// x + y with, when both are not-a-number, the (quiet) NaN of x. On x86 the
+// sum of two NaNs is the first operand of the instruction, and a compiler may
+// put either first; the driver's compiled code has always put the phosphate
+// total first in TA + TP and PAlk + TP, and these sums keep that order
+// whatever the compiler does with the rest.
+float sumWithNaNOf(float x, float y) {
+    const float sum = x + y;
+    if (std::isnan(x) && std::isnan(y)) return std::bit_cast<float>(std::bit_cast<std::uint32_t>(x) | 0x00400000u);
+    return sum;
+}
+
 float toChemistry(float boardValue) { return static_cast<float>(boardValue / kMicro); }
 float toBoard(float chemistryValue) { return static_cast<float>(chemistryValue * kMicro); }
 float microOf(float chemistryValue) { return static_cast<float>(static_cast<double>(chemistryValue) * kMicro); }
@@ -130,7 +141,7 @@ void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArgument
             float HCO3 = 0, CO3 = 0, BAlk = 0, OH = 0, PAlk = 0, SiAlk = 0, Hfree = 0, HSO4 = 0, HF = 0;
             CalculateAlkParts(a.pH, a.TCO2, c.K, c.T, HCO3, CO3, BAlk, OH, PAlk, SiAlk, Hfree, HSO4, HF);
             if (c.whichKs == kGeosecsPhosphateSet) {
-                PAlk = PAlk + c.T[t::TP];
+                PAlk = sumWithNaNOf(c.T[t::TP], PAlk);
             }
             const float CO2 = (a.TCO2 - CO3) - HCO3;
             r[static_cast<std::size_t>(first + 0)] = microOf(HCO3);
@@ -314,7 +325,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
         case 13:
             if (phosphateOutside) TA = TA - TP;
             CalculateTCfromTApH(TA, pH, K, T, TCO2);
-            if (phosphateOutside) TA = TA + TP;
+            if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
             CalculatefCO2fromTCpH(TCO2, pH, K0, K1, K2, fCO2);
             pCO2 = fCO2 / FugFac;
             break;
@@ -323,11 +334,11 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
             if (phosphateOutside) TA = TA - TP;
             CalculatepHfromTAfCO2(TA, fCO2, K0, K, T, pH);
             CalculateTCfromTApH(TA, pH, K, T, TCO2);
-            if (phosphateOutside) TA = TA + TP;
+            if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
             break;
         case 23:
             CalculateTAfromTCpH(TCO2, pH, K, T, TA);
-            if (phosphateOutside) TA = TA + TP;
+            if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
             CalculatefCO2fromTCpH(TCO2, pH, K0, K1, K2, fCO2);
             pCO2 = fCO2 / FugFac;
             break;
@@ -338,14 +349,14 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
                 TA = 0.0f;
             } else {
                 CalculateTAfromTCpH(TCO2, pH, K, T, TA);
-                if (phosphateOutside) TA = TA + TP;
+                if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
             }
             break;
         case 34:
         case 35:
             CalculateTCfrompHfCO2(pH, fCO2, K0, K1, K2, TCO2);
             CalculateTAfromTCpH(TCO2, pH, K, T, TA);
-            if (phosphateOutside) TA = TA + TP;
+            if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
             break;
         default:
             solved = false;
@@ -412,7 +423,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     } else {
         CalculatepHfromTATC(TA, TCO2, K, T, pHOut);
     }
-    if (phosphateOutside) TA = TA + TP;
+    if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
     float fCO2Out = 0.0f;
     CalculatefCO2fromTCpH(TCO2, pHOut, K0, K1, K2, fCO2Out);
     const float pCO2Out = fCO2Out / FugFac;

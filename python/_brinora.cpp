@@ -1,7 +1,7 @@
 // The compiled half of the brinora Python module: the per-sample loop over
 // flat single-precision input arrays, run on worker threads without the GIL.
-// Each worker keeps its own field board and K0/FugFac, so the samples are
-// computed exactly as `brinora calc` computes one.
+// Each sample is computed by computeSample, the calculation `brinora calc`
+// makes, asked for the requested results only.
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
@@ -12,14 +12,14 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "app/option_choice.h"
 #include "app/option_titles.h"
-#include "engine/board.h"
-#include "engine/compute_co2.h"
+#include "engine/sample.h"
 #include "engine/slots.h"
 #include "log/log.h"
 
@@ -128,21 +128,36 @@ struct Input {
     float at(std::size_t i) const { return perSample ? data[i] : data[0]; }
 };
 
+// Where a result comes from: a quantity of the calculation, or (for the pCO2
+// of the air and the wind speed) the input itself.
+int quantityOf(std::uint32_t resultSlot) {
+    if (resultSlot >= slot::kSalinityUsed && resultSlot <= slot::kxCO2Out) {
+        return static_cast<int>(resultSlot - slot::kResultBase);
+    }
+    if (resultSlot >= slot::kCO2FluxIn && resultSlot <= slot::kSigmaOut) {
+        return quantity::kCO2FluxIn + static_cast<int>(resultSlot - slot::kCO2FluxIn);
+    }
+    return -1;
+}
+
+int inputOf(std::uint32_t resultSlot) { return static_cast<int>(resultSlot - slot::kSalinity); }
+
 struct Job {
     std::array<Input, kInputCount> inputs;
-    std::array<float, 4> optionSlots{};  // slots 1..4: menu item minus 1
-    float* results = nullptr;             // kResultCount rows of n
+    SampleOptions options;
+    std::vector<int> wanted;     // indices into kResults, one row of results each
+    QuantityMask mask = 0;       // the quantities those rows need
+    float* results = nullptr;    // wanted.size() rows of n
     std::int8_t* status = nullptr;
     std::size_t n = 0;
 };
 
 void computeRange(const Job& job, std::size_t begin, std::size_t end) {
-    Board board;
-    ProcessValues values;
+    SampleInputs sample;
+    sample.options = job.options;
+    SampleResults computed;
     const float nan = std::numeric_limits<float>::quiet_NaN();
     for (std::size_t i = begin; i < end; ++i) {
-        board.reset();
-        for (std::uint32_t o = 0; o < 4; ++o) board.set(slot::kConstantsSet + o, job.optionSlots[o]);
         std::int8_t code = kComputed;
         for (int j = 0; j < kInputCount; ++j) {
             const float v = job.inputs[static_cast<std::size_t>(j)].at(i);
@@ -150,10 +165,10 @@ void computeRange(const Job& job, std::size_t begin, std::size_t end) {
                 if (std::isnan(v)) code = static_cast<std::int8_t>(kNotANumberFirst + j);
                 else if (std::isinf(v)) code = static_cast<std::int8_t>(kInfiniteFirst + j);
             }
-            board.set(slot::kSalinity + static_cast<std::uint32_t>(j), v);
+            sample.values[static_cast<std::size_t>(j)] = v;
         }
         if (code == kComputed) {
-            const ComputeOutcome outcome = BrinoraMain::ComputeCO2(board, values);
+            const ComputeOutcome outcome = computeSample(sample, computed, job.mask);
             using Status = ComputeOutcome::Status;
             switch (outcome.status) {
                 case Status::kComputed: break;
@@ -165,9 +180,15 @@ void computeRange(const Job& job, std::size_t begin, std::size_t end) {
             }
         }
         job.status[i] = code;
-        for (int r = 0; r < kResultCount; ++r) {
-            job.results[static_cast<std::size_t>(r) * job.n + i] =
-                code == kComputed ? board.get(kResults[r].slot) : nan;
+        for (std::size_t row = 0; row < job.wanted.size(); ++row) {
+            float value = nan;
+            if (code == kComputed) {
+                const std::uint32_t resultSlot = kResults[job.wanted[row]].slot;
+                const int q = quantityOf(resultSlot);
+                value = q >= 0 ? computed.values[static_cast<std::size_t>(q)]
+                               : sample.values[static_cast<std::size_t>(inputOf(resultSlot))];
+            }
+            job.results[row * job.n + i] = value;
         }
     }
 }
@@ -201,9 +222,10 @@ void computeAll(const Job& job, unsigned threads) {
 using FloatArray = py::array_t<float, py::array::c_style>;
 
 // inputs: 14 one-dimensional float32 arrays of length 1 or n, in board order;
-// items: the four menu items (constants, KHSO4, pH scale, flux).
+// items: the four menu items (constants, KHSO4, pH scale, flux); wanted: the
+// indices into RESULT_NAMES of the results to compute (None: every one).
 py::tuple compute(const std::vector<FloatArray>& inputs, std::size_t n, std::array<int, 4> items,
-                  unsigned threads) {
+                  unsigned threads, const std::optional<std::vector<int>>& wanted) {
     if (inputs.size() != kInputCount) throw py::value_error("expected 14 input arrays");
     Job job;
     job.n = n;
@@ -214,9 +236,22 @@ py::tuple compute(const std::vector<FloatArray>& inputs, std::size_t n, std::arr
         }
         job.inputs[static_cast<std::size_t>(j)] = {a.data(), a.shape(0) != 1};
     }
-    for (int o = 0; o < 4; ++o) job.optionSlots[static_cast<std::size_t>(o)] = static_cast<float>(items[o] - 1);
+    job.options = optionsFromSlots(static_cast<float>(items[0] - 1), static_cast<float>(items[1] - 1),
+                                   static_cast<float>(items[2] - 1), static_cast<float>(items[3] - 1));
+    if (wanted) {
+        for (const int index : *wanted) {
+            if (index < 0 || index >= kResultCount) throw py::value_error("result index out of range");
+            job.wanted.push_back(index);
+        }
+    } else {
+        for (int index = 0; index < kResultCount; ++index) job.wanted.push_back(index);
+    }
+    for (const int index : job.wanted) {
+        const int q = quantityOf(kResults[index].slot);
+        if (q >= 0) job.mask |= quantityBit(q);
+    }
 
-    py::array_t<float> results({static_cast<py::ssize_t>(kResultCount), static_cast<py::ssize_t>(n)});
+    py::array_t<float> results({static_cast<py::ssize_t>(job.wanted.size()), static_cast<py::ssize_t>(n)});
     py::array_t<std::int8_t> status(static_cast<py::ssize_t>(n));
     job.results = results.mutable_data();
     job.status = status.mutable_data();
@@ -278,8 +313,10 @@ PYBIND11_MODULE(_brinora, m) {
     m.attr("hardware_threads") = std::max(1u, std::thread::hardware_concurrency());
 
     m.def("compute", &compute, py::arg("inputs"), py::arg("n"), py::arg("items"), py::arg("threads"),
+          py::arg("wanted") = py::none(),
           "Computes n samples from 14 float32 input arrays (length 1 or n, board order) and the "
-          "four menu items; returns (results[kResultCount, n] float32, status[n] int8).");
+          "four menu items; returns (results[k, n] float32, status[n] int8), one row for each "
+          "index into RESULT_NAMES in wanted (None: every result, in that order).");
     m.def("option_item", &optionItem, py::arg("menu"), py::arg("value"),
           "Menu item 1..N of an option given as an item number or a (prefix of a) menu title; "
           "menu 0 constants set, 1 KHSO4, 2 pH scale, 3 air-sea flux formula.");

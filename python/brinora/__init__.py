@@ -73,7 +73,8 @@ def default_threads():
 
 class Result(dict):
     """Results of :func:`compute`: ``name -> float32 array`` for every name of
-    ``RESULT_NAMES`` (units and descriptions in ``brinora.QUANTITIES``), and
+    ``RESULT_NAMES`` asked for (all by default; units and descriptions in
+    ``brinora.QUANTITIES``), and
     ``"status"``, an int8 array: 0 where the sample was computed, otherwise
     the code of the reason it was refused, ``STATUS_MESSAGES[code]``. The
     results of a refused sample are NaN. ``options`` holds the menu items used.
@@ -123,10 +124,24 @@ def _flatten(array, shape, size):
     return np.ascontiguousarray(np.broadcast_to(array, shape)).reshape(size)
 
 
+def _result_names(results):
+    """The names asked for, checked: every result name when None."""
+    if results is None:
+        return RESULT_NAMES
+    if isinstance(results, str):
+        results = [results]
+    names = list(dict.fromkeys(results))
+    unknown = [name for name in names if name not in RESULT_NAMES]
+    if unknown:
+        raise ValueError(f"unknown result name(s) {', '.join(map(repr, unknown))}: the results are "
+                         f"{', '.join(RESULT_NAMES)}")
+    return tuple(names)
+
+
 def compute(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=None, tco2=None,
             ph=None, fco2=None, pco2=None, temperature_out=None, pressure_out=None,
             wind_speed=None, pco2_air=None, constants=None, khso4=None, ph_scale=None,
-            flux=None, threads=None):
+            flux=None, threads=None, results=None):
     """The carbonate system of every element, at input and at output conditions.
 
     Inputs (arrays of any shape that broadcast together, or scalars):
@@ -141,7 +156,9 @@ def compute(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=No
     in any case): constants (1..14), khso4 (1..2), ph_scale (1 Total,
     2 Seawater, 3 Free, 4 NBS), flux (1 Wanninkhof, 2 Nightingale, 3 Ho);
     defaults in DEFAULT_OPTIONS. threads: worker threads (default: every core
-    this process may use).
+    this process may use). results: the names of the results to compute (of
+    RESULT_NAMES; default: every one); only those are computed and returned,
+    with ``status``, each with the bits the full call gives.
 
     Returns a :class:`Result`. A sample the calculation refuses (salinity or
     temperature missing, a chosen parameter negative, an input NaN or
@@ -153,6 +170,7 @@ def compute(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=No
     if len(given) != 2:
         raise ValueError("exactly two of the carbonate parameters ta, tco2, ph, fco2, pco2 are "
                          f"needed; given: {', '.join(given) if given else 'none'}")
+    names = _result_names(results)
     items = option_items(constants, khso4, ph_scale, flux)
     if threads is None:
         threads = default_threads()
@@ -174,10 +192,10 @@ def compute(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=No
         raise ValueError(f"the input shapes do not broadcast together: {shapes}") from None
     size = int(np.prod(shape, dtype=np.int64))
     flat = [_flatten(a, shape, size) for a in arrays]
-    results, status = _brinora.compute(
+    rows, status = _brinora.compute(
         flat, size, [items["constants"], items["khso4"], items["ph_scale"], items["flux"]],
-        threads)
-    out = {name: results[i].reshape(shape) for i, name in enumerate(RESULT_NAMES)}
+        threads, None if results is None else [RESULT_NAMES.index(name) for name in names])
+    out = {name: rows[i].reshape(shape) for i, name in enumerate(names)}
     out["status"] = status.reshape(shape)
     return Result(out, items)
 
