@@ -291,6 +291,9 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     // Whether K, K0 and FugFac are still those of the sample's codes at input
     // conditions.
     bool inputConstantsOfCodes = true;
+    // Whether fCO2 is CalculatefCO2fromTCpH of the final TCO2 and pH and the
+    // constants K0, K1, K2 of the sample's codes at input conditions.
+    bool fCO2OfTCpH = false;
     bool solved = true;
     switch (pairCode) {
         case 12: {
@@ -320,6 +323,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
             CalculatepHfromTATC(TAused, TCO2, K, T, pH);
             CalculatefCO2fromTCpH(TCO2, pH, K0, K[k::K1], K[k::K2], fCO2);
             pCO2 = fCO2 / FugFac;
+            fCO2OfTCpH = inputConstantsOfCodes;
             break;
         }
         case 13:
@@ -328,6 +332,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
             if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
             CalculatefCO2fromTCpH(TCO2, pH, K0, K1, K2, fCO2);
             pCO2 = fCO2 / FugFac;
+            fCO2OfTCpH = true;
             break;
         case 14:
         case 15:
@@ -341,6 +346,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
             if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
             CalculatefCO2fromTCpH(TCO2, pH, K0, K1, K2, fCO2);
             pCO2 = fCO2 / FugFac;
+            fCO2OfTCpH = true;
             break;
         case 24:
         case 25:
@@ -393,7 +399,11 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     r[23] = TempCOut;
     r[24] = PdbarOut;
     if (wanted & quantityBit(quantity::kSigmaOut)) {
-        r[quantity::kSigmaOut] = static_cast<float>(Sigma(TempCOutForSigma, SalChem));
+        if ((wanted & quantityBit(quantity::kSigmaIn)) && sameBits(TempCOutForSigma, TempC)) {
+            r[quantity::kSigmaOut] = r[quantity::kSigmaIn];
+        } else {
+            r[quantity::kSigmaOut] = static_cast<float>(Sigma(TempCOutForSigma, SalChem));
+        }
     }
     const QuantityMask needsOutputpH = kOutputQuantities & ~quantityBit(quantity::kTemperatureOut) &
                                        ~quantityBit(quantity::kPressureOut) & ~quantityBit(quantity::kSigmaOut);
@@ -425,7 +435,12 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     }
     if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
     float fCO2Out = 0.0f;
-    CalculatefCO2fromTCpH(TCO2, pHOut, K0, K1, K2, fCO2Out);
+    if (sameConditions && fCO2OfTCpH && sameBits(pHOut, pH)) {
+        // The same function of the same TCO2, pH and constants as at input.
+        fCO2Out = fCO2;
+    } else {
+        CalculatefCO2fromTCpH(TCO2, pHOut, K0, K1, K2, fCO2Out);
+    }
     const float pCO2Out = fCO2Out / FugFac;
 
     r[25] = pHOut;
