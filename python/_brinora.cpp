@@ -142,10 +142,18 @@ int quantityOf(std::uint32_t resultSlot) {
 
 int inputOf(std::uint32_t resultSlot) { return static_cast<int>(resultSlot - slot::kSalinity); }
 
+// Where row r of the results comes from: quantity `index` of the calculation
+// or (fromInput) input `index`.
+struct RowSource {
+    bool fromInput = false;
+    int index = 0;
+};
+
 struct Job {
     std::array<Input, kInputCount> inputs;
     SampleOptions options;
     std::vector<int> wanted;     // indices into kResults, one row of results each
+    std::vector<RowSource> sources;  // one per row
     QuantityMask mask = 0;       // the quantities those rows need
     float* results = nullptr;    // wanted.size() rows of n
     std::int8_t* status = nullptr;
@@ -180,15 +188,15 @@ void computeRange(const Job& job, std::size_t begin, std::size_t end) {
             }
         }
         job.status[i] = code;
-        for (std::size_t row = 0; row < job.wanted.size(); ++row) {
-            float value = nan;
-            if (code == kComputed) {
-                const std::uint32_t resultSlot = kResults[job.wanted[row]].slot;
-                const int q = quantityOf(resultSlot);
-                value = q >= 0 ? computed.values[static_cast<std::size_t>(q)]
-                               : sample.values[static_cast<std::size_t>(inputOf(resultSlot))];
+        float* out = job.results + i;
+        if (code == kComputed) {
+            for (const RowSource& source : job.sources) {
+                *out = source.fromInput ? sample.values[static_cast<std::size_t>(source.index)]
+                                        : computed.values[static_cast<std::size_t>(source.index)];
+                out += job.n;
             }
-            job.results[row * job.n + i] = value;
+        } else {
+            for (std::size_t row = 0; row < job.sources.size(); ++row, out += job.n) *out = nan;
         }
     }
 }
@@ -248,7 +256,12 @@ py::tuple compute(const std::vector<FloatArray>& inputs, std::size_t n, std::arr
     }
     for (const int index : job.wanted) {
         const int q = quantityOf(kResults[index].slot);
-        if (q >= 0) job.mask |= quantityBit(q);
+        if (q >= 0) {
+            job.mask |= quantityBit(q);
+            job.sources.push_back({false, q});
+        } else {
+            job.sources.push_back({true, inputOf(kResults[index].slot)});
+        }
     }
 
     py::array_t<float> results({static_cast<py::ssize_t>(job.wanted.size()), static_cast<py::ssize_t>(n)});
