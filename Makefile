@@ -9,7 +9,9 @@
 #                       for FUZZ_SECONDS seconds
 #   make fuzz-long      the same, each target for FUZZ_RUNS (10,000,000) executions
 #   make bench          build the benchmarks in BENCH_DIR, run them, print a table,
-#                       then kill 200 batch runs per output mode (tests/crash)
+#                       then kill 200 batch runs per output mode (tests/crash);
+#                       with BENCH_EARLIER=<tree with a build-bench>, the
+#                       calculation's speed against that tree (bench/ratios.sh)
 
 BUILD_DIR ?= build
 BUILD_TYPE ?= Release
@@ -124,7 +126,7 @@ fuzz-long: fuzz-build
 # batch`, in a Release folder of their own; bench/run.sh prints the table
 # (BENCH_HUGE=1 adds a 10^7-line file; see bench/README.md).
 BENCH_DIR ?= build-bench
-BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cruise brinora_board_digest _brinora \
+BENCH_TARGETS := brinora brinora_bench_core brinora_bench_batch brinora_make_cruise brinora_board_digest brinora_bench_ratios _brinora \
   brinora_bench_graph brinora_bench_uncertainty
 
 .PHONY: bench bench-deps
@@ -141,3 +143,4 @@ bench: bench-deps
 	@if [ "$(BENCH_HUGE)" = 1 ]; then bench/engine_targets.sh $(BENCH_DIR) 10000000; fi
 	tests/crash/kill_runs.sh $(BENCH_DIR)/cli/brinora 200
 	PYTHONPATH=$(BENCH_DIR)/python /usr/bin/python3 bench/python_bench.py
+	@if [ -n "$(BENCH_EARLIER)" ]; then bench/ratios.sh $(BENCH_EARLIER) $(BENCH_EARLIER)/build-bench $(BENCH_DIR); fi

@@ -105,13 +105,12 @@ void FormController::calculate() {
         return;
     }
 
-    BrinoraMain::lastOutcome = ComputeOutcome{};
+    ComputeOutcome outcome;
     if (core_.computeCO2) {
         core_.computeCO2();
     } else {
-        BrinoraMain::ComputeCO2();
+        outcome = BrinoraMain::ComputeCO2();
     }
-    const ComputeOutcome outcome = BrinoraMain::lastOutcome;
     if (!outcome.computed()) {
         // The board still holds the previous sample's results: none of them
         // may stay on screen or reach the output file as this sample's.

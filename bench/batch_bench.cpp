@@ -49,8 +49,8 @@ std::string cruiseFile(std::size_t lines) {
     return path;
 }
 
-void chooseOptions(PlainUi& ui) {
-    ui.selectItem(Menu::CO2Constants, 13);
+void chooseOptions(PlainUi& ui, int constants = 13) {
+    ui.selectItem(Menu::CO2Constants, constants);
     ui.selectItem(Menu::KHSO4, 1);
     ui.selectItem(Menu::pHScale, 1);
     ui.selectItem(Menu::AirSeaFlux, 1);
@@ -117,7 +117,9 @@ void formatRecordController(benchmark::State& state) {
 
 // One whole batch run over a cruise file of `lines` lines; `jobs` 0 is the
 // controller's own run, which writes every log line (on one thread).
-void batchRun(benchmark::State& state, std::size_t lines, unsigned jobs) {
+// Constants sets 6 and 7 write a log line per constants evaluation, collected
+// by the workers and written in file order.
+void batchRun(benchmark::State& state, std::size_t lines, unsigned jobs, int constants) {
     const std::string input = cruiseFile(lines);
     if (input.empty()) {
         state.SkipWithError("cannot write the cruise file");
@@ -128,7 +130,7 @@ void batchRun(benchmark::State& state, std::size_t lines, unsigned jobs) {
         state.PauseTiming();
         PlainUi ui;
         MemorySettings defaults;
-        chooseOptions(ui);
+        chooseOptions(ui, constants);
         BrinoraAppControllerCore core(ui, defaults);
         core.batchInputFilesChosen({input});
         core.batchOutputFileCreated(output);
@@ -155,16 +157,26 @@ const bool kRegistered = [] {
     benchmark::RegisterBenchmark("FormatNumber/printf", formatNumbersPrintf);
     benchmark::RegisterBenchmark("FormatRecord/fast", formatRecordFast);
     benchmark::RegisterBenchmark("FormatRecord/controller", formatRecordController);
-    benchmark::RegisterBenchmark("BatchRun/every-log-line/10000", batchRun, std::size_t{10000}, 0u)
+    benchmark::RegisterBenchmark("BatchRun/every-log-line/10000", batchRun, std::size_t{10000}, 0u, 13)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime();
     for (const std::size_t lines : {std::size_t{10000}, std::size_t{100000}, std::size_t{1000000}}) {
         for (const unsigned jobs : {1u, 2u}) {
             benchmark::internal::Benchmark* run = benchmark::RegisterBenchmark(
-                ("BatchRun/jobs" + std::to_string(jobs) + "/" + std::to_string(lines)).c_str(), batchRun, lines, jobs);
+                ("BatchRun/jobs" + std::to_string(jobs) + "/" + std::to_string(lines)).c_str(), batchRun, lines, jobs,
+                13);
             run->Unit(benchmark::kMillisecond)->UseRealTime();
             // A run of a million lines takes seconds: once per repetition.
             if (lines >= 1000000) run->Iterations(1);
+        }
+    }
+    for (const int constants : {6, 7}) {
+        for (const unsigned jobs : {1u, 2u}) {
+            benchmark::RegisterBenchmark(
+                ("BatchRun/set" + std::to_string(constants) + "/jobs" + std::to_string(jobs) + "/100000").c_str(),
+                batchRun, std::size_t{100000}, jobs, constants)
+                ->Unit(benchmark::kMillisecond)
+                ->UseRealTime();
         }
     }
     return true;

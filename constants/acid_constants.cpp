@@ -6,9 +6,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "constants/process_values.h"
 #include "constants/seawater_terms.h"
-#include "log/log.h"
 
 namespace brinora::constants_internal {
 namespace {
@@ -173,7 +171,7 @@ CarbonicAcid K1K2_HanssonMehrbach(float Sal, float TempK) {
     return {TenToMinus(pK1), TenToMinus(pK2)};
 }
 
-CarbonicAcid K1K2_GEOSECS(float Sal, float sqrSal, float TempK, float logTempK, float fH) {
+CarbonicAcid K1K2_GEOSECS(float Sal, float sqrSal, float TempK, float logTempK, float fH, float& log10K2Out) {
     const double S = Sal, sqS = sqrSal, TK = TempK;
     const double log10TK = static_cast<double>(logTempK) / kLn10;
     const double log10S = std::log(S) / kLn10;
@@ -189,8 +187,7 @@ CarbonicAcid K1K2_GEOSECS(float Sal, float sqrSal, float TempK, float logTempK, 
     // NBS to seawater scale
     K1 = K1 / fH;
     K2 = K2 / fH;
-    log::linef("peng %f %f %f", static_cast<double>(log10K2), static_cast<double>(K2),
-               static_cast<double>(fH));
+    log10K2Out = log10K2;
     return {K1, K2};
 }
 
@@ -202,25 +199,19 @@ CarbonicAcid K1K2_Millero1979PureWater(float TempK, float logTempK) {
     return {Exp(lnK1), Exp(lnK2)};
 }
 
-CarbonicAcid K1K2_Millero2002(int whichKs, float Sal, float TempK) {
+CarbonicAcid K1K2_Millero2002(float Sal, float TempK) {
     const double S = Sal, TK = TempK;
     const double lnTK = std::log(TK);
     // Millero et al. (2002), seawater scale
     const float pK1 = static_cast<float>(-43.6977 - 0.0129037 * S + 0.0001364 * std::pow(S, 2.0) +
                                          2885.378 / TK + 7.045159 * lnTK);
-    float pK2 = static_cast<float>(-452.094 + 13.142162 * S - 0.000801 * std::pow(S, 2.0) +
-                                   21263.61 / TK + 68.483143 * lnTK +
-                                   (-581.4428 + 0.259601 * S) * S / TK - 1.967035 * S * lnTK);
-    if (whichKs == 10) {
-        // correction by the measured fCO2 [microatm]
-        pK2 = static_cast<float>(pK2 - 2.3e-05 * fCO2m);
-    } else if (whichKs == 11) {
-        // correction by the measured TCO2 [micromol/kg] above 2050
-        if (TCO2m >= 2050.0f) {
-            const float excess = TCO2m - 2050.0f;  // float difference
-            pK2 = static_cast<float>(pK2 - 0.00016 * excess);
-        }
-    }
+    const float pK2 = static_cast<float>(-452.094 + 13.142162 * S - 0.000801 * std::pow(S, 2.0) +
+                                         21263.61 / TK + 68.483143 * lnTK +
+                                         (-581.4428 + 0.259601 * S) * S / TK - 1.967035 * S * lnTK);
+    // Codes 10 and 11 correct pK2 by a measured fCO2 (-2.3e-05 fCO2) and a
+    // measured TCO2 above 2050 (-0.00016 (TCO2 - 2050)); no measurement is
+    // given to the calculation, so both corrections are 0 and the three codes
+    // give the same constants.
     return {TenToMinus(pK1), TenToMinus(pK2)};
 }
 
@@ -357,7 +348,7 @@ AcidConstants AcidConstantsForSet(const AcidInputs& in) {
             break;
         case 6:
         case 7:
-            c = K1K2_GEOSECS(in.Sal, in.sqrSal, in.TempK, in.logTempK, in.fH);
+            c = K1K2_GEOSECS(in.Sal, in.sqrSal, in.TempK, in.logTempK, in.fH, out.log10K2);
             break;
         case 8:
             c = K1K2_Millero1979PureWater(in.TempK, in.logTempK);
@@ -365,7 +356,7 @@ AcidConstants AcidConstantsForSet(const AcidInputs& in) {
         case 9:
         case 10:
         case 11:
-            c = K1K2_Millero2002(code, in.Sal, in.TempK);
+            c = K1K2_Millero2002(in.Sal, in.TempK);
             break;
         case 12:
             c = K1K2_Millero2006(in.Sal, in.TempK);

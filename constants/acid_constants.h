@@ -40,6 +40,7 @@ struct AcidConstants {
     float KW = 0.0f;               // (mol/kg-SW)^2
     float KB = 0.0f;               // mol/kg-SW
     float KP1 = 0.0f, KP2 = 0.0f, KP3 = 0.0f, KSi = 0.0f;  // mol/kg-SW
+    float log10K2 = 0.0f;  // NBS-scale log10 K2 of the GEOSECS sets 6 and 7 (else 0)
 };
 
 // KB, Dickson (1990) total scale, divided by SWStoTOT. Units: mol/kg-SW.
@@ -70,13 +71,13 @@ CarbonicAcid K1K2_Hansson1973(float Sal, float TempK, float logTempK);
 CarbonicAcid K1K2_Mehrbach1973(float Sal, float TempK, float logTempK);
 // K1, K2, Hansson and Mehrbach data refit by Dickson and Millero (1987), seawater scale.
 CarbonicAcid K1K2_HanssonMehrbach(float Sal, float TempK);
-// K1, K2, GEOSECS form on the NBS scale, divided by fH; writes the "peng" log line.
-CarbonicAcid K1K2_GEOSECS(float Sal, float sqrSal, float TempK, float logTempK, float fH);
+// K1, K2, GEOSECS form on the NBS scale, divided by fH; log10K2Out receives
+// the NBS-scale log10 K2 (as stored), which the "peng" log line reports.
+CarbonicAcid K1K2_GEOSECS(float Sal, float sqrSal, float TempK, float logTempK, float fH, float& log10K2Out);
 // K1, K2, Millero (1979) pure water.
 CarbonicAcid K1K2_Millero1979PureWater(float TempK, float logTempK);
-// K1, K2, Millero et al. (2002), seawater scale; code 10 corrects pK2 by the
-// global fCO2m, code 11 by the global TCO2m.
-CarbonicAcid K1K2_Millero2002(int whichKs, float Sal, float TempK);
+// K1, K2, Millero et al. (2002), seawater scale (codes 9, 10 and 11).
+CarbonicAcid K1K2_Millero2002(float Sal, float TempK);
 // K1, K2, Millero (2006), seawater scale.
 CarbonicAcid K1K2_Millero2006(float Sal, float TempK);
 // K1, K2, Lueker et al. (2000) total scale, divided by SWStoTOT.

@@ -7,12 +7,13 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <cstdio>
 #include <cstdint>
 
 #include "constants/acid_constants.h"
 #include "constants/pressure_corrections.h"
-#include "constants/process_values.h"
 #include "constants/seawater_terms.h"
+#include "log/log.h"
 
 namespace brinora {
 namespace constants_internal {
@@ -172,7 +173,7 @@ namespace {
 // when the arguments are those of a recent call.
 void ComputeConstants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
                       float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
-                      float& VPFac) {
+                      float& VPFac, PengLine& peng) {
     using namespace constants_internal;
 
     // 1. Working values.
@@ -218,6 +219,7 @@ void ComputeConstants(int pHScale, int whichKs, int whichKSO4, float Sal, float 
     in.SWStoTOT = SWStoTOT;
     in.fH = fH;
     const AcidConstants acid = AcidConstantsForSet(in);
+    if (whichKs == 6 || whichKs == 7) peng = PengLine{acid.log10K2, acid.K2, fH};
     float K1 = acid.K1, K2 = acid.K2, KW = acid.KW, KB = acid.KB;
     float KP1 = acid.KP1, KP2 = acid.KP2, KP3 = acid.KP3, KSi = acid.KSi;
 
@@ -290,28 +292,26 @@ void ComputeConstants(int pHScale, int whichKs, int whichKSO4, float Sal, float 
 
 // ---- Exact reuse ----
 //
-// A sample calls the routine two or three times, twice with the same
-// arguments when TA and TCO2 are given, and consecutive samples of a cast
+// A sample calls the routine twice with the same arguments when its output
+// conditions are its input conditions, and consecutive samples of a cast
 // often share their conditions. The routine is a pure function of its
-// arguments (and, for sets 10 and 11, of fCO2m and TCO2m), so each thread
-// keeps the results of its last few calls and hands them out again for
-// arguments that are equal to the bit. Not kept: sets 6 and 7, which write a
-// log line on every call, and codes outside 1..14, for which fH passes
-// through from the caller.
+// arguments, so each thread keeps the results of its last few calls and
+// hands them out again for arguments that are equal to the bit. Not kept:
+// codes outside 1..14, for which fH passes through from the caller.
 
 // One call: its arguments, bit for bit, and everything it wrote.
 struct KeptConstants {
     int pHScale = 0, whichKs = 0, whichKSO4 = 0;
-    std::uint32_t Sal = 0, TempC = 0, Pdbar = 0, fCO2m = 0, TCO2m = 0;
+    std::uint32_t Sal = 0, TempC = 0, Pdbar = 0;
     float K0 = 0.0f;
     std::array<float, 10> K{};  // positions 1..10
     std::array<float, 3> T{};   // positions 1..3
     float fH = 0.0f, FugFac = 0.0f, VPFac = 0.0f;
+    PengLine peng;
 
     bool matches(const KeptConstants& other) const {
-        return pHScale == other.pHScale && whichKs == other.whichKs && whichKSO4 == other.whichKSO4 &&
-               Sal == other.Sal && TempC == other.TempC && Pdbar == other.Pdbar && fCO2m == other.fCO2m &&
-               TCO2m == other.TCO2m;
+        return Sal == other.Sal && TempC == other.TempC && Pdbar == other.Pdbar && pHScale == other.pHScale &&
+               whichKs == other.whichKs && whichKSO4 == other.whichKSO4;
     }
 };
 
@@ -328,15 +328,24 @@ struct ConstantsReuse {
 
 thread_local ConstantsReuse reuse;
 
-bool Reusable(int whichKs) { return whichKs >= 1 && whichKs <= 14 && whichKs != 6 && whichKs != 7; }
+bool Reusable(int whichKs) { return whichKs >= 1 && whichKs <= 14; }
 
 }  // namespace
 
-void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
-                   float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
-                   float& VPFac) {
+std::string FormatPengLine(const PengLine& peng) {
+    // A float printed with %f takes at most 47 characters (39 digits of
+    // 3.4e38, sign, point, 6 decimals): three of them and the word fit.
+    char text[192];
+    const int length = std::snprintf(text, sizeof text, "peng %f %f %f", static_cast<double>(peng.log10K2),
+                                     static_cast<double>(peng.K2), static_cast<double>(peng.fH));
+    return std::string(text, static_cast<std::size_t>(length));
+}
+
+void CO2_ConstantsValues(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
+                         float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
+                         float& VPFac, PengLine& peng) {
     if (!reuse.on || !Reusable(whichKs)) {
-        ComputeConstants(pHScale, whichKs, whichKSO4, Sal, TempC, Pdbar, K0out, K, T, fH, FugFacOut, VPFac);
+        ComputeConstants(pHScale, whichKs, whichKSO4, Sal, TempC, Pdbar, K0out, K, T, fH, FugFacOut, VPFac, peng);
         return;
     }
     KeptConstants key;
@@ -346,8 +355,6 @@ void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float Tem
     key.Sal = std::bit_cast<std::uint32_t>(Sal);
     key.TempC = std::bit_cast<std::uint32_t>(TempC);
     key.Pdbar = std::bit_cast<std::uint32_t>(Pdbar);
-    key.fCO2m = std::bit_cast<std::uint32_t>(fCO2m);
-    key.TCO2m = std::bit_cast<std::uint32_t>(TCO2m);
     for (std::size_t i = 0; i < reuse.filled; ++i) {
         const KeptConstants& kept = reuse.calls[i];
         if (!kept.matches(key)) continue;
@@ -357,9 +364,11 @@ void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float Tem
         fH = kept.fH;
         FugFacOut = kept.FugFac;
         VPFac = kept.VPFac;
+        if (whichKs == 6 || whichKs == 7) peng = kept.peng;
         return;
     }
-    ComputeConstants(pHScale, whichKs, whichKSO4, Sal, TempC, Pdbar, K0out, K, T, fH, FugFacOut, VPFac);
+    ComputeConstants(pHScale, whichKs, whichKSO4, Sal, TempC, Pdbar, K0out, K, T, fH, FugFacOut, VPFac, key.peng);
+    if (whichKs == 6 || whichKs == 7) peng = key.peng;
     key.K0 = K0out;
     for (int k = 0; k < 10; ++k) key.K[static_cast<std::size_t>(k)] = K[static_cast<std::size_t>(k + 1)];
     for (int t = 0; t < 3; ++t) key.T[static_cast<std::size_t>(t)] = T[static_cast<std::size_t>(t + 1)];
@@ -369,6 +378,14 @@ void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float Tem
     reuse.calls[reuse.next] = key;
     reuse.next = (reuse.next + 1) % kKeptCalls;
     if (reuse.filled < kKeptCalls) ++reuse.filled;
+}
+
+void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
+                   float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
+                   float& VPFac) {
+    PengLine peng;
+    CO2_ConstantsValues(pHScale, whichKs, whichKSO4, Sal, TempC, Pdbar, K0out, K, T, fH, FugFacOut, VPFac, peng);
+    if (whichKs == 6 || whichKs == 7) log::line(FormatPengLine(peng));
 }
 
 void setConstantsReuse(bool on) {

@@ -1,6 +1,8 @@
 // Equilibrium constants of the carbonate system in seawater.
 #pragma once
 
+#include <string>
+
 #include "constants/arrays.h"
 
 namespace brinora {
@@ -14,6 +16,18 @@ namespace khso4 {
 constexpr int kDickson = 1, kKhoo = 2;
 }
 
+// What the "peng" log line of one constants call of sets 6 and 7 reports:
+// the NBS-scale log10 K2 and the seawater-scale surface K2 of the GEOSECS
+// form, and the activity coefficient fH of H+.
+struct PengLine {
+    float log10K2 = 0.0f;
+    float K2 = 0.0f;  // mol/kg-SW
+    float fH = 0.0f;
+};
+
+// The line itself, "peng %f %f %f".
+std::string FormatPengLine(const PengLine& peng);
+
 // Salinity-derived totals and every equilibrium constant for one salinity,
 // temperature and pressure, under constants set `whichKs` (1..14), bisulfate
 // constant `whichKSO4` (1..2) and pH scale `pHScale` (1..4).
@@ -23,13 +37,17 @@ constexpr int kDickson = 1, kKhoo = 2;
 // Outputs: K0out CO2 solubility [mol/(kg-SW atm)]; K positions 1..10; T
 // positions 1..3 (TB, TF, TS); fH activity coefficient of H+ (in/out: left as
 // it was for a constants-set code outside 1..14); FugFacOut fugacity factor;
-// VPFac 1 minus the water-vapour pressure of seawater [atm].
-// Computes in double, stores every intermediate as float. Writes one
-// "peng %f %f %f" log line for sets 6 and 7.
+// VPFac 1 minus the water-vapour pressure of seawater [atm]; peng, for sets
+// 6 and 7, what their log line reports (left as it was for other sets).
+// Computes in double, stores every intermediate as float; writes no log line.
 // Each thread keeps the results of its last few calls and gives them again,
-// to the bit, for the same arguments (codes and float bits; for sets 10 and 11
-// also fCO2m and TCO2m); sets 6 and 7 and codes outside 1..14 are always
-// computed.
+// to the bit, for the same arguments (codes and float bits); codes outside
+// 1..14 are always computed.
+void CO2_ConstantsValues(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
+                         float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
+                         float& VPFac, PengLine& peng);
+
+// The same, writing the "peng" line to the system log for sets 6 and 7.
 void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
                    float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
                    float& VPFac);

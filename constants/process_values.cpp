@@ -4,7 +4,5 @@ namespace brinora {
 
 float K0 = 0.0f;
 float FugFac = 0.0f;
-float fCO2m = 0.0f;
-float TCO2m = 0.0f;
 
 }  // namespace brinora

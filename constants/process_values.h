@@ -7,10 +7,6 @@ namespace brinora {
 extern float K0;
 // Fugacity factor fCO2/pCO2 of the latest CO2_Constants call of the process.
 extern float FugFac;
-// Measured fCO2 (microatm) for constants set 10; never written, stays 0.
-extern float fCO2m;
-// Measured TCO2 (micromol/kg) for constants set 11; never written, stays 0.
-extern float TCO2m;
 
 // K0 and FugFac of one calculation, for callers that keep their own state
 // instead of the process-wide values (one per worker thread).

@@ -2,8 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <string>
 
 #include "engine/board.h"
 
@@ -30,8 +28,6 @@ private:
     Engine() = default;
 
     Board board_;
-    // Declared for a lookup of slots by field name; nothing fills or reads it.
-    std::map<std::string, std::uint32_t> _nameToIndex;
 };
 
 }  // namespace brinora

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "engine/compute_co2.h"
+#include "engine/sample.h"
 
 namespace brinora {
 

@@ -32,6 +32,7 @@
 #include "engine/compute_co2.h"
 #include "engine/engine.h"
 #include "engine/slots.h"
+#include "log/log.h"
 
 namespace brinora {
 namespace {
@@ -44,9 +45,6 @@ constexpr std::string_view kReadError = kBatchReadErrorMessage;
 constexpr std::size_t kChunkInputBytes = std::size_t{1} << 18;
 // Chunks per worker: enough that a worker never waits for the writer.
 constexpr std::size_t kChunksPerWorker = 4;
-
-// Constants sets whose constants routine writes a log line on every call.
-bool logsPerConstantsCall(int constantsItem) { return constantsItem == 6 || constantsItem == 7; }
 
 // ---------------------------------------------------------------- input
 
@@ -129,6 +127,10 @@ struct Chunk {
     std::vector<int> sourceLines;
     std::string output;
     std::vector<LineResult> results;  // one per processed line; a stop line is the last
+    // The calculation's own log lines ("peng" lines of constants sets 6 and
+    // 7) of the chunk's lines, in line order, each ending in a newline; the
+    // delivery writes them, so that they reach the log in file order.
+    std::string calculationLog;
     bool done = false;                // guarded by the pipeline's mutex
 
     std::size_t lineCount() const { return inputEnds.size(); }
@@ -148,6 +150,7 @@ struct Chunk {
         endOffsets.clear();
         output.clear();
         results.clear();
+        calculationLog.clear();
         done = false;
     }
 };
@@ -276,7 +279,7 @@ public:
                     board.reset();
                 }
                 result.overflowField = static_cast<std::int8_t>(putLineOnBoard(fields, context_.options, board));
-                BrinoraMain::ComputeCO2(board, worker.values);
+                BrinoraMain::ComputeCO2(board, worker.values, &chunk.calculationLog);
                 if (log) log->line("Passed compute");
                 const std::size_t start = chunk.output.size();
                 appendBatchRecord(chunk.output, fields, board, optionColumns_);
@@ -316,7 +319,7 @@ public:
                 board.reset();
             }
             result.overflowField = static_cast<std::int8_t>(putLineOnBoard(fields, context_.options, board));
-            BrinoraMain::ComputeCO2(board, worker.values);
+            BrinoraMain::ComputeCO2(board, worker.values, &chunk.calculationLog);
             const std::size_t start = chunk.output.size();
             template_.append(chunk.output, fields, board,
                              firstSampleNumber_ + static_cast<std::uint32_t>(index - 1));
@@ -618,6 +621,13 @@ void runChunks(LineFeed& feed, const LineProcessor& processor, unsigned threads,
         }
         if (pipeline.empty()) return;
         Chunk* chunk = pipeline.waitForOldest();
+        // The calculation's log lines of the chunk, in file order, as a run
+        // on one thread writes them while it computes.
+        for (std::string_view rest = chunk->calculationLog; !rest.empty();) {
+            const std::size_t end = rest.find('\n');
+            log::line(rest.substr(0, end));
+            rest.remove_prefix(end + 1);
+        }
         const bool goOn = deliver(*chunk);
         pipeline.giveBack(chunk);
         if (!goOn) {
@@ -627,8 +637,11 @@ void runChunks(LineFeed& feed, const LineProcessor& processor, unsigned threads,
     }
 }
 
-unsigned computingThreads(const BatchRunOptions& options, int constantsItem) {
-    if (options.sampleLogLines == SampleLogLines::kEvery || logsPerConstantsCall(constantsItem)) return 1;
+// Every line's log lines go through the held log in line order on one thread;
+// the calculation's own lines (constants sets 6 and 7) are written in file
+// order by runChunks whatever the number of threads.
+unsigned computingThreads(const BatchRunOptions& options, int /*constantsItem*/) {
+    if (options.sampleLogLines == SampleLogLines::kEvery) return 1;
     return options.jobs == 0 ? availableCores() : options.jobs;
 }
 

@@ -1,7 +1,7 @@
 // The compiled half of the brinora Python module: the per-sample loop over
 // flat single-precision input arrays, run on worker threads without the GIL.
-// Each worker keeps its own field board and K0/FugFac, so the samples are
-// computed exactly as `brinora calc` computes one.
+// Each sample is computed by computeSample, the calculation `brinora calc`
+// makes, asked for the requested results only.
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
@@ -12,19 +12,19 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "_uncertainty.h"
 #include "app/option_choice.h"
 #include "app/option_titles.h"
-#include "engine/board.h"
-#include "engine/compute_co2.h"
 #include "engine/quantities.h"
 #include "engine/refusals.h"
+#include "engine/sample.h"
 #include "engine/slots.h"
 #include "log/log.h"
+#include "_uncertainty.h"
 
 namespace py = pybind11;
 
@@ -32,7 +32,7 @@ namespace brinora::python {
 namespace {
 
 // The fourteen sample inputs in board order (slots 11..24) and the results,
-// as brinora.compute names them.
+// as brinora.compute names them, from the quantity table.
 std::vector<const Quantity*> sampleInputs() {
     std::vector<const Quantity*> inputs;
     for (const Quantity& q : quantities()) {
@@ -55,6 +55,7 @@ const std::vector<const Quantity*>& resultList() {
     return results;
 }
 
+// Status messages by code: the one list of refusal reasons.
 std::vector<std::string> statusMessages() {
     std::vector<std::string> messages(refusal::kCount);
     for (int code = 0; code < refusal::kCount; ++code) {
@@ -71,31 +72,61 @@ struct Input {
     float at(std::size_t i) const { return perSample ? data[i] : data[0]; }
 };
 
+// Where a result comes from: a quantity of the calculation, or (for the pCO2
+// of the air and the wind speed) the input itself.
+int quantityOf(std::uint32_t resultSlot) {
+    if (resultSlot >= slot::kSalinityUsed && resultSlot <= slot::kxCO2Out) {
+        return static_cast<int>(resultSlot - slot::kResultBase);
+    }
+    if (resultSlot >= slot::kCO2FluxIn && resultSlot <= slot::kSigmaOut) {
+        return quantity::kCO2FluxIn + static_cast<int>(resultSlot - slot::kCO2FluxIn);
+    }
+    return -1;
+}
+
+int inputOf(std::uint32_t resultSlot) { return static_cast<int>(resultSlot - slot::kSalinity); }
+
+// Where row r of the results comes from: quantity `index` of the calculation
+// or (fromInput) input `index`.
+struct RowSource {
+    bool fromInput = false;
+    int index = 0;
+};
+
 struct Job {
     std::array<Input, kInputCount> inputs;
-    std::array<float, 4> optionSlots{};  // slots 1..4: menu item minus 1
-    float* results = nullptr;             // one row of n per result
+    SampleOptions options;
+    std::vector<int> wanted;     // indices into RESULT_NAMES, one row of results each
+    std::vector<RowSource> sources;  // one per row
+    QuantityMask mask = 0;       // the quantities those rows need
+    float* results = nullptr;    // wanted.size() rows of n
     std::int8_t* status = nullptr;
     std::size_t n = 0;
 };
 
 void computeRange(const Job& job, std::size_t begin, std::size_t end) {
-    Board board;
-    ProcessValues values;
+    SampleInputs sample;
+    sample.options = job.options;
+    SampleResults computed;
     const float nan = std::numeric_limits<float>::quiet_NaN();
     for (std::size_t i = begin; i < end; ++i) {
-        board.reset();
-        for (std::uint32_t o = 0; o < 4; ++o) board.set(slot::kConstantsSet + o, job.optionSlots[o]);
         float inputs[kInputCount];
         for (int j = 0; j < kInputCount; ++j) {
             inputs[j] = job.inputs[static_cast<std::size_t>(j)].at(i);
-            board.set(slot::kSalinity + static_cast<std::uint32_t>(j), inputs[j]);
+            sample.values[static_cast<std::size_t>(j)] = inputs[j];
         }
         std::int8_t code = nonFiniteInputCode(inputs);
-        if (code == refusal::kComputed) code = refusalCode(BrinoraMain::ComputeCO2(board, values));
+        if (code == refusal::kComputed) code = refusalCode(computeSample(sample, computed, job.mask));
         job.status[i] = code;
-        for (std::size_t r = 0; r < resultList().size(); ++r) {
-            job.results[r * job.n + i] = code == refusal::kComputed ? board.get(resultList()[r]->slot) : nan;
+        float* out = job.results + i;
+        if (code == refusal::kComputed) {
+            for (const RowSource& source : job.sources) {
+                *out = source.fromInput ? sample.values[static_cast<std::size_t>(source.index)]
+                                        : computed.values[static_cast<std::size_t>(source.index)];
+                out += job.n;
+            }
+        } else {
+            for (std::size_t row = 0; row < job.sources.size(); ++row, out += job.n) *out = nan;
         }
     }
 }
@@ -129,22 +160,43 @@ void computeAll(const Job& job, unsigned threads) {
 using FloatArray = py::array_t<float, py::array::c_style>;
 
 // inputs: 14 one-dimensional float32 arrays of length 1 or n, in board order;
-// items: the four menu items (constants, KHSO4, pH scale, flux).
+// items: the four menu items (constants, KHSO4, pH scale, flux); wanted: the
+// indices into RESULT_NAMES of the results to compute (None: every one).
 py::tuple compute(const std::vector<FloatArray>& inputs, std::size_t n, std::array<int, 4> items,
-                  unsigned threads) {
+                  unsigned threads, const std::optional<std::vector<int>>& wanted) {
     if (inputs.size() != kInputCount) throw py::value_error("expected 14 input arrays");
     Job job;
     job.n = n;
     for (int j = 0; j < kInputCount; ++j) {
         const FloatArray& a = inputs[static_cast<std::size_t>(j)];
         if (a.ndim() != 1 || (a.shape(0) != 1 && static_cast<std::size_t>(a.shape(0)) != n)) {
-            throw py::value_error("input " + std::string(sampleInputs()[static_cast<std::size_t>(j)]->inputName) + " has the wrong length");
+            throw py::value_error("input " + std::string(sampleInputs()[static_cast<std::size_t>(j)]->inputName) +
+                                  " has the wrong length");
         }
         job.inputs[static_cast<std::size_t>(j)] = {a.data(), a.shape(0) != 1};
     }
-    for (int o = 0; o < 4; ++o) job.optionSlots[static_cast<std::size_t>(o)] = static_cast<float>(items[o] - 1);
+    job.options = optionsFromSlots(static_cast<float>(items[0] - 1), static_cast<float>(items[1] - 1),
+                                   static_cast<float>(items[2] - 1), static_cast<float>(items[3] - 1));
+    if (wanted) {
+        for (const int index : *wanted) {
+            if (index < 0 || index >= static_cast<int>(resultList().size())) throw py::value_error("result index out of range");
+            job.wanted.push_back(index);
+        }
+    } else {
+        for (int index = 0; index < static_cast<int>(resultList().size()); ++index) job.wanted.push_back(index);
+    }
+    for (const int index : job.wanted) {
+        const std::uint32_t resultSlot = resultList()[static_cast<std::size_t>(index)]->slot;
+        const int q = quantityOf(resultSlot);
+        if (q >= 0) {
+            job.mask |= quantityBit(q);
+            job.sources.push_back({false, q});
+        } else {
+            job.sources.push_back({true, inputOf(resultSlot)});
+        }
+    }
 
-    py::array_t<float> results({static_cast<py::ssize_t>(resultList().size()), static_cast<py::ssize_t>(n)});
+    py::array_t<float> results({static_cast<py::ssize_t>(job.wanted.size()), static_cast<py::ssize_t>(n)});
     py::array_t<std::int8_t> status(static_cast<py::ssize_t>(n));
     job.results = results.mutable_data();
     job.status = status.mutable_data();
@@ -231,8 +283,10 @@ PYBIND11_MODULE(_brinora, m) {
     m.attr("hardware_threads") = std::max(1u, std::thread::hardware_concurrency());
 
     m.def("compute", &compute, py::arg("inputs"), py::arg("n"), py::arg("items"), py::arg("threads"),
+          py::arg("wanted") = py::none(),
           "Computes n samples from 14 float32 input arrays (length 1 or n, board order) and the "
-          "four menu items; returns (results[len(RESULT_NAMES), n] float32, status[n] int8).");
+          "four menu items; returns (results[k, n] float32, status[n] int8), one row for each "
+          "index into RESULT_NAMES in wanted (None: every result, in that order).");
     m.def("option_item", &optionItem, py::arg("menu"), py::arg("value"),
           "Menu item 1..N of an option given as an item number or a (prefix of a) menu title; "
           "menu 0 constants set, 1 KHSO4, 2 pH scale, 3 air-sea flux formula.");

@@ -6,8 +6,6 @@
 #include <cmath>
 #include <cstdint>
 
-#include "engine/engine.h"
-#include "engine/slots.h"
 #include "solvers/density.h"
 #include "solvers/gas_transfer.h"
 
@@ -36,7 +34,7 @@ namespace {
 // not-a-number product of two not-a-numbers is that of the operand the
 // compiled code happens to put first, so only the code that has always run
 // gives the same bits there.
-__attribute__((noipa)) double FluxOfEveryFormula(const Board& board, double TempC, double Sal, double u,
+__attribute__((noipa)) double FluxOfEveryFormula(const float& optionValue, double TempC, double Sal, double u,
                                                 double pCO2air, double pCO2water) {
     const double Sc = detail::SchmidtNumberCO2(TempC);
     const double K0 = detail::SolubilityCO2(TempC, Sal);  // mol/(kg atm)
@@ -52,8 +50,8 @@ __attribute__((noipa)) double FluxOfEveryFormula(const Board& board, double Temp
     const double pCO2waterAtm = pCO2water * 1e-6;
     const double pCO2airAtm = pCO2air * 1e-6;
 
-    // Formula code: the integer part of the board value (NaN matches no code).
-    const double code = std::trunc(static_cast<double>(board.get(slot::kAirSeaFlux)));
+    // Formula code: the integer part of the option value (NaN matches no code).
+    const double code = std::trunc(static_cast<double>(optionValue));
     double k = 0.0;
     if (code == flux_formula::kWanninkhof1992) {
         k = kWanninkhof;
@@ -126,14 +124,21 @@ double TransferTimesSolubility(double code, double TempC, double Sal, double u) 
 
 }  // namespace
 
-double CalcCO2Flux(const Board& board, double TempC, double Sal, double u, double pCO2air,
-                   double pCO2water) {
-    // Formula code: the integer part of the board value (NaN matches no code).
-    const double code = std::trunc(static_cast<double>(board.get(slot::kAirSeaFlux)));
-    if (code != flux_formula::kWanninkhof1992 && code != flux_formula::kNightingale2000 &&
-        code != flux_formula::kHo2006) {
+int FluxFormulaCode(float optionValue) {
+    // The integer part of the option value (NaN matches no code).
+    const double code = std::trunc(static_cast<double>(optionValue));
+    if (code == flux_formula::kWanninkhof1992) return flux_formula::kWanninkhof1992;
+    if (code == flux_formula::kNightingale2000) return flux_formula::kNightingale2000;
+    if (code == flux_formula::kHo2006) return flux_formula::kHo2006;
+    return -1;
+}
+
+double CalcCO2Flux(int formula, double TempC, double Sal, double u, double pCO2air, double pCO2water) {
+    if (formula != flux_formula::kWanninkhof1992 && formula != flux_formula::kNightingale2000 &&
+        formula != flux_formula::kHo2006) {
         return 0.0;
     }
+    const double code = formula;
 
     const std::uint64_t TempCBits = std::bit_cast<std::uint64_t>(TempC);
     const std::uint64_t SalBits = std::bit_cast<std::uint64_t>(Sal);
@@ -152,17 +157,16 @@ double CalcCO2Flux(const Board& board, double TempC, double Sal, double u, doubl
         keptTransfers[nextKeptTransfer] = KeptTransfer{TempCBits, SalBits, uBits, code, transfer, true};
         nextKeptTransfer = 1 - nextKeptTransfer;
     }
-    if (std::isnan(transfer)) return FluxOfEveryFormula(board, TempC, Sal, u, pCO2air, pCO2water);
+    if (std::isnan(transfer)) {
+        const float optionValue = static_cast<float>(formula);
+        return FluxOfEveryFormula(optionValue, TempC, Sal, u, pCO2air, pCO2water);
+    }
 
     // Partial pressures in atm; a number times the difference has one result
     // whatever the order of the operands.
     const double pCO2waterAtm = pCO2water * 1e-6;
     const double pCO2airAtm = pCO2air * 1e-6;
     return transfer * (pCO2waterAtm - pCO2airAtm);
-}
-
-double CalcCO2Flux(double TempC, double Sal, double u, double pCO2air, double pCO2water) {
-    return CalcCO2Flux(Engine::sharedInstance()->board(), TempC, Sal, u, pCO2air, pCO2water);
 }
 
 }  // namespace brinora

@@ -1,8 +1,6 @@
 // Air-sea CO2 flux.
 #pragma once
 
-#include "engine/board.h"
-
 namespace brinora {
 
 // Air-sea flux formula codes (board slot 4).
@@ -10,14 +8,15 @@ namespace flux_formula {
 constexpr int kWanninkhof1992 = 0, kNightingale2000 = 1, kHo2006 = 2;
 }
 
+// The formula code of an option value as the board holds it: its integer
+// part, truncated toward zero; -1 (no formula) for a value whose integer part
+// is not 0, 1 or 2, and for not-a-number.
+int FluxFormulaCode(float optionValue);
+
 // Flux of CO2 from sea to air for TempC [deg C], salinity Sal, wind speed u
 // [m/s] and pCO2 of air and water [microatm], by the gas-transfer formula
-// whose code is the integer part of slot 4 of `board`. Units: mmol m-2 d-1,
-// positive from sea to air; 0 for a code outside 0..2.
-double CalcCO2Flux(const Board& board, double TempC, double Sal, double u, double pCO2air,
-                   double pCO2water);
-
-// The same, reading the formula code from the process-wide board.
-double CalcCO2Flux(double TempC, double Sal, double u, double pCO2air, double pCO2water);
+// `formula` (flux_formula codes). Units: mmol m-2 d-1, positive from sea to
+// air; 0 for a code outside 0..2.
+double CalcCO2Flux(int formula, double TempC, double Sal, double u, double pCO2air, double pCO2water);
 
 }  // namespace brinora

@@ -255,19 +255,17 @@ def _flux_inputs(wind_speed, pco2_air):
 
 
 def _result_names(results):
-    """The result names asked for, checked (None: all of RESULT_NAMES)."""
+    """The names asked for, checked: every result name when None."""
     if results is None:
-        return list(RESULT_NAMES)
-    names = [results] if isinstance(results, str) else list(results)
-    for name in names:
-        if name not in RESULT_NAMES:
-            raise ValueError(f"unknown result {name!r}: one of {', '.join(RESULT_NAMES)}")
-    return names
-
-
-def _select(values, names):
-    """The results named ``names`` and the status, out of all results."""
-    return {**{name: values[name] for name in names}, "status": values["status"]}
+        return RESULT_NAMES
+    if isinstance(results, str):
+        results = [results]
+    names = list(dict.fromkeys(results))
+    unknown = [name for name in names if name not in RESULT_NAMES]
+    if unknown:
+        raise ValueError(f"unknown result name(s) {', '.join(map(repr, unknown))}: the results are "
+                         f"{', '.join(RESULT_NAMES)}")
+    return tuple(names)
 
 
 def _outside(arrays, status):
@@ -344,7 +342,8 @@ def compute(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=No
     in any case): constants (1..14), khso4 (1..2), ph_scale (1 Total,
     2 Seawater, 3 Free, 4 NBS), flux (1 Wanninkhof, 2 Nightingale, 3 Ho);
     defaults in DEFAULT_OPTIONS. results: the result names to return
-    (default: all of RESULT_NAMES); status is always returned. validate:
+    (default: all of RESULT_NAMES); only those are computed and returned, with
+    ``status``, each with the bits the full call gives. validate:
     refuse the samples whose salinity, temperature, TA or TCO2 no seawater
     has (see :func:`check`) with one SeawaterRangeWarning; False computes
     them as the command line does. threads: worker threads (default: every
@@ -385,12 +384,11 @@ def compute(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=No
         raise ValueError(f"the input shapes do not broadcast together: {shapes}") from None
     size = int(np.prod(shape, dtype=np.int64))
     flat = [_flatten(a, shape, size) for a in arrays]
-    core, status = _brinora.compute(
+    rows, status = _brinora.compute(
         flat, size, [items["constants"], items["khso4"], items["ph_scale"], items["flux"]],
-        threads)
+        threads, None if results is None else [RESULT_NAMES.index(name) for name in names])
     status = status.reshape(shape)
-    out = _select({**{name: core[i].reshape(shape) for i, name in enumerate(RESULT_NAMES)},
-                   "status": status}, names)
+    out = {**{name: rows[i].reshape(shape) for i, name in enumerate(names)}, "status": status}
 
     refused = np.zeros(shape, bool)
     for j, (name, (_, mask)) in enumerate(zip(INPUT_NAMES, read)):

@@ -7,7 +7,6 @@
 #include <string>
 
 #include "constants/co2_constants.h"
-#include "constants/process_values.h"
 #include "tests/constants/constants_support.h"
 
 namespace brinora {
@@ -17,19 +16,6 @@ using namespace brinora::constants_test;
 namespace ci = brinora::constants_internal;
 
 const log::ScopedSink kQuietLog{[](std::string_view) {}};
-
-// Sets a process-wide float for the lifetime of the object, then restores it.
-class ScopedGlobal {
-public:
-    ScopedGlobal(float& global, float value) : global_(global), saved_(global) { global_ = value; }
-    ~ScopedGlobal() { global_ = saved_; }
-    ScopedGlobal(const ScopedGlobal&) = delete;
-    ScopedGlobal& operator=(const ScopedGlobal&) = delete;
-
-private:
-    float& global_;
-    float saved_;
-};
 
 float TempKOf(float TempC) { return static_cast<float>(TempC + 273.15); }
 float LogTempKOf(float TempC) { return static_cast<float>(std::log(static_cast<double>(TempKOf(TempC)))); }
@@ -146,35 +132,6 @@ TEST(AcidConstants, Sets9To11AreIdentical) {
             }
         }
     }
-}
-
-TEST(AcidConstants, Set10CorrectsPK2ByMeasuredFCO2) {
-    EXPECT_EQ(fCO2m, 0.0f);
-    const float TempK = TempKOf(20.0f);
-    const ci::CarbonicAcid s9 = ci::K1K2_Millero2002(9, 35.0f, TempK);
-    const ScopedGlobal measured(fCO2m, 400.0f);
-    const ci::CarbonicAcid s10 = ci::K1K2_Millero2002(10, 35.0f, TempK);
-    EXPECT_EQ(s10.K1, s9.K1);
-    // pK2 lower by 2.3e-05*400 = 0.0092: K2 larger by 10^0.0092 = 1.021410
-    EXPECT_NEAR(s10.K2 / s9.K2, 1.021410f, 3e-6f);
-}
-
-TEST(AcidConstants, Set11CorrectsPK2OnlyAbove2050) {
-    EXPECT_EQ(TCO2m, 0.0f);
-    const float TempK = TempKOf(20.0f);
-    const ci::CarbonicAcid s9 = ci::K1K2_Millero2002(9, 35.0f, TempK);
-    {
-        const ScopedGlobal measured(TCO2m, 2049.0f);
-        EXPECT_EQ(ci::K1K2_Millero2002(11, 35.0f, TempK).K2, s9.K2);
-    }
-    {
-        const ScopedGlobal measured(TCO2m, 2150.0f);
-        const ci::CarbonicAcid s11 = ci::K1K2_Millero2002(11, 35.0f, TempK);
-        EXPECT_EQ(s11.K1, s9.K1);
-        // pK2 lower by 0.00016*(2150 - 2050) = 0.016: K2 larger by 10^0.016 = 1.037528
-        EXPECT_NEAR(s11.K2 / s9.K2, 1.037528f, 3e-6f);
-    }
-    EXPECT_EQ(TCO2m, 0.0f);
 }
 
 // ---- Set 14: Millero (2010) ----

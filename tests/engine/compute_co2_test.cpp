@@ -172,7 +172,7 @@ TEST(ComputeCO2, MissingOutputTemperatureIsZeroExceptForSigmaAtOutput) {
     EXPECT_EQ(b.get(slot::kTemperatureOutUsed), 0.0f);
     // Flux at output conditions is computed at 0 deg C ...
     EXPECT_EQ(b.get(slot::kCO2FluxOut),
-              static_cast<float>(CalcCO2Flux(b, 0.0, 35.0, 10.0, 400.0, b.get(slot::kpCO2Out))));
+              static_cast<float>(CalcCO2Flux(FluxFormulaCode(b.get(slot::kAirSeaFlux)), 0.0, 35.0, 10.0, 400.0, b.get(slot::kpCO2Out))));
     // ... sigma-t at output conditions at -999 deg C.
     EXPECT_EQ(b.get(slot::kSigmaOut), static_cast<float>(Sigma(-999.0, 35.0)));
     EXPECT_NE(b.get(slot::kSigmaOut), static_cast<float>(Sigma(0.0, 35.0)));
@@ -329,7 +329,7 @@ TEST(ComputeCO2, FluxFormulaComesFromTheBoardBeingComputed) {
         const Outcome run = compute(s);
         const Board& b = run.board;
         EXPECT_EQ(b.get(slot::kCO2FluxIn),
-                  static_cast<float>(CalcCO2Flux(b, 25.0, 35.0, 8.0, 350.0, b.get(slot::kpCO2In))));
+                  static_cast<float>(CalcCO2Flux(FluxFormulaCode(b.get(slot::kAirSeaFlux)), 25.0, 35.0, 8.0, 350.0, b.get(slot::kpCO2In))));
         EXPECT_GT(b.get(slot::kCO2FluxIn), 0.0f) << "formula item " << item;
     }
     s.flux = 0;  // a placeholder choice: code -1, no flux

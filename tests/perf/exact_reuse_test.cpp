@@ -167,29 +167,6 @@ TEST_F(ExactReuseTest, KeptConstantsAreTheRoutinesOutputsAndTouchNothingElse) {
     }
 }
 
-TEST_F(ExactReuseTest, MeasuredFCO2AndTCO2AreKeptApart) {
-    // Sets 10 and 11 read the globals fCO2m and TCO2m: a kept result is only
-    // for the values they had.
-    for (const int whichKs : {10, 11}) {
-        ConstantsArray K{};
-        TotalsArray T{};
-        float K0 = 0, fH = 0, FugFac = 0, VPFac = 0;
-        CO2_Constants(1, whichKs, 1, 35.0f, 20.0f, 0.0f, K0, K, T, fH, FugFac, VPFac);
-        const float K2before = K[k::K2];
-        fCO2m = 800.0f;
-        TCO2m = 2300.0f;
-        CO2_Constants(1, whichKs, 1, 35.0f, 20.0f, 0.0f, K0, K, T, fH, FugFac, VPFac);
-        const float K2after = K[k::K2];
-        setConstantsReuse(false);
-        CO2_Constants(1, whichKs, 1, 35.0f, 20.0f, 0.0f, K0, K, T, fH, FugFac, VPFac);
-        setConstantsReuse(true);
-        fCO2m = 0.0f;
-        TCO2m = 0.0f;
-        EXPECT_NE(K2after, K2before) << whichKs;
-        EXPECT_EQ(std::bit_cast<std::uint32_t>(K2after), std::bit_cast<std::uint32_t>(K[k::K2])) << whichKs;
-    }
-}
-
 TEST(ExactReuseLog, SetsSixAndSevenWriteTheirLineOnEveryCall) {
     // TA and TCO2 given: three constants calls a sample, each with its line,
     // the same sample after sample.

@@ -365,6 +365,26 @@ TEST_F(FastBatchTest, EveryInputPairAndConstantsSet) {
     expectFastKmlSame(text, Options{7, 2, 4, 3});
 }
 
+TEST_F(FastBatchTest, SetsSixAndSevenWriteTheirLogLinesInFileOrderOnSeveralThreads) {
+    // Three "peng" lines a TA-TCO2 sample, two for the other pairs, with
+    // values that differ from line to line: the runs on 2 and 8 threads must
+    // write them in the one-thread run's order.
+    const std::vector<std::string> pairs = {"2300,2000,,,", "2300,,8.05,,", ",2000,,400,", ",,8.05,,400"};
+    std::string text = kHeader + "\n";
+    for (int id = 1; id <= 1500; ++id) {
+        const std::string salinity = std::to_string(30 + id % 70 / 10.0);
+        text += sample(id, pairs[static_cast<std::size_t>(id) % pairs.size()], salinity, id % 3 == 0 ? "2500" : "0") +
+                "\n";
+    }
+    for (const int constants : {6, 7}) {
+        const RunOutcome reference = batch(input(text), std::nullopt, Options{constants, 1, 4, 1});
+        const auto peng = std::count_if(reference.log.begin(), reference.log.end(),
+                                        [](const std::string& line) { return line.starts_with("peng "); });
+        EXPECT_EQ(peng, 375 * 3 + 1125 * 2) << "set " << constants;
+        expectFastBatchSame(text, Options{constants, 1, 4, 1});
+    }
+}
+
 TEST_F(FastBatchTest, KmlOfAwkwardLines) {
     expectFastKmlSame(kHeader + "\n" + sample(1) + "\n\n" + "x,#SALINITY# #tC#,#a#,##,la,lo,35,20\n" +
                       "only\n" + sample(2) + "\n" + sample(3));

@@ -4,19 +4,14 @@
 
 #include <cmath>
 
-#include "engine/engine.h"
-#include "engine/slots.h"
 #include "solvers/density.h"
 #include "solvers/gas_transfer.h"
 
 namespace brinora {
 namespace {
 
-Board BoardWithFormula(float code) {
-    Board board;
-    board.set(slot::kAirSeaFlux, code);
-    return board;
-}
+// The formula code of an option value as the board holds it.
+int FormulaOf(float optionValue) { return FluxFormulaCode(optionValue); }
 
 TEST(SchmidtNumberCO2, At20DegreesIs665988Thousandths) {
     // 2073.1 - 125.62*20 + 3.6276*400 - 0.043219*8000 = 665.988.
@@ -39,7 +34,7 @@ TEST(CalcCO2Flux, HandDerivedWanninkhofCase) {
     //         = -3.4293671, K0 = 0.032407444 mol/(kg atm)
     //   rho = 1024.76298 kg/m3, so K0*1000*rho = 33209.949 mmol/(m3 atm)
     //   flux = 7.4064774 * 33209.949 * (500 - 400)e-6 = 24.59687 mmol m-2 d-1
-    const double flux = CalcCO2Flux(BoardWithFormula(0.0f), 20.0, 35.0, 10.0, 400.0, 500.0);
+    const double flux = CalcCO2Flux(FormulaOf(0.0f), 20.0, 35.0, 10.0, 400.0, 500.0);
     EXPECT_NEAR(flux, 24.59687, 0.0002);
 }
 
@@ -51,50 +46,49 @@ TEST(CalcCO2Flux, FormulasAgreeWithTheirGasTransferVelocities) {
     const double k0 = 0.31 * std::pow(u, 2) * std::pow(660.0 / Sc, 0.5) * 0.24;
     const double k1 = (0.333 * u + 0.222 * std::pow(u, 2)) * std::pow(Sc / 600.0, -0.5) * 0.24;
     const double k2 = 0.266 * std::pow(u, 2) * std::pow(Sc / 600.0, -0.5) * 0.24;
-    EXPECT_EQ(CalcCO2Flux(BoardWithFormula(0.0f), T, S, u, air, water), k0 * solubility * dp);
-    EXPECT_EQ(CalcCO2Flux(BoardWithFormula(1.0f), T, S, u, air, water), k1 * solubility * dp);
-    EXPECT_EQ(CalcCO2Flux(BoardWithFormula(2.0f), T, S, u, air, water), k2 * solubility * dp);
-    EXPECT_LT(CalcCO2Flux(BoardWithFormula(0.0f), T, S, u, air, water), 0.0);  // uptake
+    EXPECT_EQ(CalcCO2Flux(FormulaOf(0.0f), T, S, u, air, water), k0 * solubility * dp);
+    EXPECT_EQ(CalcCO2Flux(FormulaOf(1.0f), T, S, u, air, water), k1 * solubility * dp);
+    EXPECT_EQ(CalcCO2Flux(FormulaOf(2.0f), T, S, u, air, water), k2 * solubility * dp);
+    EXPECT_LT(CalcCO2Flux(FormulaOf(0.0f), T, S, u, air, water), 0.0);  // uptake
 }
 
 TEST(CalcCO2Flux, FormulaCodeIsTruncatedTowardZero) {
-    const double ho = CalcCO2Flux(BoardWithFormula(2.0f), 15.0, 35.0, 8.0, 400.0, 450.0);
-    EXPECT_EQ(CalcCO2Flux(BoardWithFormula(2.9f), 15.0, 35.0, 8.0, 400.0, 450.0), ho);
-    const double wanninkhof = CalcCO2Flux(BoardWithFormula(0.0f), 15.0, 35.0, 8.0, 400.0, 450.0);
-    EXPECT_EQ(CalcCO2Flux(BoardWithFormula(-0.7f), 15.0, 35.0, 8.0, 400.0, 450.0), wanninkhof);
+    const double ho = CalcCO2Flux(FormulaOf(2.0f), 15.0, 35.0, 8.0, 400.0, 450.0);
+    EXPECT_EQ(CalcCO2Flux(FormulaOf(2.9f), 15.0, 35.0, 8.0, 400.0, 450.0), ho);
+    const double wanninkhof = CalcCO2Flux(FormulaOf(0.0f), 15.0, 35.0, 8.0, 400.0, 450.0);
+    EXPECT_EQ(CalcCO2Flux(FormulaOf(-0.7f), 15.0, 35.0, 8.0, 400.0, 450.0), wanninkhof);
     EXPECT_NE(ho, wanninkhof);
 }
 
 TEST(CalcCO2Flux, EqualPartialPressuresGiveNoFlux) {
     for (float code : {0.0f, 1.0f, 2.0f}) {
-        EXPECT_EQ(CalcCO2Flux(BoardWithFormula(code), 18.0, 35.0, 12.0, 400.0, 400.0), 0.0)
+        EXPECT_EQ(CalcCO2Flux(FormulaOf(code), 18.0, 35.0, 12.0, 400.0, 400.0), 0.0)
             << "formula " << code;
     }
 }
 
 TEST(CalcCO2Flux, UnknownFormulaCodesGiveNoFlux) {
     for (float code : {3.0f, -1.0f, 99.0f, NAN}) {
-        EXPECT_EQ(CalcCO2Flux(BoardWithFormula(code), 18.0, 35.0, 12.0, 400.0, 500.0), 0.0)
+        EXPECT_EQ(CalcCO2Flux(FormulaOf(code), 18.0, 35.0, 12.0, 400.0, 500.0), 0.0)
             << "formula " << code;
     }
 }
 
 TEST(CalcCO2Flux, NoWindGivesNoFlux) {
     for (float code : {0.0f, 1.0f, 2.0f}) {
-        EXPECT_EQ(CalcCO2Flux(BoardWithFormula(code), 18.0, 35.0, 0.0, 400.0, 500.0), 0.0)
+        EXPECT_EQ(CalcCO2Flux(FormulaOf(code), 18.0, 35.0, 0.0, 400.0, 500.0), 0.0)
             << "formula " << code;
     }
 }
 
-TEST(CalcCO2Flux, WithoutABoardReadsTheProcessBoard) {
-    Engine* engine = Engine::sharedInstance();
-    const float saved = engine->getFieldValueAtPos(slot::kAirSeaFlux);
-    engine->setFieldValueAtPos(slot::kAirSeaFlux, 1.0f);
-    EXPECT_EQ(CalcCO2Flux(20.0, 35.0, 10.0, 400.0, 500.0),
-              CalcCO2Flux(BoardWithFormula(1.0f), 20.0, 35.0, 10.0, 400.0, 500.0));
-    engine->setFieldValueAtPos(slot::kAirSeaFlux, 3.0f);
-    EXPECT_EQ(CalcCO2Flux(20.0, 35.0, 10.0, 400.0, 500.0), 0.0);
-    engine->setFieldValueAtPos(slot::kAirSeaFlux, saved);
+TEST(FluxFormulaCode, IntegerPartOfTheOptionValue) {
+    EXPECT_EQ(FluxFormulaCode(0.0f), 0);
+    EXPECT_EQ(FluxFormulaCode(-0.7f), 0);
+    EXPECT_EQ(FluxFormulaCode(1.0f), 1);
+    EXPECT_EQ(FluxFormulaCode(2.9f), 2);
+    EXPECT_EQ(FluxFormulaCode(3.0f), -1);
+    EXPECT_EQ(FluxFormulaCode(-1.0f), -1);
+    EXPECT_EQ(FluxFormulaCode(std::nanf("")), -1);
 }
 
 }  // namespace
