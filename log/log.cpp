@@ -1,7 +1,9 @@
 #include "log/log.h"
 
 #include <syslog.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -25,7 +27,25 @@ Sink& currentSink() {
 // whole into the logger's buffer (and its length overflow the int precision).
 constexpr std::size_t kMaxSyslogLine = 65536;
 
+// Whether the system logger's socket is there. Where none runs, syslog(3)
+// tries, and fails, to connect on every line: a batch of 10^6 lines spent
+// seconds of its reading thread on those attempts. The answer is kept for a
+// second, so a logger that starts later is still found. Called under the
+// sink's lock.
+bool loggerPresent() {
+    using Clock = std::chrono::steady_clock;
+    static Clock::time_point nextCheck{};
+    static bool present = false;
+    const Clock::time_point now = Clock::now();
+    if (now >= nextCheck) {
+        present = ::access(_PATH_LOG, F_OK) == 0;
+        nextCheck = now + std::chrono::seconds(1);
+    }
+    return present;
+}
+
 void writeToSyslog(std::string_view text) {
+    if (!loggerPresent()) return;
     static std::once_flag opened;
     std::call_once(opened, [] { openlog("brinora", LOG_PID, LOG_USER); });
     const std::size_t length = text.size() < kMaxSyslogLine ? text.size() : kMaxSyslogLine;

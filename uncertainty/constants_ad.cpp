@@ -136,12 +136,12 @@ void CarbonicAcid(int code, int pHScale, const R& S, const R& sqS, const R& TK, 
             break;
         case 9:
         case 10:
-        case 11: {  // Millero et al. (2002); sets 10 and 11 correct pK2 by fCO2m and TCO2m
+        case 11: {  // Millero et al. (2002); the pK2 corrections of sets 10 and 11 for a
+                    // measured fCO2 and TCO2 are zero, as no measured value is ever given
+
             const R pK1 = -43.6977 - 0.0129037 * S + 0.0001364 * S * S + 2885.378 / TK + 7.045159 * lnTK;
-            R pK2 = -452.094 + 13.142162 * S - 0.000801 * S * S + 21263.61 / TK + 68.483143 * lnTK +
+            const R pK2 = -452.094 + 13.142162 * S - 0.000801 * S * S + 21263.61 / TK + 68.483143 * lnTK +
                     (-581.4428 + 0.259601 * S) * S / TK - 1.967035 * S * lnTK;
-            if (code == 10) pK2 -= 2.3e-05 * static_cast<double>(fCO2m);
-            if (code == 11 && TCO2m >= 2050.0f) pK2 -= 0.00016 * static_cast<double>(TCO2m - 2050.0f);
             a.K1 = TenToMinus(pK1);
             a.K2 = TenToMinus(pK2);
             break;

@@ -255,9 +255,9 @@ def _flux_inputs(wind_speed, pco2_air):
 
 
 def _result_names(results):
-    """The names asked for, checked: every result name when None."""
+    """The names asked for, checked, as a list: every result name when None."""
     if results is None:
-        return RESULT_NAMES
+        return list(RESULT_NAMES)
     if isinstance(results, str):
         results = [results]
     names = list(dict.fromkeys(results))
@@ -265,7 +265,7 @@ def _result_names(results):
     if unknown:
         raise ValueError(f"unknown result name(s) {', '.join(map(repr, unknown))}: the results are "
                          f"{', '.join(RESULT_NAMES)}")
-    return tuple(names)
+    return names
 
 
 def _outside(arrays, status):

@@ -153,7 +153,7 @@ def test_results_selection():
     full = brinora.compute(35.0, 10.0, ta=2300, tco2=2000, **BASE)
     assert list(r) == ["omega_calcite", "status"]
     assert r["omega_calcite"] == full["omega_calcite"]
-    with pytest.raises(ValueError, match="unknown result 'omega'"):
+    with pytest.raises(ValueError, match=r"unknown result name\(s\) 'omega': the results are salinity, "):
         brinora.compute(35.0, 10.0, ta=2300, tco2=2000, results=["omega"])
 
 
