@@ -2,6 +2,7 @@
 #include "app/controller_core.h"
 
 #include "records/batch_record.h"
+#include "records/dict_record.h"
 
 #include "app/option_titles.h"
 #include "app/settings_keys.h"
@@ -15,11 +16,6 @@ namespace brinora {
 namespace {
 
 constexpr std::string_view kErrorDomain = "BrinoraApp";
-
-float slotValue(std::uint32_t pos) { return Engine::sharedInstance()->getFieldValueAtPos(pos); }
-
-// Exactly 0: NaN and every other value count as not 0.
-bool isExactlyZero(float value) { return value == 0.0f; }
 
 // Value of `key` in `dictionary` ("" when missing).
 std::string entry(const std::map<std::string, std::string, std::less<>>& dictionary,
@@ -39,6 +35,12 @@ std::string withoutCarriageReturns(std::string_view text) {
 
 }  // namespace
 
+RecordOptionTitles recordOptionTitlesOf(const AppUi& ui) {
+    return RecordOptionTitles{ui.selectedTitle(Menu::CO2Constants), ui.selectedTitle(Menu::KHSO4),
+                              ui.selectedTitle(Menu::pHScale), ui.selectedTitle(Menu::AirSeaFlux),
+                              ui.selectedTitle(Menu::WindSpeedUnits)};
+}
+
 BrinoraAppControllerCore::BrinoraAppControllerCore(AppUi& ui, SettingsStore& defaults)
     : previewTableController(ui, defaults),
       ui_(ui),
@@ -49,13 +51,7 @@ void BrinoraAppControllerCore::awakeFromNib() {
     cruiseTimeAtStartup = ui_.dateValue(DatePicker::CruiseTime);
 }
 
-void BrinoraAppControllerCore::logLine(std::string_view line) {
-    if (logOverride) {
-        logOverride(line);
-    } else {
-        ui_.logLine(line);
-    }
-}
+void BrinoraAppControllerCore::logLine(std::string_view line) { ui_.logLine(line); }
 
 void BrinoraAppControllerCore::presentAppError(const std::string& message) {
     ui_.presentError(PresentedError{std::string(kErrorDomain), 0, message});
@@ -129,57 +125,7 @@ std::string BrinoraAppControllerCore::formatStringRecord() {
 }
 
 DictRecord BrinoraAppControllerCore::formatDictRecord() {
-    DictRecord record;
-    for (const std::string_view key : {"SampleID", "Name", "Time", "Date", "Latitude", "Longitude", "Comment"}) {
-        const auto found = cruiseInformationDictionary.find(key);
-        if (found != cruiseInformationDictionary.end()) record.insert_or_assign(std::string(key), found->second);
-    }
-    const auto put = [&record](std::string_view key, float value) {
-        record.insert_or_assign(std::string(key), formatNumber(value));
-    };
-    struct KeyedSlot {
-        std::string_view key;
-        std::uint32_t pos;
-    };
-    static constexpr KeyedSlot kInputs[] = {
-        {"Salinity", slot::kSalinity}, {"Temperature", slot::kTemperature}, {"Pressure", slot::kPressure},
-        {"Total P", slot::kPhosphate}, {"Total Si", slot::kSilicate},       {"TA", slot::kTAOut},
-        {"TCO2", slot::kTCO2Out},      {"pH", slot::kpHIn},                 {"fCO2", slot::kfCO2In},
-        {"pCO2", slot::kpCO2In},       {"HCO3", slot::kHCO3In},             {"CO3", slot::kCO3In},
-        {"CO2", slot::kCO2In},         {"B Alk", slot::kBAlkIn},            {"OH", slot::kOHIn},
-        {"P Alk", slot::kPAlkIn},      {"Si Alk", slot::kSiAlkIn},          {"Revelle", slot::kRevelleIn},
-        {"Omega Ca", slot::kOmegaCaIn}, {"Omega Ar", slot::kOmegaArIn},
-    };
-    for (const KeyedSlot& item : kInputs) put(item.key, slotValue(item.pos));
-    const float temperatureOut = slotValue(slot::kTemperatureOut);
-    const float pressureOut = slotValue(slot::kPressureOut);
-    put("Output Temperature", isExactlyZero(temperatureOut) ? slotValue(slot::kTemperature) : temperatureOut);
-    put("Output Pressure", isExactlyZero(pressureOut) ? slotValue(slot::kPressure) : pressureOut);
-    static constexpr KeyedSlot kOutputs[] = {
-        {"Output pH", slot::kpHOut},           {"Output fCO2", slot::kfCO2Out},
-        {"Output pCO2", slot::kpCO2Out},       {"Output HCO3", slot::kHCO3Out},
-        {"Output CO3", slot::kCO3Out},         {"Output CO2", slot::kCO2Out},
-        {"Output B Alk", slot::kBAlkOut},      {"Output OH", slot::kOHOut},
-        {"Output P Alk", slot::kPAlkOut},      {"Output Si Alk", slot::kSiAlkOut},
-        {"Output Revelle", slot::kRevelleOut}, {"Output Omega Ca", slot::kOmegaCaOut},
-        {"Output Omega Ar", slot::kOmegaArOut}, {"Output xCO2", slot::kxCO2Out},
-        {"pCO2 air", slot::kpCO2Air},          {"Windspeed", slot::kWindSpeed},
-    };
-    for (const KeyedSlot& item : kOutputs) put(item.key, slotValue(item.pos));
-    if (isExactlyZero(slotValue(slot::kPressure))) {
-        put("CO2 Flux", slotValue(slot::kCO2FluxIn));
-        put("Output CO2 Flux", slotValue(slot::kCO2FluxOut));
-    } else {
-        record.insert_or_assign("CO2 Flux", "");
-        record.insert_or_assign("Output CO2 Flux", "");
-    }
-    // Set three times over the years; the pop-up's title is what stands.
-    record.insert_or_assign("Windspeed Units", withoutCommas(ui_.selectedTitle(Menu::WindSpeedUnits)));
-    record.insert_or_assign("CO2 Constants", withoutCommas(ui_.selectedTitle(Menu::CO2Constants)));
-    record.insert_or_assign("KHSO4", withoutCommas(ui_.selectedTitle(Menu::KHSO4)));
-    record.insert_or_assign("pH Scale", withoutCommas(ui_.selectedTitle(Menu::pHScale)));
-    record.insert_or_assign("Air-Sea Flux", withoutCommas(ui_.selectedTitle(Menu::AirSeaFlux)));
-    return record;
+    return dictRecord(cruiseInformationDictionary, Engine::sharedInstance()->board(), recordOptionTitlesOf(ui_));
 }
 
 bool BrinoraAppControllerCore::saveString() {
@@ -270,9 +216,7 @@ void BrinoraAppControllerCore::updateConstants() {
 bool BrinoraAppControllerCore::checkForConstants() {
     if (ui_.selectedIndex(Menu::CO2Constants) == 0 || ui_.selectedIndex(Menu::KHSO4) == 0 ||
         ui_.selectedIndex(Menu::AirSeaFlux) == 0 || ui_.selectedIndex(Menu::pHScale) == 0) {
-        const std::string message =
-            "To perform the calculation, Brinora needs constants, scales, and units supplied by the "
-            "user. Click \"Select...\" to provide these parameters.";
+        const std::string message(kOptionsNeededMessage);
         presentAppError(message);
         logLine(message);
         return false;

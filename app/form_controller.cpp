@@ -116,7 +116,7 @@ void FormController::calculate() {
 
     BrinoraMain::lastOutcome = ComputeOutcome{};
     if (core_.computeCO2) {
-        core_.computeCO2();
+        core_.computeCO2(board_.board());
     } else {
         BrinoraMain::ComputeCO2();
     }

@@ -13,6 +13,9 @@
 #include <string_view>
 #include <vector>
 
+#include "input/presented_error.h"
+#include "records/calendar_format.h"
+
 namespace brinora {
 
 // The pop-up menus whose selection the controller reads or sets.
@@ -47,18 +50,6 @@ enum class DatePicker {
     CruiseTime,  // sample time of day
 };
 
-// A calendar date and time of day in the system time zone, as a date picker
-// holds it. Two values are the same date when every member is equal.
-struct CalendarDateTime {
-    int year = 1970;   // four-digit year
-    int month = 1;     // 1..12
-    int day = 1;       // 1..31
-    int hour = 0;      // 0..23
-    int minute = 0;    // 0..59
-    int second = 0;    // 0..59
-    friend bool operator==(const CalendarDateTime&, const CalendarDateTime&) = default;
-};
-
 // What an open panel is asked to show.
 struct OpenPanelRequest {
     std::vector<std::string> allowedTypes;  // file name extensions without the point, e.g. "csv"
@@ -71,13 +62,6 @@ struct SavePanelRequest {
     std::string requiredType;  // extension without the point, e.g. "csv" or "kml"
     std::string directory;     // starting folder; empty for the panel's own choice
     std::string proposedName;  // proposed file name, extension included
-};
-
-// An error shown to the user (the toolkit's presented error).
-struct PresentedError {
-    std::string domain;                // "BrinoraApp" for the controller's own messages
-    int code = 0;                      // 0 for the controller's own messages
-    std::string localizedDescription;  // the message, shown as it is
 };
 
 // An informational alert with its buttons; runs modally until dismissed.

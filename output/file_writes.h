@@ -6,8 +6,6 @@
 #include <string_view>
 #include <vector>
 
-#include "app/ui.h"
-
 namespace brinora {
 
 // Result of a file write.

@@ -208,12 +208,12 @@ TEST_F(KmlTest, PlacemarksThatCannotBeWrittenLeaveTheDocumentAsChosen) {
     const auto compute = core.computeCO2;
     int calls = 0;
     std::string kept;
-    core.computeCO2 = [&] {
+    core.computeCO2 = [&](Board& board) {
         if (++calls == 2) {
             kept = readFile(kmlPath);
             std::filesystem::remove(kmlPath);
         }
-        compute();
+        compute(board);
     };
     core.writeKML();
     EXPECT_EQ(kept, kHeader);

@@ -68,14 +68,13 @@ protected:
         Engine::sharedInstance()->reset();
         // A stand-in for the chemistry: every result slot shows where it came
         // from, so record and placemark tests do not depend on the solvers.
-        core.computeCO2 = [this] {
+        core.computeCO2 = [this](Board& board) {
             ++computeCalls;
-            Engine* board = Engine::sharedInstance();
-            computedSalinities.push_back(board->getFieldValueAtPos(11));
-            computedWindSpeeds.push_back(board->getFieldValueAtPos(24));
+            computedSalinities.push_back(board.get(11));
+            computedWindSpeeds.push_back(board.get(24));
             for (std::uint32_t pos = 30; pos <= 72; ++pos) {
                 if (pos == 68) continue;
-                board->setFieldValueAtPos(pos, static_cast<float>(pos) + 0.25f);
+                board.set(pos, static_cast<float>(pos) + 0.25f);
             }
         };
         ui.onPresentError = [this](const PresentedError& error) { presented.push_back(error); };
