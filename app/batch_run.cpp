@@ -125,6 +125,17 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
 
     BatchResult result = runBatch(request, report);
     if (result.anyComputed) Engine::sharedInstance()->reset();
+    // The records of a run that ended at a line (or at its end) stay in the
+    // output file for good.
+    const bool keepsRecords = result.status != RunStatus::kReadError && result.status != RunStatus::kWriteFailed;
+    if (appended && keepsRecords && !appended->commit()) {
+        result.status = RunStatus::kWriteFailed;
+        result.writeError = appended->errorMessage();
+        result.message = "The record could not be written to the output file (" + result.writeError + ").";
+        result.written = 0;
+        result.stoppedAtLine = 0;
+        result.stoppedAtSourceLine = 0;
+    }
     core.lastRunStatus = result.status;
     core.headerNames = result.headerNames;
     core.stoppedAtLine = result.stoppedAtLine;
@@ -206,7 +217,7 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
     request.firstSampleNumber = core.sampleID;
     // The document is chosen on the first line: its header is the new file's
     // whole content, and the placemarks are appended to it.
-    std::unique_ptr<AppendedFile> appended;
+    std::unique_ptr<KmlDocumentFile> appended;
     request.openDocument = [&]() {
         KmlDocument document;
         const std::string proposed =
@@ -224,7 +235,7 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
             if (!written.ok) document.headerError = written.message;
         }
         document.writeHeader = false;
-        appended = std::make_unique<AppendedFile>(core.fullPathOut);
+        appended = std::make_unique<KmlDocumentFile>(core.fullPathOut);
         document.sink = appended.get();
         return document;
     };

@@ -1,6 +1,8 @@
 // Output record, output file and option operations of the controller core.
 #include "app/controller_core.h"
 
+#include "app/appended_file.h"
+
 #include "records/batch_record.h"
 #include "records/dict_record.h"
 
@@ -131,9 +133,9 @@ DictRecord BrinoraAppControllerCore::formatDictRecord() {
 bool BrinoraAppControllerCore::saveString() {
     formatStringRecord();  // the record is kept in stringToWrite
     logLine("stringToWrite: " + stringToWrite);
-    const WriteResult written = appendToExistingFile(fullPathOut, stringToWrite);
-    if (!written.ok) lastWriteError = written.message;
-    return written.ok;
+    const std::string error = appendToOutputFile(fullPathOut, stringToWrite);
+    if (!error.empty()) lastWriteError = error;
+    return error.empty();
 }
 
 // ---------------------------------------------------------------- output file

@@ -74,9 +74,9 @@ public:
     // "Dict": the named strings of the preview table; any other name logs
     // "Unknown format to return" and gives nothing.
     FormattedRecord formatOutputAs(std::string_view format);
-    // Builds a "String" record and appends it to fullPathOut with one write.
-    // The file must exist; false when the record could not be written (the
-    // reason in lastWriteError).
+    // Builds a "String" record and appends it to fullPathOut as one
+    // journaled append (app/appended_file.h). The file must exist; false when
+    // the record could not be written (the reason in lastWriteError).
     bool saveString();
     // Sets cruiseDateCheck and cruiseTimeCheck from the date pickers.
     void checkCruiseInformation();

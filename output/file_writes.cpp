@@ -47,53 +47,6 @@ WriteResult writeFileAtomically(const std::string& path, std::string_view conten
     return result;
 }
 
-WriteResult appendToExistingFile(const std::string& path, std::string_view bytes) {
-    if (path.empty()) return failure("no output file", ENOENT);
-    const int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
-    if (fd < 0) return failure("cannot open \"" + path + "\"", errno);
-    // One write per record (per 2 GiB piece of a larger one, the most one
-    // write takes): with O_APPEND the kernel puts it at the end of the file in
-    // one step, so no record of another process appending to the file can
-    // fall inside it. A short write means the device is full or a size limit
-    // is reached; the record is not continued then.
-    constexpr std::size_t kLargestWrite = 0x7ffff000;
-    std::size_t done = 0;
-    int errorNumber = 0;
-    while (done < bytes.size()) {
-        const std::size_t wanted = std::min(bytes.size() - done, kLargestWrite);
-        const ssize_t n = ::write(fd, bytes.data() + done, wanted);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) {
-            errorNumber = errno;
-            break;
-        }
-        done += static_cast<std::size_t>(n);
-        if (static_cast<std::size_t>(n) < wanted) {
-            // Why it stopped: a write of the next byte fails with the reason
-            // (or, when room has just appeared, adds that byte, taken away below).
-            const ssize_t probe = ::write(fd, bytes.data() + done, 1);
-            errorNumber = probe < 0 ? errno : ENOSPC;
-            if (probe == 1) ++done;
-            break;
-        }
-    }
-    if (errorNumber != 0) {
-        // Take the part of the record that was written away again, so that
-        // the file ends with a whole record; only while it is still the end
-        // of the file (another process may have appended after it).
-        const off_t end = ::lseek(fd, 0, SEEK_CUR);
-        struct stat now {};
-        if (done > 0 && end >= static_cast<off_t>(done) && ::fstat(fd, &now) == 0 && S_ISREG(now.st_mode) &&
-            now.st_size == end) {
-            (void)!::ftruncate(fd, end - static_cast<off_t>(done));
-        }
-        ::close(fd);
-        return failure("cannot append to \"" + path + "\"", errorNumber);
-    }
-    if (::close(fd) != 0) return failure("cannot append to \"" + path + "\"", errno);
-    return WriteResult{true, 0, {}};
-}
-
 std::string fileStem(std::string_view path) {
     const std::size_t slash = path.rfind('/');
     std::string_view name = slash == std::string_view::npos ? path : path.substr(slash + 1);

@@ -1,5 +1,4 @@
-// Plain file handling of the batch subsystem: writing a new file atomically,
-// appending one record with a single write, and path names.
+// Plain file handling: writing a new file atomically, and path names.
 #pragma once
 
 #include <string>
@@ -19,13 +18,6 @@ struct WriteResult {
 // same folder, flushed, then renamed over `path` (see AsideFile). A replaced
 // file keeps its permission bits.
 WriteResult writeFileAtomically(const std::string& path, std::string_view content);
-
-// Appends `bytes` to the existing file at `path` with a single write on a
-// file opened for appending (never created here), so that records of other
-// processes appending to the same file never fall inside it. A write that
-// fails part way is cut back while it is still at the end of the file, so
-// the file only ever gains whole records.
-WriteResult appendToExistingFile(const std::string& path, std::string_view bytes);
 
 // Last component of `path`, without its extension ("a/b/c.csv" -> "c").
 std::string fileStem(std::string_view path);

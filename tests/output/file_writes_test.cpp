@@ -48,45 +48,6 @@ TEST_F(FileTest, AtomicWriteIntoAMissingFolderFails) {
     EXPECT_NE(result.message.find("No such file or directory"), std::string::npos);
 }
 
-TEST_F(FileTest, AppendNeedsAnExistingFile) {
-    const std::string path = (dir / "out.csv").string();
-    EXPECT_FALSE(appendToExistingFile(path, "r1\n").ok);
-    EXPECT_FALSE(std::filesystem::exists(path));
-    writeFile(path, "h\n");
-    EXPECT_TRUE(appendToExistingFile(path, "r1\n").ok);
-    EXPECT_TRUE(appendToExistingFile(path, "r2\n").ok);
-    EXPECT_EQ(readFile(path), "h\nr1\nr2\n");
-}
-
-TEST_F(FileTest, AppendToAFullDeviceLeavesNoPartialRecord) {
-    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
-    const WriteResult result = appendToExistingFile("/dev/full", "a record\n");
-    EXPECT_FALSE(result.ok);
-    EXPECT_EQ(result.errorNumber, ENOSPC);
-}
-
-TEST_F(FileTest, AppendPastAFileSizeLimitLeavesNoPartialRecord) {
-    // The file may grow by 5 bytes only: the record is written in part, then
-    // taken away again, and the reason is that of the failed write.
-    const std::string path = (dir / "out.csv").string();
-    writeFile(path, "h\n");
-    rlimit saved{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
-    const auto previousHandler = ::signal(SIGXFSZ, SIG_IGN);
-    rlimit limited = saved;
-    limited.rlim_cur = 7;
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
-    const WriteResult result = appendToExistingFile(path, "a record of 24 bytes...\n");
-    const WriteResult small = appendToExistingFile(path, "r1\n");
-    ::setrlimit(RLIMIT_FSIZE, &saved);
-    ::signal(SIGXFSZ, previousHandler);
-    EXPECT_FALSE(result.ok);
-    EXPECT_EQ(result.errorNumber, EFBIG);
-    EXPECT_EQ(result.message, "cannot append to \"" + path + "\": File too large");
-    EXPECT_TRUE(small.ok);
-    EXPECT_EQ(readFile(path), "h\nr1\n");
-}
-
 TEST(PathPieces, StemsFoldersAndTilde) {
     EXPECT_EQ(fileStem("/data/cruise.csv"), "cruise");
     EXPECT_EQ(fileStem("cruise.v2.csv"), "cruise.v2");
