@@ -10,6 +10,7 @@
 
 #include "records/calendar_format.h"
 #include "tests/support/controller_fixture.h"
+#include "tests/support/files.h"
 
 namespace brinora {
 namespace {
@@ -19,14 +20,10 @@ using testing::writeFile;
 
 class FileTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"files-test"};
+
     FileTest() {
-        char pattern[] = "/tmp/brinora-files-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
-    }
-    ~FileTest() override {
-        std::error_code ignored;
-        std::filesystem::permissions(dir, std::filesystem::perms::owner_all, ignored);
-        std::filesystem::remove_all(dir, ignored);
+        dir = scratch_.path();
     }
     std::filesystem::path dir;
 };

@@ -22,6 +22,7 @@
 #include "engine/engine.h"
 #include "log/log.h"
 #include "tests/support/controller_fixture.h"
+#include "tests/support/files.h"
 
 namespace brinora {
 namespace {
@@ -83,13 +84,10 @@ struct Options {
 
 class FastBatchTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"fast-test"};
+
     FastBatchTest() {
-        char pattern[] = "/tmp/brinora-fast-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
-    }
-    ~FastBatchTest() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(dir, ignored);
+        dir = scratch_.path();
     }
 
     std::string input(const std::string& text) {

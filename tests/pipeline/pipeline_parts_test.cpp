@@ -29,6 +29,7 @@
 #include "engine/slots.h"
 #include "tests/support/controller_fixture.h"
 #include "tests/support/reference_text.h"
+#include "tests/support/files.h"
 
 namespace brinora {
 namespace {
@@ -202,13 +203,10 @@ TEST(FastFields, SplitKeepsTheFirstTwentyOneFields) {
 
 class StreamReaderTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"stream-test"};
+
     StreamReaderTest() {
-        char pattern[] = "/tmp/brinora-stream-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
-    }
-    ~StreamReaderTest() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(dir, ignored);
+        dir = scratch_.path();
     }
 
     // The pieces of the file at `path` read in blocks of `block` bytes.
