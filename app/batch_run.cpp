@@ -58,13 +58,13 @@ private:
 };
 
 // The options of the window's menus, with their titles.
-BatchOptions batchOptionsOf(const AppUi& ui) {
+BatchOptions batchOptionsOf(const OptionMenus& menus) {
     BatchOptions options;
-    options.constants = ui.selectedIndex(Menu::CO2Constants);
-    options.khso4 = ui.selectedIndex(Menu::KHSO4);
-    options.pHScale = ui.selectedIndex(Menu::pHScale);
-    options.flux = ui.selectedIndex(Menu::AirSeaFlux);
-    options.titles = recordOptionTitlesOf(ui);
+    options.constants = menus.selectedIndex(Menu::CO2Constants);
+    options.khso4 = menus.selectedIndex(Menu::KHSO4);
+    options.pHScale = menus.selectedIndex(Menu::pHScale);
+    options.flux = menus.selectedIndex(Menu::AirSeaFlux);
+    options.titles = recordOptionTitlesOf(menus);
     return options;
 }
 

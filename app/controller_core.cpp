@@ -37,10 +37,10 @@ std::string withoutCarriageReturns(std::string_view text) {
 
 }  // namespace
 
-RecordOptionTitles recordOptionTitlesOf(const AppUi& ui) {
-    return RecordOptionTitles{ui.selectedTitle(Menu::CO2Constants), ui.selectedTitle(Menu::KHSO4),
-                              ui.selectedTitle(Menu::pHScale), ui.selectedTitle(Menu::AirSeaFlux),
-                              ui.selectedTitle(Menu::WindSpeedUnits)};
+RecordOptionTitles recordOptionTitlesOf(const OptionMenus& menus) {
+    return RecordOptionTitles{menus.selectedTitle(Menu::CO2Constants), menus.selectedTitle(Menu::KHSO4),
+                              menus.selectedTitle(Menu::pHScale), menus.selectedTitle(Menu::AirSeaFlux),
+                              menus.selectedTitle(Menu::WindSpeedUnits)};
 }
 
 BrinoraAppControllerCore::BrinoraAppControllerCore(AppUi& ui, SettingsStore& defaults)

@@ -26,7 +26,7 @@ inline constexpr std::string_view kOptionsNeededMessage =
     "user. Click \"Select...\" to provide these parameters.";
 
 // The option titles of the window's menus, as a record carries them.
-RecordOptionTitles recordOptionTitlesOf(const AppUi& ui);
+RecordOptionTitles recordOptionTitlesOf(const OptionMenus& menus);
 
 class BrinoraAppControllerCore {
 public:
