@@ -9,7 +9,8 @@
 #include "app/settings_keys.h"
 #include "engine/engine.h"
 #include "input/lenient_number.h"
-#include "output/file_writes.h"
+#include "output/atomic_write.h"
+#include "output/path_names.h"
 #include "records/kml_document.h"
 
 namespace brinora {

@@ -3,7 +3,7 @@
 #include "app/batch_run.h"
 #include "app/controller_core.h"
 #include "app/settings_keys.h"
-#include "output/file_writes.h"
+#include "output/path_names.h"
 
 namespace brinora {
 void BrinoraAppControllerCore::selectCSVtoOpen() {

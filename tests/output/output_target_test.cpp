@@ -17,7 +17,7 @@
 #include <set>
 
 #include "records/output_record.h"
-#include "output/file_writes.h"
+#include "output/atomic_write.h"
 #include "tests/support/controller_fixture.h"
 #include "tests/support/unprivileged.h"
 #include "tests/support/files.h"

@@ -24,7 +24,6 @@
 #include "input/lenient_number.h"
 #include "records/output_record.h"
 #include "input/line_reader.h"
-#include "output/file_writes.h"
 #include "engine/engine.h"
 #include "engine/slots.h"
 #include "tests/support/controller_fixture.h"

@@ -1,4 +1,5 @@
-#include "output/file_writes.h"
+#include "output/atomic_write.h"
+#include "output/path_names.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
