@@ -1,73 +1,292 @@
-// Choosing the batch input, the preview check and the preview window's buttons;
-// the runs themselves are the batch engine's.
-#include "app/settings_keys.h"
-#include "pipeline/batch_pipeline.h"
+// The controller's batch, preview and KML runs: a plain request from the
+// window's menus and fields, the batch pipeline, then what the window shows.
+#include <memory>
+#include <optional>
+
+#include "app/appended_file.h"
+#include "app/batch_run.h"
 #include "app/controller_core.h"
-#include "output/file_writes.h"
+#include "app/settings_keys.h"
+#include "engine/engine.h"
+#include "input/lenient_number.h"
+#include "output/atomic_write.h"
+#include "output/path_names.h"
+#include "records/kml_document.h"
 
 namespace brinora {
-void BrinoraAppControllerCore::selectCSVtoOpen() {
-    const auto chosen = ui_.runOpenPanel(
-        OpenPanelRequest{{"csv"}, defaults_.value(settings::kOpenPath).value_or(""), false});
-    if (chosen.empty()) return;
-    batchInputFilesChosen(chosen);
-}
+namespace {
 
-void BrinoraAppControllerCore::batchInputFilesChosen(const std::vector<std::string>& files) {
-    batchWriteMode = 1;
-    filesToOpen = files;
-    const std::string& first = filesToOpen.front();
-    logLine("filename = " + first);
-    ui_.setText(TextField::PathField, first);
-    defaults_.setValue(settings::kOpenPath, directoryOf(withoutExtension(first)));
-    defaults_.synchronize();
-    ui_.setText(TextField::PathFieldOut, "");
-    checkIfPreviewNeeded();
-}
+// What the pipeline tells a run of the controller, shown on the window.
+class WindowReport : public BatchReport {
+public:
+    WindowReport(BrinoraAppControllerCore& core, AppUi& ui, const BatchRunOptions& options, RunMode mode)
+        : core_(core), ui_(ui), options_(options), mode_(mode) {}
 
-std::string BrinoraAppControllerCore::batchProcess(std::string_view /*path*/, bool justPreview) {
-    return runBatchFile(*this, ui_, runOptions, justPreview);
-}
+    // kPreview: the preview length as stored ("" when none is).
+    std::optional<std::string> storedPreviewLength;
 
-void BrinoraAppControllerCore::writeKML() { runKmlFile(*this, ui_, defaults_, runOptions); }
-
-void BrinoraAppControllerCore::checkIfPreviewNeeded() {
-    if (!checkForConstants()) return;
-    const std::string input = ui_.text(TextField::PathField);
-    if (!input.empty() && !ui_.text(TextField::PathFieldOut).empty()) {
-        previewTableController.clearPreviewTable();
-        ui_.setPreviewTableHidden(false);
-        const std::string message = batchProcess(input, true);
-        if (!message.empty()) {
-            ui_.setPreviewTableHidden(true);
-            presentAppError(message);
-            ui_.setProgressIndicatorHidden(true);
+    void logLine(std::string_view line) override { ui_.logLine(line); }
+    void samplesBegin(bool sizeKnown) override {
+        switch (mode_) {
+            case RunMode::kPreview:
+                ui_.setText(TextField::PreviewTableLength, storedPreviewLength.value_or("5"));
+                ui_.noteNumberOfRowsChanged();
+                break;
+            case RunMode::kRecords:
+                ui_.setProgressIndicatorHidden(false);
+                if (!sizeKnown) ui_.setProgressIndicatorIndeterminate(true);
+                break;
+            case RunMode::kKml:
+                if (!sizeKnown) ui_.setProgressIndicatorIndeterminate(true);
+                break;
         }
-    } else {
-        ui_.setPreviewTableHidden(true);
     }
+    void progress(double percent) override {
+        if (mode_ == RunMode::kRecords) core_.progressValue = percent;
+        ui_.setProgressIndicatorValue(percent);
+    }
+    void note(const RunNote& note) override {
+        if (options_.note) options_.note(note);
+    }
+    void previewRow(DictRecord row) override { core_.previewTableController.addToPreviewTable(std::move(row)); }
+    bool cancelRequested() override { return ui_.cancelRequested(); }
+
+private:
+    BrinoraAppControllerCore& core_;
+    AppUi& ui_;
+    const BatchRunOptions& options_;
+    RunMode mode_;
+};
+
+// The options of the window's menus, with their titles.
+BatchOptions batchOptionsOf(const OptionMenus& menus) {
+    BatchOptions options;
+    options.constants = menus.selectedIndex(Menu::CO2Constants);
+    options.khso4 = menus.selectedIndex(Menu::KHSO4);
+    options.pHScale = menus.selectedIndex(Menu::pHScale);
+    options.flux = menus.selectedIndex(Menu::AirSeaFlux);
+    options.titles = recordOptionTitlesOf(menus);
+    return options;
 }
 
-void BrinoraAppControllerCore::cancelFromPreview() {
-    logLine("cancel from preview clicked");
-    ui_.closePreviewWindow();
-    ui_.stopPreviewModal();
+// The request of a controller's run with the window's options.
+BatchRequest requestFrom(const BrinoraAppControllerCore& core, const AppUi& ui, const BatchRunOptions& options,
+                         RunMode mode, std::string input) {
+    BatchRequest request;
+    request.input = std::move(input);
+    request.mode = mode;
+    request.options = batchOptionsOf(ui);
+    request.jobs = options.jobs;
+    request.sampleLogLines = options.sampleLogLines;
+    request.readBlock = options.readBlock;
+    request.linesPerChunk = options.linesPerChunk;
+    request.startBoard = &Engine::sharedInstance()->board();
+    if (core.computeCO2) request.compute = core.computeCO2;
+    return request;
 }
 
-void BrinoraAppControllerCore::OKFromPreview() {
-    logLine("ok from preview clicked");
-    ui_.closePreviewWindow();
-    ui_.stopPreviewModal();
-    ui_.performCalculate();
+}  // namespace
+
+std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchRunOptions& options,
+                         bool justPreview) {
+    core.stoppedAtLine = 0;
+    core.stoppedAtSourceLine = 0;
+    if (!justPreview) {
+        core.failedWrites = 0;
+        core.recordsWritten = 0;
+        core.lastWriteError.clear();
+    }
+
+    // Announce the run.
+    if (!justPreview) {
+        ui.logLine("Batch process called, all records");
+        core.progressValue = 0.0;
+    } else {
+        ui.logLine("Batch process called, just preview");
+    }
+    const std::string inputPath = core.filesToOpen.empty() ? std::string() : core.filesToOpen.front();
+    ui.logLine("Dealing with file " + inputPath);
+
+    const RunMode mode = justPreview ? RunMode::kPreview : RunMode::kRecords;
+    WindowReport report(core, ui, options, mode);
+    BatchRequest request = requestFrom(core, ui, options, mode, inputPath);
+    if (justPreview) {
+        report.storedPreviewLength = core.defaultsStore().value(settings::kNumberOfLinesInPreview);
+        const int length = report.storedPreviewLength ? lenientInteger(*report.storedPreviewLength) : 5;
+        request.previewLines = length < 0 ? 0 : static_cast<std::size_t>(length);
+    }
+    std::unique_ptr<AppendedFile> appended;
+    if (!justPreview) {
+        request.output = options.output;
+        if (request.output == nullptr) {
+            appended = std::make_unique<AppendedFile>(core.fullPathOut);
+            request.output = appended.get();
+        }
+    }
+
+    BatchResult result = runBatch(request, report);
+    if (result.anyComputed) Engine::sharedInstance()->reset();
+    // The records of a run that ended at a line (or at its end) stay in the
+    // output file for good.
+    const bool keepsRecords = result.status != RunStatus::kReadError && result.status != RunStatus::kWriteFailed;
+    if (appended && keepsRecords && !appended->commit()) {
+        result.status = RunStatus::kWriteFailed;
+        result.writeError = appended->errorMessage();
+        result.message = "The record could not be written to the output file (" + result.writeError + ").";
+        result.written = 0;
+        result.stoppedAtLine = 0;
+        result.stoppedAtSourceLine = 0;
+    }
+    core.lastRunStatus = result.status;
+    core.headerNames = result.headerNames;
+    core.stoppedAtLine = result.stoppedAtLine;
+    core.stoppedAtSourceLine = result.stoppedAtSourceLine;
+    if (!justPreview) core.recordsWritten = result.written;
+    if (result.haveLastLine) {
+        if (!justPreview) core.stringToWrite = std::move(result.lastBytes);
+        core.cruiseInformationDictionary = std::move(result.lastCruiseInformation);
+    }
+
+    const auto stopRun = [&ui](const std::string& message) {
+        ui.logLine(message);
+        ui.setProgressIndicatorHidden(true);
+        return message;
+    };
+    switch (result.status) {
+        case RunStatus::kReadError:
+            if (appended) appended->rollBack();
+            if (!justPreview && result.linesRun) ui.setProgressIndicatorHidden(true);
+            ui.presentError(result.readError);
+            ui.logLine(kBatchReadErrorMessage);
+            return std::string(kBatchReadErrorMessage);
+        case RunStatus::kWriteFailed:
+            // Nothing of the run is kept: the output is taken back to what it was.
+            ++core.failedWrites;
+            core.lastWriteError = result.writeError;
+            if (appended) appended->rollBack();
+            return stopRun(result.message);
+        case RunStatus::kStopped:
+        case RunStatus::kCancelled:
+        case RunStatus::kNoDatapoints:
+        case RunStatus::kWrongColumns:
+            return stopRun(result.message);
+        case RunStatus::kDone:
+            break;
+    }
+
+    // The end of the file.
+    ui.logLine("Done with file!");
+
+    // Show the preview, or report completion.
+    if (justPreview) {
+        ui.runPreviewWindowModal();
+        ui.logLine("back in the batch processing function");
+        return "";
+    }
+    ui.runAlert(Alert{"Batch Processing of File Completed",
+                      "File Input:\n" + inputPath + "\n" + "\nFile Output:\n" + core.fullPathOut + "\n",
+                      {"OK"}});
+    ui.setProgressIndicatorHidden(true);
+    core.sampleID = 0;
+    core.fullPath = "";
+    ui.setText(TextField::PathField2, "");
+    ui.setCheckBoxState(0);
+    return "";
 }
 
-void BrinoraAppControllerCore::refreshTable() {
-    logLine("refresh from preview clicked");
-    defaults_.setValue(settings::kNumberOfLinesInPreview, ui_.text(TextField::PreviewTableLength));
-    ui_.closePreviewWindow();
-    previewTableController.clearPreviewTable();
-    ui_.stopPreviewModal();
-    batchProcess(ui_.text(TextField::PathField), true);
+void runKmlFile(BrinoraAppControllerCore& core, AppUi& ui, SettingsStore& defaults, const BatchRunOptions& options) {
+    // The input file.
+    const auto chosen =
+        ui.runOpenPanel(OpenPanelRequest{{"csv"}, defaults.value(settings::kOpenPath).value_or(""), false});
+    if (chosen.empty()) return;
+    core.batchWriteMode = 1;
+    core.filesToOpen = chosen;
+    core.fullPath = core.filesToOpen.front();
+    core.alreadySaved = 0;
+    runKmlOfChosenInput(core, ui, defaults, options);
+}
+
+void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStore& defaults,
+                         const BatchRunOptions& options) {
+    core.placemarksWritten = 0;
+    core.failedWrites = 0;
+    core.stoppedAtSourceLine = 0;
+    core.lastWriteError.clear();
+
+    WindowReport report(core, ui, options, RunMode::kKml);
+    BatchRequest request = requestFrom(core, ui, options, RunMode::kKml, core.fullPath);
+    request.firstSampleNumber = core.sampleID;
+    // The document is chosen on the first line: its header is the new file's
+    // whole content, and the placemarks are appended to it.
+    std::unique_ptr<KmlDocumentFile> appended;
+    request.openDocument = [&]() {
+        KmlDocument document;
+        const std::string proposed =
+            core.fullPath.empty() ? ui.text(TextField::CruiseName) : fileStem(core.fullPath) + "_Brinora.kml";
+        const auto kmlPath =
+            ui.runSavePanel(SavePanelRequest{"kml", defaults.value(settings::kOpenPath).value_or(""), proposed});
+        if (kmlPath) core.fullPathOut = *kmlPath;
+        if (options.output) {
+            document.sink = options.output;
+            document.writeHeader = kmlPath.has_value();
+            return document;
+        }
+        if (kmlPath) {
+            const WriteResult written = writeFileAtomically(*kmlPath, kmlDocumentHeader());
+            if (!written.ok) document.headerError = written.message;
+        }
+        document.writeHeader = false;
+        appended = std::make_unique<KmlDocumentFile>(core.fullPathOut);
+        document.sink = appended.get();
+        return document;
+    };
+
+    BatchResult result = runBatch(request, report);
+    core.lastRunStatus = result.status;
+    if (!result.headerError.empty()) core.lastWriteError = result.headerError;
+    if (result.status == RunStatus::kReadError && !result.linesRun) {
+        // The input could not be opened, or had no header.
+        ui.presentError(result.readError);
+        ui.logLine(kBatchReadErrorMessage);
+        core.failedWrites = 1;
+        core.lastWriteError = std::string(kBatchReadErrorMessage);
+        return;
+    }
+    if (result.haveLastLine) core.stringToWrite = std::move(result.lastBytes);
+    core.placemarksWritten = result.written;
+    if (result.processedLines > 0) {
+        core.alreadySaved = 1;
+        Engine::sharedInstance()->reset();
+        core.sampleID += static_cast<std::uint32_t>(result.processedLines);
+    }
+    if (result.status == RunStatus::kReadError) {
+        if (appended) appended->rollBack();
+        ui.presentError(result.readError);
+        ui.logLine(kBatchReadErrorMessage);
+        core.failedWrites = 1;
+        core.lastWriteError = std::string(kBatchReadErrorMessage);
+        core.alreadySaved = 0;
+        core.batchWriteMode = 0;
+        core.sampleID = 0;
+        return;
+    }
+    if (result.status == RunStatus::kWriteFailed) {
+        // Nothing of the run is kept: the document is taken back to what it was.
+        ++core.failedWrites;
+        core.lastWriteError = result.writeError;
+        core.placemarksWritten = 0;
+        if (appended) appended->rollBack();
+        ui.logLine(core.lastWriteError);
+    } else {
+        ui.runAlert(Alert{"CSV to KML Processing Completed",
+                          "Input: " + core.fullPath + "\n\n" + "Output: " + core.fullPathOut, {"OK"}});
+    }
+
+    // Ready for the next run.
+    core.alreadySaved = 0;
+    core.batchWriteMode = 0;
+    core.sampleID = 0;
+    ui.logLine("Done with file!");
 }
 
 }  // namespace brinora

@@ -1,12 +1,16 @@
 // Output record, output file and option operations of the controller core.
 #include "app/controller_core.h"
 
+#include "app/appended_file.h"
+
 #include "records/batch_record.h"
+#include "records/dict_record.h"
 
 #include "app/option_titles.h"
 #include "app/settings_keys.h"
 #include "records/calendar_format.h"
-#include "output/file_writes.h"
+#include "output/atomic_write.h"
+#include "output/path_names.h"
 #include "engine/compute_co2.h"
 #include "engine/engine.h"
 #include "engine/slots.h"
@@ -15,11 +19,6 @@ namespace brinora {
 namespace {
 
 constexpr std::string_view kErrorDomain = "BrinoraApp";
-
-float slotValue(std::uint32_t pos) { return Engine::sharedInstance()->getFieldValueAtPos(pos); }
-
-// Exactly 0: NaN and every other value count as not 0.
-bool isExactlyZero(float value) { return value == 0.0f; }
 
 // Value of `key` in `dictionary` ("" when missing).
 std::string entry(const std::map<std::string, std::string, std::less<>>& dictionary,
@@ -39,6 +38,12 @@ std::string withoutCarriageReturns(std::string_view text) {
 
 }  // namespace
 
+RecordOptionTitles recordOptionTitlesOf(const OptionMenus& menus) {
+    return RecordOptionTitles{menus.selectedTitle(Menu::CO2Constants), menus.selectedTitle(Menu::KHSO4),
+                              menus.selectedTitle(Menu::pHScale), menus.selectedTitle(Menu::AirSeaFlux),
+                              menus.selectedTitle(Menu::WindSpeedUnits)};
+}
+
 BrinoraAppControllerCore::BrinoraAppControllerCore(AppUi& ui, SettingsStore& defaults)
     : previewTableController(ui, defaults),
       ui_(ui),
@@ -49,13 +54,7 @@ void BrinoraAppControllerCore::awakeFromNib() {
     cruiseTimeAtStartup = ui_.dateValue(DatePicker::CruiseTime);
 }
 
-void BrinoraAppControllerCore::logLine(std::string_view line) {
-    if (logOverride) {
-        logOverride(line);
-    } else {
-        ui_.logLine(line);
-    }
-}
+void BrinoraAppControllerCore::logLine(std::string_view line) { ui_.logLine(line); }
 
 void BrinoraAppControllerCore::presentAppError(const std::string& message) {
     ui_.presentError(PresentedError{std::string(kErrorDomain), 0, message});
@@ -129,40 +128,15 @@ std::string BrinoraAppControllerCore::formatStringRecord() {
 }
 
 DictRecord BrinoraAppControllerCore::formatDictRecord() {
-    DictRecord record;
-    for (const std::string_view key : {"SampleID", "Name", "Time", "Date", "Latitude", "Longitude", "Comment"}) {
-        const auto found = cruiseInformationDictionary.find(key);
-        if (found != cruiseInformationDictionary.end()) record.insert_or_assign(std::string(key), found->second);
-    }
-    const auto put = [&record](std::string_view key, float value) {
-        record.insert_or_assign(std::string(key), formatNumber(value));
-    };
-    // The quantities' columns in record order; the flux only holds at the surface.
-    const bool surface = isExactlyZero(slotValue(slot::kPressure));
-    const auto read = [this](std::uint32_t pos) { return slotValue(pos); };
-    for (const Quantity* column : recordNumberColumns()) {
-        if (column->dictKey.empty()) continue;
-        if (column->recordFormat == RecordFormat::kSurfaceOnly && !surface) {
-            record.insert_or_assign(std::string(column->dictKey), "");
-        } else {
-            put(column->dictKey, recordColumnValue(*column, read));
-        }
-    }
-    // Set three times over the years; the pop-up's title is what stands.
-    record.insert_or_assign("Windspeed Units", withoutCommas(ui_.selectedTitle(Menu::WindSpeedUnits)));
-    record.insert_or_assign("CO2 Constants", withoutCommas(ui_.selectedTitle(Menu::CO2Constants)));
-    record.insert_or_assign("KHSO4", withoutCommas(ui_.selectedTitle(Menu::KHSO4)));
-    record.insert_or_assign("pH Scale", withoutCommas(ui_.selectedTitle(Menu::pHScale)));
-    record.insert_or_assign("Air-Sea Flux", withoutCommas(ui_.selectedTitle(Menu::AirSeaFlux)));
-    return record;
+    return dictRecord(cruiseInformationDictionary, Engine::sharedInstance()->board(), recordOptionTitlesOf(ui_));
 }
 
 bool BrinoraAppControllerCore::saveString() {
     formatStringRecord();  // the record is kept in stringToWrite
     logLine("stringToWrite: " + stringToWrite);
-    const WriteResult written = appendToExistingFile(fullPathOut, stringToWrite);
-    if (!written.ok) lastWriteError = written.message;
-    return written.ok;
+    const std::string error = appendToOutputFile(fullPathOut, stringToWrite);
+    if (!error.empty()) lastWriteError = error;
+    return error.empty();
 }
 
 // ---------------------------------------------------------------- output file
@@ -245,9 +219,7 @@ void BrinoraAppControllerCore::updateConstants() {
 bool BrinoraAppControllerCore::checkForConstants() {
     if (ui_.selectedIndex(Menu::CO2Constants) == 0 || ui_.selectedIndex(Menu::KHSO4) == 0 ||
         ui_.selectedIndex(Menu::AirSeaFlux) == 0 || ui_.selectedIndex(Menu::pHScale) == 0) {
-        const std::string message =
-            "To perform the calculation, Brinora needs constants, scales, and units supplied by the "
-            "user. Click \"Select...\" to provide these parameters.";
+        const std::string message(kOptionsNeededMessage);
         presentAppError(message);
         logLine(message);
         return false;

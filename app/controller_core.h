@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "app/batch_run.h"
 #include "pipeline/batch_pipeline.h"
 #include "records/output_record.h"
 #include "app/preview_table.h"
@@ -19,16 +20,13 @@
 
 namespace brinora {
 
-// What a batch run returns when the user stopped it (AppUi::cancelRequested).
-inline constexpr std::string_view kBatchCancelledMessage = "The batch run was cancelled.";
-// What a batch run returns when its input cannot be read (the reason has
-// been presented as an error).
-inline constexpr std::string_view kBatchReadErrorMessage = "There was an error reading from the file";
-// What a batch run returns for a file with only a header, and for a header
-// that does not name 21 columns: nothing was computed.
-inline constexpr std::string_view kNoDatapointsMessage = "There are no datapoints to process.";
-inline constexpr std::string_view kWrongColumnsMessage =
-    "There is an incorrect number of data columns in the input CSV.";
+// What the option check says when an option menu is on its placeholder.
+inline constexpr std::string_view kOptionsNeededMessage =
+    "To perform the calculation, Brinora needs constants, scales, and units supplied by the "
+    "user. Click \"Select...\" to provide these parameters.";
+
+// The option titles of the window's menus, as a record carries them.
+RecordOptionTitles recordOptionTitlesOf(const OptionMenus& menus);
 
 class BrinoraAppControllerCore {
 public:
@@ -76,9 +74,9 @@ public:
     // "Dict": the named strings of the preview table; any other name logs
     // "Unknown format to return" and gives nothing.
     FormattedRecord formatOutputAs(std::string_view format);
-    // Builds a "String" record and appends it to fullPathOut with one write.
-    // The file must exist; false when the record could not be written (the
-    // reason in lastWriteError).
+    // Builds a "String" record and appends it to fullPathOut as one
+    // journaled append (app/appended_file.h). The file must exist; false when
+    // the record could not be written (the reason in lastWriteError).
     bool saveString();
     // Sets cruiseDateCheck and cruiseTimeCheck from the date pickers.
     void checkCruiseInformation();
@@ -127,6 +125,8 @@ public:
     std::string lastWriteError;
     // Records appended by the last full run.
     int recordsWritten = 0;
+    // How the last batch, preview or KML run ended.
+    RunStatus lastRunStatus = RunStatus::kDone;
     // Non-empty names in the header of the last batch run's input.
     int headerNames = 0;
 
@@ -153,18 +153,14 @@ public:
     // Marks the flux inputs "optional" or "required".
     void CO2FluxRequired();
 
-    // The calculation run for each sample on the process-wide board; empty
-    // for BrinoraMain::ComputeCO2. A batch run with a replaced calculation
-    // computes its lines one at a time on the process-wide board.
-    std::function<void()> computeCO2;
+    // The calculation of each sample on its board (the form's: the
+    // process-wide board); empty for BrinoraMain::ComputeCO2. A batch run
+    // with a replaced calculation computes its lines one at a time.
+    std::function<void(Board&)> computeCO2;
 
     // How batchProcess and writeKML run: threads, log lines, where the bytes
     // go (by default appended to fullPathOut, every log line written).
     BatchRunOptions runOptions;
-
-    // While set, the controller's own log lines go here instead of to the
-    // system log (a batch run holds them until the input's length is known).
-    std::function<void(std::string_view)> logOverride;
 
     // The user-defaults store the controller was made with.
     SettingsStore& defaultsStore() { return defaults_; }
@@ -174,7 +170,7 @@ private:
     void presentAppError(const std::string& message);
     std::string formatStringRecord();
     DictRecord formatDictRecord();
-    // Writes one plain line to the log (or to logOverride while it is set).
+    // Writes one plain line to the log.
     void logLine(std::string_view line);
 
     AppUi& ui_;

@@ -107,7 +107,7 @@ void FormController::calculate() {
 
     ComputeOutcome outcome;
     if (core_.computeCO2) {
-        core_.computeCO2();
+        core_.computeCO2(board_.board());
     } else {
         outcome = BrinoraMain::ComputeCO2();
     }

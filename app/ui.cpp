@@ -13,8 +13,8 @@ std::string AppUi::homeDirectory() const {
 
 void AppUi::logLine(std::string_view line) { log::line(line); }
 
-void AppUi::setProgressIndicatorIndeterminate(bool) {}
+void ProgressIndicator::setProgressIndicatorIndeterminate(bool) {}
 
-bool AppUi::cancelRequested() const { return false; }
+bool ProgressIndicator::cancelRequested() const { return false; }
 
 }  // namespace brinora

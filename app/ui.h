@@ -1,17 +1,21 @@
 // The interface objects of the main window as the toolkit-free controller sees
-// them: pop-up menus, text fields, date pickers, the output check box, open and
-// save panels, alerts and presented errors, the progress indicator, the modal
-// preview window with its stepper, and the user-defaults store.
+// them, one small interface per role: the option menus, the text fields, the
+// form's date pickers and check box, the open and save panels, alerts and
+// presented errors, the progress indicator, the preview table and its modal
+// window; and the user-defaults store. AppUi gathers the roles.
 //
 // The desktop program implements AppUi and SettingsStore with its widgets and
-// its settings; the command line and the tests implement them with plain values
-// (batch/plain_ui.h). Every call happens on the one user-interface thread.
+// its settings; the tests implement them with plain values (app/plain_ui.h).
+// Every call happens on the one user-interface thread.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "input/presented_error.h"
+#include "records/calendar_format.h"
 
 namespace brinora {
 
@@ -47,18 +51,6 @@ enum class DatePicker {
     CruiseTime,  // sample time of day
 };
 
-// A calendar date and time of day in the system time zone, as a date picker
-// holds it. Two values are the same date when every member is equal.
-struct CalendarDateTime {
-    int year = 1970;   // four-digit year
-    int month = 1;     // 1..12
-    int day = 1;       // 1..31
-    int hour = 0;      // 0..23
-    int minute = 0;    // 0..59
-    int second = 0;    // 0..59
-    friend bool operator==(const CalendarDateTime&, const CalendarDateTime&) = default;
-};
-
 // What an open panel is asked to show.
 struct OpenPanelRequest {
     std::vector<std::string> allowedTypes;  // file name extensions without the point, e.g. "csv"
@@ -71,13 +63,6 @@ struct SavePanelRequest {
     std::string requiredType;  // extension without the point, e.g. "csv" or "kml"
     std::string directory;     // starting folder; empty for the panel's own choice
     std::string proposedName;  // proposed file name, extension included
-};
-
-// An error shown to the user (the toolkit's presented error).
-struct PresentedError {
-    std::string domain;                // "BrinoraApp" for the controller's own messages
-    int code = 0;                      // 0 for the controller's own messages
-    std::string localizedDescription;  // the message, shown as it is
 };
 
 // An informational alert with its buttons; runs modally until dismissed.
@@ -101,45 +86,68 @@ public:
     virtual void synchronize() = 0;
 };
 
-// The main window's interface objects, seen from the controller.
-class AppUi {
+// The option menus (pop-up menus) of the window.
+class OptionMenus {
 public:
-    virtual ~AppUi() = default;
-
+    virtual ~OptionMenus() = default;
     // Index of the selected item of `menu` (0 when nothing is selected).
     virtual int selectedIndex(Menu menu) const = 0;
     // Selects item `index` of `menu`.
     virtual void selectItem(Menu menu, int index) = 0;
     // Title of the selected item of `menu`, exactly as the menu shows it.
     virtual std::string selectedTitle(Menu menu) const = 0;
+};
 
+// The text fields of the window.
+class TextFields {
+public:
+    virtual ~TextFields() = default;
     // Current text of `field` ("" when empty).
     virtual std::string text(TextField field) const = 0;
     // Replaces the text of `field`.
     virtual void setText(TextField field, std::string_view text) = 0;
     // Replaces the grey placeholder text that `field` shows while empty.
     virtual void setPlaceholder(TextField field, std::string_view placeholder) = 0;
+};
 
+// The form's date pickers and the "write to the output file" check box.
+class FormControls {
+public:
+    virtual ~FormControls() = default;
     // Value that date picker `picker` holds now.
     virtual CalendarDateTime dateValue(DatePicker picker) const = 0;
     // The current date and time in the system time zone.
     virtual CalendarDateTime currentDateTime() const = 0;
-
     // State of the "write to the output file" check box: 1 on, 0 off.
     virtual int checkBoxState() const = 0;
     // Switches the check box on (1) or off (0).
     virtual void setCheckBoxState(int state) = 0;
+};
 
+// The open and save panels.
+class FilePanels {
+public:
+    virtual ~FilePanels() = default;
     // Runs an open panel; the chosen files as full paths, empty on Cancel.
     virtual std::vector<std::string> runOpenPanel(const OpenPanelRequest& request) = 0;
     // Runs a save panel; the chosen full path, nothing on Cancel.
     virtual std::optional<std::string> runSavePanel(const SavePanelRequest& request) = 0;
+};
 
+// Errors and alerts shown to the user.
+class Dialogs {
+public:
+    virtual ~Dialogs() = default;
     // Presents an error to the user; returns when it has been acknowledged.
     virtual void presentError(const PresentedError& error) = 0;
     // Runs an informational alert modally; returns when it has been dismissed.
     virtual void runAlert(const Alert& alert) = 0;
+};
 
+// The progress indicator of the batch tab and its Cancel.
+class ProgressIndicator {
+public:
+    virtual ~ProgressIndicator() = default;
     // Shows (false) or hides (true) the progress indicator of the batch tab.
     virtual void setProgressIndicatorHidden(bool hidden) = 0;
     // Sets the progress indicator to `percent` (0..100) and redraws it at once.
@@ -151,7 +159,12 @@ public:
     // between blocks of lines and ends as a stopping line would: the records
     // before the stop are in the output, nothing after it.
     virtual bool cancelRequested() const;
+};
 
+// The preview table's view, its stepper and the modal preview window.
+class PreviewControls {
+public:
+    virtual ~PreviewControls() = default;
     // Shows (false) or hides (true) the preview table's view on the batch tab.
     virtual void setPreviewTableHidden(bool hidden) = 0;
     // Tells the preview table that its row count may have changed.
@@ -166,6 +179,19 @@ public:
     virtual void closePreviewWindow() = 0;
     // Ends the preview window's modal session.
     virtual void stopPreviewModal() = 0;
+};
+
+// The main window's interface objects, seen from the controller: every role
+// above, the form's Calculate, the home folder and the log.
+class AppUi : public OptionMenus,
+              public TextFields,
+              public FormControls,
+              public FilePanels,
+              public Dialogs,
+              public ProgressIndicator,
+              public PreviewControls {
+public:
+    ~AppUi() override = default;
 
     // The form's Calculate action; with the batch tab in front it starts the
     // full batch run (BrinoraAppControllerCore::batchProcess with justPreview false).

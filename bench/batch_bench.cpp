@@ -91,7 +91,7 @@ void formatRecordFast(benchmark::State& state) {
     PlainUi ui;
     chooseOptions(ui);
     const Board board = computedBoard();
-    const std::string optionColumns = batchRecordOptionColumns(ui);
+    const std::string optionColumns = batchRecordOptionColumns(recordOptionTitlesOf(ui));
     BatchFields fields;
     splitBatchFields("17,St00003-04,02:17,06/03/2023,12.3456,-45.6789,,,,,,,,,,,,,,,bottle 17", fields);
     std::string record;

@@ -4,13 +4,11 @@
 #include <cstdio>
 #include <memory>
 
-#include "app/settings_keys.h"
-#include "pipeline/batch_pipeline.h"
-#include "output/output_target.h"
-#include "records/output_record.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
-#include "log/log.h"
+#include "output/output_target.h"
+#include "pipeline/batch_pipeline.h"
+#include "records/output_record.h"
 
 namespace brinora::cli {
 namespace {
@@ -27,17 +25,12 @@ struct BatchArgs {
 
 int runBatch(const BatchArgs& args) {
     Session session("batch");
-    std::unique_ptr<log::ScopedSink> logToStderr;
-    if (args.verbose) {
-        logToStderr = std::make_unique<log::ScopedSink>([](std::string_view line) {
-            std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
-        });
-    }
-    session.ui.drawProgress = !args.verbose && ::isatty(STDERR_FILENO) == 1;
+    const auto logToStderr = verboseLog(args.verbose);
     const bool toStandardOutput = args.output == "-";
-    session.ui.alertsToStderr = toStandardOutput;
+    session.terminal.drawProgress = !args.verbose && ::isatty(STDERR_FILENO) == 1;
+    session.terminal.completionToStderr = toStandardOutput;
     // "Completed" is told once the output is committed.
-    session.ui.holdAlerts = true;
+    session.terminal.holdCompletion = true;
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
     if (!checkStandardInput(session, args.input)) return 1;
@@ -64,45 +57,43 @@ int runBatch(const BatchArgs& args) {
         return 1;
     }
 
-    // The input file as chosen on the batch tab, then the output file.
-    BrinoraAppControllerCore& core = session.core;
-    core.batchInputFilesChosen({args.input});
-    core.fullPathOut = args.output;
-    session.ui.setText(TextField::PathFieldOut, args.output);
-
-    core.runOptions.jobs = args.jobs;
-    core.runOptions.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
-    core.runOptions.output = &sink;
-    core.runOptions.note = noteWriter(session, args.input);
-    const std::string message = core.batchProcess(args.input, false);
-    if (core.failedWrites > 0 || message == kBatchReadErrorMessage) {
-        // Nothing of this run is kept: the target is as it was (the reading
-        // error has been shown).
-        target->abandon();
-        if (core.failedWrites > 0) session.error(target->error().message);
-        return 1;
-    }
-    if (message == kNoDatapointsMessage || message == kWrongColumnsMessage) {
-        // Nothing was computed: no output file is made or changed.
-        target->abandon();
-        std::string detail;
-        if (message == kWrongColumnsMessage) {
-            detail = " (The header names " + std::to_string(core.headerNames) +
-                     " columns; a batch input file has 21.)";
-        }
-        session.error(where(args.input, core.stoppedAtSourceLine) + message + detail);
-        return 1;
+    PipelineRun run;
+    run.request.input = args.input;
+    run.request.mode = RunMode::kRecords;
+    run.request.jobs = args.jobs;
+    run.request.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
+    run.sink = &sink;
+    run.output = args.output;
+    const BatchResult result = runPipeline(session, run);
+    switch (result.status) {
+        case RunStatus::kReadError:
+        case RunStatus::kWriteFailed:
+            // Nothing of this run is kept: the target is as it was (the
+            // reading error has been shown).
+            target->abandon();
+            if (result.status == RunStatus::kWriteFailed) session.error(target->error().message);
+            return 1;
+        case RunStatus::kNoDatapoints:
+        case RunStatus::kWrongColumns:
+            // Nothing was computed: no output file is made or changed.
+            target->abandon();
+            return runEndStatus(session, args.input, result,
+                                result.status == RunStatus::kWrongColumns
+                                    ? " (The header names " + std::to_string(result.headerNames) +
+                                          " columns; a batch input file has 21.)"
+                                    : std::string());
+        default:
+            break;
     }
     // A stopping line is a normal end: the records before it are kept.
     if (!target->commit()) {
         session.error(target->error().message);
         return 1;
     }
-    session.ui.showHeldAlerts();
-    if (!message.empty()) {
-        session.error(where(args.input, core.stoppedAtSourceLine) + message);
-        std::fprintf(stderr, "%d record%s written to %s before the stop\n", core.recordsWritten,
-                     core.recordsWritten == 1 ? "" : "s", args.output.c_str());
+    session.terminal.showHeldCompletion();
+    if (runEndStatus(session, args.input, result) != 0) {
+        std::fprintf(stderr, "%d record%s written to %s before the stop\n", result.written,
+                     result.written == 1 ? "" : "s", args.output.c_str());
         return 1;
     }
     return 0;

@@ -1,37 +1,24 @@
 #include "cli/batch_support.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <memory>
 
+#include "app/controller_core.h"
+#include "app/option_titles.h"
 #include "app/settings_keys.h"
 #include "input/lenient_number.h"
 #include "cli/flag_values.h"
 #include "cli/option_flags.h"
 #include "cli/process_guard.h"
 #include "cli/stored_settings.h"
+#include "log/log.h"
 
 namespace brinora::cli {
 namespace {
-
-// An option flag with its menu and its place among the flags.
-struct MenuFlag {
-    Menu menu;
-    std::optional<int> OptionFlags::*flag;
-    const OptionFlagInfo& info;
-};
-
-const MenuFlag kMenuFlags[] = {
-    {Menu::CO2Constants, &OptionFlags::constants, kOptionFlags[0]},
-    {Menu::KHSO4, &OptionFlags::khso4, kOptionFlags[1]},
-    {Menu::pHScale, &OptionFlags::pHScale, kOptionFlags[2]},
-    {Menu::AirSeaFlux, &OptionFlags::flux, kOptionFlags[3]},
-};
 
 // -q/--quiet of the current command line.
 bool quietFlag = false;
@@ -54,19 +41,64 @@ std::optional<int> storedIndex(std::string_view text) {
     return negative ? -value : value;
 }
 
-bool isDirectory(const std::string& path) {
-    struct stat info {};
-    return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+// The title of item `item` of an option flag's menu ("" outside its list).
+std::string titleOf(const OptionFlagInfo& info, int item) {
+    if (item < 0 || item > info.lastItem()) return {};
+    return std::string(info.titles[static_cast<std::size_t>(item)]);
 }
+
+// Remarks of a run about its input ("warning: INPUT:LINE: ...") on stderr,
+// whatever -q says.
+std::function<void(const RunNote&)> noteWriter(const Session& session, const std::string& input) {
+    // Past kShown notes, only their number is told at the end.
+    constexpr std::size_t kShown = 10;
+    auto shown = std::make_shared<std::size_t>(0);
+    return [&session, input, shown](const RunNote& note) {
+        if (++*shown > kShown) {
+            if (*shown == kShown + 1) session.error("warning: more remarks about the input are left out");
+            return;
+        }
+        session.error("warning: " + where(input, note.sourceLine) + note.text);
+    };
+}
+
+// The terminal as the report of a pipeline run.
+class TerminalReport : public BatchReport {
+public:
+    TerminalReport(Session& session, RunMode mode, std::function<void(const RunNote&)> note,
+                   const std::function<void(DictRecord)>& onPreviewRow)
+        : session_(session), mode_(mode), note_(std::move(note)), onPreviewRow_(onPreviewRow) {}
+
+    void logLine(std::string_view line) override { log::line(line); }
+    void samplesBegin(bool sizeKnown) override {
+        if (mode_ != RunMode::kPreview && !sizeKnown) session_.terminal.showIndeterminate();
+    }
+    void progress(double percent) override { session_.terminal.showProgress(percent); }
+    void note(const RunNote& note) override { note_(note); }
+    void previewRow(DictRecord row) override {
+        if (onPreviewRow_) onPreviewRow_(std::move(row));
+    }
+
+private:
+    Session& session_;
+    RunMode mode_;
+    std::function<void(const RunNote&)> note_;
+    const std::function<void(DictRecord)>& onPreviewRow_;
+};
 
 }  // namespace
 
+// The option flags' places among OptionFlags, in the order of kOptionFlags.
+constexpr std::optional<int> OptionFlags::*kFlags[] = {&OptionFlags::constants, &OptionFlags::khso4,
+                                                       &OptionFlags::pHScale, &OptionFlags::flux};
+static_assert(std::size(kFlags) == std::tuple_size_v<decltype(kOptionFlags)>);
+
 void addOptionFlags(CLI::App& command, OptionFlags& flags) {
-    for (const MenuFlag& menu : kMenuFlags) {
-        const OptionFlagInfo& info = menu.info;
+    for (std::size_t k = 0; k < std::size(kFlags); ++k) {
+        const OptionFlagInfo& info = kOptionFlags[k];
         const std::string help = std::string(info.what) + ": a number 1.." + std::to_string(info.lastItem()) +
                                  " or a title; default: stored setting \"" + std::string(info.settingsKey) + "\"";
-        command.add_option(info.name, flags.*(menu.flag), help)
+        command.add_option(info.name, flags.*(kFlags[k]), help)
             ->transform(optionChoiceCheck(info.menu))
             ->option_text("N|TITLE");
     }
@@ -80,56 +112,49 @@ void addQuietFlag(CLI::App& command) {
 
 bool quietRequested() { return quietFlag; }
 
-TerminalUi::TerminalUi(std::string commandName) : commandName_(std::move(commandName)) {}
-
-void TerminalUi::presentError(const PresentedError& error) {
-    PlainUi::presentError(error);
-    setProgressIndicatorHidden(true);
-    std::fprintf(stderr, "brinora %s: %s\n", commandName_.c_str(), error.localizedDescription.c_str());
+void addJobsFlag(CLI::App& command, unsigned& jobs) {
+    command.add_option("-j,--jobs", jobs, "threads that compute the samples (default: one per core)")
+        ->transform(wholeNumberCheck(1, 4096))
+        ->option_text("N");
 }
 
-void TerminalUi::runAlert(const Alert& alert) {
-    PlainUi::runAlert(alert);
-    if (holdAlerts) {
-        heldAlerts_.push_back(alert);
+Terminal::Terminal(std::string commandName) : commandName_(std::move(commandName)) {}
+
+void Terminal::showError(std::string_view message) {
+    hideProgress();
+    commandError(commandName_, message);
+}
+
+void Terminal::showCompletion(std::string_view title, std::string_view text) {
+    if (holdCompletion) {
+        // Told once the output is committed (showHeldCompletion).
+        heldCompletion_.emplace_back(std::string(title), std::string(text));
         return;
     }
-    showAlert(alert);
-}
-
-void TerminalUi::showHeldAlerts() {
-    std::vector<Alert> held;
-    held.swap(heldAlerts_);
-    for (const Alert& alert : held) showAlert(alert);
-}
-
-void TerminalUi::showAlert(const Alert& alert) {
-    if (barShown_) {
-        // The alert comes before the indicator is hidden: clear the bar first.
-        std::fputs("\r\033[K", stderr);
-        std::fflush(stderr);
-        barShown_ = false;
-        redraws_.reset();
-    }
-    std::string text = alert.messageText + "\n" + alert.informativeText;
-    if (text.back() != '\n') text += '\n';
-    std::FILE* stream = alertsToStderr ? stderr : stdout;
-    std::fputs(text.c_str(), stream);
+    hideProgress();
+    std::string lines = std::string(title) + "\n" + std::string(text);
+    if (lines.back() != '\n') lines += '\n';
+    std::FILE* stream = completionToStderr ? stderr : stdout;
+    std::fputs(lines.c_str(), stream);
     std::fflush(stream);
 }
 
-void TerminalUi::setProgressIndicatorHidden(bool hidden) {
-    PlainUi::setProgressIndicatorHidden(hidden);
-    if (hidden && barShown_) {
-        std::fputs("\r\033[K", stderr);
-        std::fflush(stderr);
-        barShown_ = false;
-        redraws_.reset();
-    }
+void Terminal::showHeldCompletion() {
+    holdCompletion = false;
+    std::vector<std::pair<std::string, std::string>> held;
+    held.swap(heldCompletion_);
+    for (const auto& [title, text] : held) showCompletion(title, text);
 }
 
-void TerminalUi::setProgressIndicatorValue(double percent) {
-    PlainUi::setProgressIndicatorValue(percent);
+void Terminal::hideProgress() {
+    if (!barShown_) return;
+    std::fputs("\r\033[K", stderr);
+    std::fflush(stderr);
+    barShown_ = false;
+    redraws_.reset();
+}
+
+void Terminal::showProgress(double percent) {
     if (!drawProgress || quiet) return;
     constexpr int kWidth = 40;
     int filled = static_cast<int>(percent / 100.0 * kWidth + 0.5);
@@ -149,8 +174,8 @@ void TerminalUi::setProgressIndicatorValue(double percent) {
     barShown_ = true;
 }
 
-void TerminalUi::setProgressIndicatorIndeterminate(bool indeterminate) {
-    if (!indeterminate || !drawProgress || quiet) return;
+void Terminal::showIndeterminate() {
+    if (!drawProgress || quiet) return;
     std::fputs("\r[ reading the input as it comes; its size is unknown ]", stderr);
     std::fflush(stderr);
     barShown_ = true;
@@ -160,17 +185,19 @@ Session::Session(const std::string& commandName)
     : name(commandName),
       defaults(loadStoredSettings()),
       settingsLocation(storedSettingsLocation()),
-      ui(commandName),
-      core(ui, defaults) {
-    ui.quiet = quietRequested();
+      terminal(commandName) {
+    terminal.quiet = quietRequested();
 }
 
-void Session::error(const std::string& message) const {
-    std::fprintf(stderr, "brinora %s: %s\n", name.c_str(), message.c_str());
+void commandError(std::string_view command, std::string_view message) {
+    std::fprintf(stderr, "brinora %.*s: %.*s\n", static_cast<int>(command.size()), command.data(),
+                 static_cast<int>(message.size()), message.data());
 }
+
+void Session::error(const std::string& message) const { commandError(name, message); }
 
 void Session::note(const std::string& message) const {
-    if (!ui.quiet) error(message);
+    if (!terminal.quiet) error(message);
 }
 
 void Session::noteStoredSetting(std::string_view flag, const std::string& value, std::string_view key) const {
@@ -179,13 +206,12 @@ void Session::noteStoredSetting(std::string_view flag, const std::string& value,
 }
 
 int applyOptions(Session& session, const OptionFlags& flags) {
-    bool fromStored[std::size(kMenuFlags)] = {};
-    for (std::size_t k = 0; k < std::size(kMenuFlags); ++k) {
-        const MenuFlag& menu = kMenuFlags[k];
-        const OptionFlagInfo& info = menu.info;
-        int item = 0;
-        if (flags.*(menu.flag)) {
-            item = *(flags.*(menu.flag));
+    int items[std::size(kFlags)] = {};
+    bool fromStored[std::size(kFlags)] = {};
+    for (std::size_t k = 0; k < std::size(kFlags); ++k) {
+        const OptionFlagInfo& info = kOptionFlags[k];
+        if (flags.*(kFlags[k])) {
+            items[k] = *(flags.*(kFlags[k]));
         } else if (const std::optional<std::string> stored = session.defaults.value(info.settingsKey)) {
             const std::optional<int> index = storedIndex(*stored);
             if (!index || *index < 0 || *index > info.lastItem()) {
@@ -195,27 +221,34 @@ int applyOptions(Session& session, const OptionFlags& flags) {
                               " with a number or a title, or correct the setting in " + session.settingsLocation);
                 return 2;
             }
-            item = *index;
+            items[k] = *index;
             fromStored[k] = true;
         }
-        session.ui.selectItem(menu.menu, item);
     }
     const int units = lenientInteger(session.defaults.value(settings::kWindSpeedUnitsInt).value_or("0"));
-    session.ui.selectItem(Menu::WindSpeedUnits, units == 1 ? 1 : 0);
+    BatchOptions& options = session.options;
+    options.constants = items[0];
+    options.khso4 = items[1];
+    options.pHScale = items[2];
+    options.flux = items[3];
+    options.titles = RecordOptionTitles{titleOf(kOptionFlags[0], items[0]), titleOf(kOptionFlags[1], items[1]),
+                                        titleOf(kOptionFlags[2], items[2]), titleOf(kOptionFlags[3], items[3]),
+                                        std::string(options::kWindSpeedUnitsTitles[units == 1 ? 1 : 0])};
 
-    if (session.core.checkForConstants()) {
-        for (std::size_t k = 0; k < std::size(kMenuFlags); ++k) {
+    if (std::find(std::begin(items), std::end(items), 0) == std::end(items)) {
+        for (std::size_t k = 0; k < std::size(kFlags); ++k) {
             if (!fromStored[k]) continue;
-            const OptionFlagInfo& info = kMenuFlags[k].info;
-            session.noteStoredSetting(info.name, info.describe(session.ui.selectedIndex(kMenuFlags[k].menu)),
-                                      info.settingsKey);
+            const OptionFlagInfo& info = kOptionFlags[k];
+            session.noteStoredSetting(info.name, info.describe(items[k]), info.settingsKey);
         }
         return 0;
     }
-    // The form's message is printed; say which flag gives what it asks for.
-    for (const MenuFlag& menu : kMenuFlags) {
-        if (session.ui.selectedIndex(menu.menu) != 0) continue;
-        const OptionFlagInfo& info = menu.info;
+    // The desktop program's message, then which flag gives what it asks for.
+    session.terminal.showError(kOptionsNeededMessage);
+    log::line(kOptionsNeededMessage);
+    for (std::size_t k = 0; k < std::size(kFlags); ++k) {
+        if (items[k] != 0) continue;
+        const OptionFlagInfo& info = kOptionFlags[k];
         const std::string key(info.settingsKey);
         const std::string problem = storedSettingsProblem();
         const std::string stored =
@@ -227,19 +260,6 @@ int applyOptions(Session& session, const OptionFlags& flags) {
                      info.what, info.name, info.lastItem(), stored.c_str());
     }
     return 2;
-}
-
-std::function<void(const RunNote&)> noteWriter(const Session& session, const std::string& input) {
-    // Past kShown notes, only their number is told at the end.
-    constexpr std::size_t kShown = 10;
-    auto shown = std::make_shared<std::size_t>(0);
-    return [&session, input, shown](const RunNote& note) {
-        if (++*shown > kShown) {
-            if (*shown == kShown + 1) session.error("warning: more remarks about the input are left out");
-            return;
-        }
-        session.error("warning: " + where(input, note.sourceLine) + note.text);
-    };
 }
 
 void showOutputNotes(const Session& session, const std::string& notes) {
@@ -270,65 +290,86 @@ bool checkStandardInput(const Session& session, const std::string& input) {
     return false;
 }
 
+BatchResult runPipeline(Session& session, PipelineRun& run, const std::function<void(DictRecord)>& onPreviewRow) {
+    BatchRequest& request = run.request;
+    const RunMode mode = request.mode;
+    const std::string& input = request.input;
+    request.options = session.options;
+    TerminalReport report(session, mode, noteWriter(session, input), onPreviewRow);
+    Terminal& terminal = session.terminal;
 
-void addJobsFlag(CLI::App& command, unsigned& jobs) {
-    command.add_option("-j,--jobs", jobs, "threads that compute the samples (default: one per core)")
-        ->transform(wholeNumberCheck(1, 4096))
-        ->option_text("N");
+    if (mode == RunMode::kKml) {
+        // The document is the output given; its name is shown once it is opened.
+        bool opened = false;
+        request.openDocument = [&run, &opened] {
+            opened = true;
+            return KmlDocument{run.sink, true, {}};
+        };
+        BatchResult result = runBatch(request, report);
+        if (result.status == RunStatus::kReadError) {
+            terminal.showError(result.readError.localizedDescription);
+            log::line(kBatchReadErrorMessage);
+            return result;
+        }
+        if (result.status == RunStatus::kWriteFailed) {
+            log::line(result.writeError);
+        } else {
+            terminal.showCompletion("CSV to KML Processing Completed",
+                                    "Input: " + input + "\n\n" + "Output: " + (opened ? run.output : std::string()));
+        }
+        log::line("Done with file!");
+        return result;
+    }
+
+    // The input as chosen on the batch tab, then the run as the desktop's.
+    const bool justPreview = mode == RunMode::kPreview;
+    log::line("filename = " + input);
+    if (justPreview) log::line("preview Table cleared");
+    log::line(justPreview ? "Batch process called, just preview" : "Batch process called, all records");
+    log::line("Dealing with file " + input);
+    if (!justPreview) request.output = run.sink;
+    BatchResult result = runBatch(request, report);
+    switch (result.status) {
+        case RunStatus::kReadError:
+            terminal.showError(result.readError.localizedDescription);
+            log::line(kBatchReadErrorMessage);
+            return result;
+        case RunStatus::kDone:
+            break;
+        default:
+            log::line(result.message);
+            terminal.hideProgress();
+            return result;
+    }
+    log::line("Done with file!");
+    if (justPreview) {
+        log::line("back in the batch processing function");
+    } else {
+        terminal.showCompletion("Batch Processing of File Completed",
+                                "File Input:\n" + input + "\n" + "\nFile Output:\n" + run.output + "\n");
+    }
+    return result;
 }
 
-bool checkOutputPath(const Session& session, const std::string& input, const std::string& output,
-                     ExistingOutput existing) {
-    if (output.empty()) {
-        session.error("no output file given (-o)");
-        return false;
+std::unique_ptr<log::ScopedSink> verboseLog(bool verbose) {
+    if (!verbose) return nullptr;
+    return std::make_unique<log::ScopedSink>([](std::string_view line) {
+        std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
+    });
+}
+
+int runEndStatus(const Session& session, const std::string& input, const BatchResult& result,
+                 std::string_view detail) {
+    switch (result.status) {
+        case RunStatus::kDone:
+            return 0;
+        case RunStatus::kReadError:
+        case RunStatus::kWriteFailed:
+            return 1;
+        default:
+            session.error(where(input, result.stoppedAtSourceLine) + result.message + std::string(detail));
+            return 1;
     }
-    if (isDirectory(output)) {
-        session.error("the output \"" + output + "\" is a folder; give a file name");
-        return false;
-    }
-    struct stat info {};
-    const bool exists = ::stat(output.c_str(), &info) == 0;
-    if (exists) {
-        struct stat inputInfo {};
-        if (::stat(input.c_str(), &inputInfo) == 0 && inputInfo.st_dev == info.st_dev &&
-            inputInfo.st_ino == info.st_ino) {
-            session.error("the output \"" + output + "\" is the input file; give another output file");
-            return false;
-        }
-        if (existing == ExistingOutput::Refuse) {
-            session.error("the output \"" + output +
-                          "\" already exists; give --force to replace it or --append to add the records to it");
-            return false;
-        }
-        if (!S_ISREG(info.st_mode)) {
-            session.error("the output \"" + output + "\" is not a plain file");
-            return false;
-        }
-        if (::access(output.c_str(), W_OK) != 0) {
-            session.error("the output \"" + output + "\" cannot be written: " + std::strerror(errno));
-            return false;
-        }
-    } else if (existing == ExistingOutput::Append) {
-        session.error("the output \"" + output +
-                      "\" does not exist; --append adds records to an existing output file");
-        return false;
-    }
-    if (existing != ExistingOutput::Append) {
-        // A new or replaced file is written beside the output and renamed over it.
-        std::string folder = directoryOf(output);
-        if (folder.empty()) folder = ".";
-        if (!isDirectory(folder)) {
-            session.error("cannot create \"" + output + "\": the folder \"" + folder + "\" does not exist");
-            return false;
-        }
-        if (::access(folder.c_str(), W_OK | X_OK) != 0) {
-            session.error("cannot create \"" + output + "\": the folder \"" + folder +
-                          "\" cannot be written: " + std::strerror(errno));
-            return false;
-        }
-    }
-    return true;
 }
 
 std::string where(const std::string& path, int line) {

@@ -1,22 +1,22 @@
 // What the batch, preview and kml subcommands share: the option flags and
-// their fall-back to the stored settings, the terminal's side of the
-// controller's interface objects, and the checks of input and output paths.
+// their fall-back to the stored settings, the terminal as the report of a
+// pipeline run (log, progress bar, remarks, errors, the closing lines), the
+// one run helper and the one error path.
 #pragma once
 
 #include <CLI/CLI.hpp>
 
-#include <optional>
-#include <string>
-#include <vector>
-
-#include "app/controller_core.h"
-#include "app/plain_ui.h"
-#include "app/redraw_throttle.h"
-#include "pipeline/batch_pipeline.h"
-#include "output/output_target.h"
 #include <functional>
 #include <memory>
-#include "output/file_writes.h"
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "app/plain_ui.h"
+#include "app/redraw_throttle.h"
+#include "log/log.h"
+#include "output/output_target.h"
+#include "pipeline/batch_pipeline.h"
 
 namespace brinora::cli {
 
@@ -39,39 +39,49 @@ void addQuietFlag(CLI::App& command);
 // Whether -q/--quiet was given on this command line.
 bool quietRequested();
 
-// The terminal as the controller's interface objects: errors on stderr,
-// alerts on stdout, a progress bar on stderr when it is a terminal.
-class TerminalUi : public PlainUi {
-public:
-    explicit TerminalUi(std::string commandName);
+// Adds -j/--jobs: threads that compute the samples (0, the default, means
+// one per core).
+void addJobsFlag(CLI::App& command, unsigned& jobs);
 
-    void presentError(const PresentedError& error) override;
-    void runAlert(const Alert& alert) override;
-    void setProgressIndicatorHidden(bool hidden) override;
-    void setProgressIndicatorValue(double percent) override;
+// The terminal while a run goes: errors on stderr, the closing lines on
+// stdout (or stderr), a progress bar on stderr when it is a terminal.
+class Terminal {
+public:
+    explicit Terminal(std::string commandName);
+
+    // "brinora <command>: <message>" on stderr, after clearing the bar.
+    void showError(std::string_view message);
+    // The closing lines of a run: `title`, then `text`, ending with a line end.
+    void showCompletion(std::string_view title, std::string_view text);
+    // The bar at `percent`, redrawn when what it shows changes, at most 25
+    // times a second.
+    void showProgress(double percent);
     // Input of unknown size (a pipe): the bar says the run is going, without a share.
-    void setProgressIndicatorIndeterminate(bool indeterminate) override;
+    void showIndeterminate();
+    // Clears the bar from the terminal.
+    void hideProgress();
 
     // Draw the progress bar (stderr is a terminal and the log is not shown).
     bool drawProgress = false;
-    // Alerts go to stderr (standard output carries the run's output).
-    bool alertsToStderr = false;
+    // The closing lines go to stderr (standard output carries the run's output).
+    bool completionToStderr = false;
     // -q/--quiet: never draw the progress bar, whatever drawProgress says.
     bool quiet = false;
-    // Alerts are kept until showHeldAlerts(): a completion is only told once
-    // the output is committed.
-    bool holdAlerts = false;
-    void showHeldAlerts();
+    // Completions are kept until showHeldCompletion(): a completion is only
+    // told once the output is committed.
+    bool holdCompletion = false;
+    void showHeldCompletion();
 
 private:
-    void showAlert(const Alert& alert);
-
     std::string commandName_;
-    std::vector<Alert> heldAlerts_;
+    std::vector<std::pair<std::string, std::string>> heldCompletion_;
     bool barShown_ = false;
-    // The bar is redrawn when what it shows changes, at most 25 times a second.
     RedrawThrottle redraws_;
 };
+
+// The one way a subcommand reports an error: "brinora <command>: <message>"
+// on stderr.
+void commandError(std::string_view command, std::string_view message);
 
 // Shared state of one subcommand run.
 struct Session {
@@ -89,13 +99,15 @@ struct Session {
     MemorySettings defaults;
     // Where `defaults` were read from (the settings file's path).
     std::string settingsLocation;
-    TerminalUi ui;
-    BrinoraAppControllerCore core;
+    Terminal terminal;
+    // The options of the run, once applyOptions has accepted them.
+    BatchOptions options;
 };
 
-// Puts the options on the menus (flags first, then the stored settings, each
-// of which is noted on stderr) and runs the controller's option check.
-// Returns 0, or the exit status 2 after the message and a hint naming the flag.
+// Takes the four options (flags first, then the stored settings, each of
+// which is noted on stderr) and the wind-speed units, and checks them as the
+// desktop program's option check does. Returns 0, or the exit status 2 after
+// the message and a hint naming the flag.
 int applyOptions(Session& session, const OptionFlags& flags);
 
 // Lines that an output file's opening had to say (a rollback, journals
@@ -111,10 +123,6 @@ OutputOptions outputOptionsFor(const Session& session, const std::string& input)
 // the message.
 bool checkStandardInput(const Session& session, const std::string& input);
 
-// Remarks of a run about its input ("warning: INPUT:LINE: ...") on stderr,
-// whatever -q says.
-std::function<void(const RunNote&)> noteWriter(const Session& session, const std::string& input);
-
 // An output file under the crash protocol as the destination of a run's bytes.
 class OutputTargetSink : public ByteSink {
 public:
@@ -126,21 +134,29 @@ private:
     OutputTarget& target_;
 };
 
-// Adds -j/--jobs: threads that compute the samples (0, the default, means
-// one per core).
-void addJobsFlag(CLI::App& command, unsigned& jobs);
-
-// How an existing output file is treated.
-enum class ExistingOutput {
-    Refuse,   // neither --force nor --append
-    Replace,  // --force
-    Append,   // --append: the file must exist
+// What a subcommand asks of the pipeline beyond the request.
+struct PipelineRun {
+    BatchRequest request;
+    ByteSink* sink = nullptr;  // kRecords: the records; kKml: the document
+    std::string output;        // the output as given, for the closing lines
 };
 
-// Checks that `output` can be written as asked before anything is touched;
-// prints the reason and returns false when it cannot.
-bool checkOutputPath(const Session& session, const std::string& input, const std::string& output,
-                     ExistingOutput existing);
+// -v/--verbose: every log line on stderr while the result lives.
+std::unique_ptr<log::ScopedSink> verboseLog(bool verbose);
+
+// The one run helper of batch, preview and kml: the log lines of the
+// desktop's run around the pipeline ("filename = ...", the announcement, the
+// file, its end), the terminal as its report, and a reading error shown.
+// `onPreviewRow` gets the preview rows of a kPreview run.
+BatchResult runPipeline(Session& session, PipelineRun& run,
+                        const std::function<void(DictRecord)>& onPreviewRow = {});
+
+// The one error path of batch, preview and kml: says why `result` ended
+// before its last line ("INPUT:LINE: message" with the command's detail) and
+// returns the exit status 1; 0 (and nothing said) for a run that went to its
+// end. A reading error has been shown by the run itself.
+int runEndStatus(const Session& session, const std::string& input, const BatchResult& result,
+                 std::string_view detail = {});
 
 // "<path>:<line>: " or "<path>: " when `line` is 0.
 std::string where(const std::string& path, int line);

@@ -4,11 +4,10 @@
 
 #include <unistd.h>
 
-#include "pipeline/batch_pipeline.h"
-#include "output/output_target.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
-#include "log/log.h"
+#include "output/output_target.h"
+#include "pipeline/batch_pipeline.h"
 
 namespace brinora::cli {
 namespace {
@@ -24,17 +23,12 @@ struct KmlArgs {
 
 int runKml(const KmlArgs& args) {
     Session session("kml");
-    std::unique_ptr<log::ScopedSink> logToStderr;
-    if (args.verbose) {
-        logToStderr = std::make_unique<log::ScopedSink>([](std::string_view line) {
-            std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
-        });
-    }
-    session.ui.drawProgress = !args.verbose && ::isatty(STDERR_FILENO) == 1;
+    const auto logToStderr = verboseLog(args.verbose);
     const bool toStandardOutput = args.output == "-";
-    session.ui.alertsToStderr = toStandardOutput;
+    session.terminal.drawProgress = !args.verbose && ::isatty(STDERR_FILENO) == 1;
+    session.terminal.completionToStderr = toStandardOutput;
     // "Completed" is told once the document is committed.
-    session.ui.holdAlerts = true;
+    session.terminal.holdCompletion = true;
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
     if (!checkStandardInput(session, args.input)) return 1;
@@ -52,29 +46,27 @@ int runKml(const KmlArgs& args) {
     }
     OutputTargetSink sink(*target);
 
-    // The panels are answered with the paths given.
-    session.ui.onOpenPanel = [&args](const OpenPanelRequest&) { return std::vector<std::string>{args.input}; };
-    session.ui.onSavePanel = [&args](const SavePanelRequest&) -> std::optional<std::string> {
-        return args.output;
-    };
-    BrinoraAppControllerCore& core = session.core;
-    core.runOptions.jobs = args.jobs;
-    core.runOptions.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
-    core.runOptions.output = &sink;
-    core.runOptions.note = noteWriter(session, args.input);
-    core.writeKML();
-    if (core.lastWriteError == kBatchReadErrorMessage) {
+    PipelineRun run;
+    run.request.input = args.input;
+    run.request.mode = RunMode::kKml;
+    run.request.jobs = args.jobs;
+    run.request.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
+    run.sink = &sink;
+    run.output = args.output;
+    const BatchResult result = runPipeline(session, run);
+    if (result.status == RunStatus::kReadError) {
         target->abandon();  // the reading error has been shown
         return 1;
     }
-    if (core.failedWrites > 0 || !core.lastWriteError.empty()) {
+    if (result.status == RunStatus::kWriteFailed || !result.headerError.empty()) {
         // Nothing of this run is kept: the target is as it was.
         target->abandon();
+        const std::string why = result.status == RunStatus::kWriteFailed ? result.writeError : result.headerError;
         session.error("no KML document was written: " +
-                      (target->error().message.empty() ? core.lastWriteError : target->error().message));
+                      (target->error().message.empty() ? why : target->error().message));
         return 1;
     }
-    if (core.placemarksWritten == 0) {
+    if (result.written == 0) {
         target->abandon();
         session.error(where(args.input, 0) + std::string(kNoDatapointsMessage) +
                       " (A KML document holds the lines between the header and the last line end.)");
@@ -84,7 +76,7 @@ int runKml(const KmlArgs& args) {
         session.error(target->error().message);
         return 1;
     }
-    session.ui.showHeldAlerts();
+    session.terminal.showHeldCompletion();
     return 0;
 }
 

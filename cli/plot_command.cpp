@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "app/settings_keys.h"
+#include "cli/batch_support.h"
 #include "output/output_target.h"
 #include "cli/stored_settings.h"
 #include "graph/graph_columns.h"
@@ -39,7 +40,7 @@ void quietRuntimeNotice(QtMsgType type, const QMessageLogContext& context, const
     std::fprintf(stderr, "%s\n", text.constData());
 }
 
-void error(const std::string& message) { std::fprintf(stderr, "brinora plot: %s\n", message.c_str()); }
+void error(const std::string& message) { commandError("plot", message); }
 
 // The axis stored for the desktop program's graph, or its default.
 std::string storedAxis(std::string_view key, std::string_view fallback) {

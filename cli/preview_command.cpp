@@ -3,12 +3,15 @@
 #include <cstdio>
 #include <memory>
 
+#include <algorithm>
+
+#include "app/preview_table.h"
 #include "app/settings_keys.h"
-#include "records/output_record.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
 #include "cli/flag_values.h"
-#include "log/log.h"
+#include "input/lenient_number.h"
+#include "records/output_record.h"
 
 namespace brinora::cli {
 namespace {
@@ -67,12 +70,7 @@ struct PreviewArgs {
 
 int runPreview(const PreviewArgs& args) {
     Session session("preview");
-    std::unique_ptr<log::ScopedSink> logToStderr;
-    if (args.verbose) {
-        logToStderr = std::make_unique<log::ScopedSink>([](std::string_view line) {
-            std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
-        });
-    }
+    const auto logToStderr = verboseLog(args.verbose);
 
     const std::vector<std::string>& columns = args.columns.empty() ? kDefaultColumns : args.columns;
     for (const std::string& column : columns) {
@@ -88,34 +86,43 @@ int runPreview(const PreviewArgs& args) {
 
     if (const int status = applyOptions(session, args.options); status != 0) return status;
     if (!checkStandardInput(session, args.input)) return 1;
-    BrinoraAppControllerCore& core = session.core;
+    std::string length;
     if (args.lines) {
-        session.defaults.setValue(settings::kNumberOfLinesInPreview, std::to_string(*args.lines));
-    } else if (const auto stored = session.defaults.value(settings::kNumberOfLinesInPreview);
-               stored && !isLineCount(*stored)) {
-        session.error("warning: the stored setting \"NumberOfLinesInPreview\" holds \"" + brief(*stored) +
-                      "\", which is not a number of lines; showing 5 (give -n to choose)");
-        session.defaults.setValue(settings::kNumberOfLinesInPreview, "5");
-    }
-    core.runOptions.note = noteWriter(session, args.input);
-
-    core.batchInputFilesChosen({args.input});
-    core.previewTableController.clearPreviewTable();
-    const std::string message = core.batchProcess(args.input, true);
-    if (!message.empty()) {
-        if (message != kBatchReadErrorMessage) session.error(where(args.input, core.stoppedAtSourceLine) + message);
-        return 1;
+        length = std::to_string(*args.lines);
+    } else if (const auto stored = session.defaults.value(settings::kNumberOfLinesInPreview)) {
+        length = *stored;
+        if (!isLineCount(*stored)) {
+            session.error("warning: the stored setting \"NumberOfLinesInPreview\" holds \"" + brief(*stored) +
+                          "\", which is not a number of lines; showing 5 (give -n to choose)");
+            length = "5";
+        }
     }
 
-    // The table: as many rows as the preview shows records.
-    PreviewTableModel& table = core.previewTableController;
-    const int rows =
-        std::max(0, std::min(table.numberOfRowsInTableView(), static_cast<int>(table.previewTable().size())));
+    // The lines up to the preview length (5 when none is stored), one thread.
+    PipelineRun run;
+    run.request.input = args.input;
+    run.request.mode = RunMode::kPreview;
+    const int lastLine = length.empty() ? 5 : lenientInteger(length);
+    run.request.previewLines = lastLine < 0 ? 0 : static_cast<std::size_t>(lastLine);
+    std::vector<DictRecord> table;
+    const BatchResult result = runPipeline(session, run, [&table](DictRecord row) { table.push_back(std::move(row)); });
+    if (const int status = runEndStatus(session, args.input, result); status != 0) return status;
+
+    // The table: as many rows as the preview shows records (a stored length
+    // of 0 shows 5 rows).
+    const int shown = lenientInteger(length);
+    const int wanted = shown == 0 ? 5 : std::clamp(shown, 0, kMaxPreviewRows);
+    const int rows = std::max(0, std::min(wanted, static_cast<int>(table.size())));
+    const auto cell = [&table](const std::string& column, int row) {
+        const DictRecord& record = table[static_cast<std::size_t>(row)];
+        const auto found = record.find(column);
+        return found == record.end() ? std::string() : found->second;
+    };
     std::vector<std::vector<std::string>> cells(static_cast<std::size_t>(rows) + 1);
     for (const std::string& column : columns) cells[0].push_back(column);
     for (int row = 0; row < rows; ++row) {
         for (const std::string& column : columns) {
-            cells[static_cast<std::size_t>(row) + 1].push_back(oneLine(table.objectValue(column, row)));
+            cells[static_cast<std::size_t>(row) + 1].push_back(oneLine(cell(column, row)));
         }
     }
     std::vector<std::size_t> widths(columns.size(), 0);

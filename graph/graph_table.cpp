@@ -15,7 +15,6 @@
 #include "input/line_rules.h"
 #include "records/output_record.h"
 #include "input/line_reader.h"
-#include "output/file_writes.h"
 
 namespace brinora::graph {
 

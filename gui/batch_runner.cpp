@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "pipeline/batch_pipeline.h"
+#include "app/batch_run.h"
 
 namespace brinora {
 

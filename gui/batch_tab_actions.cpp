@@ -19,9 +19,6 @@ namespace brinora {
 namespace {
 
 constexpr std::string_view kErrorDomain = "BrinoraApp";
-// What a run returns when its input could not be read; the reading error
-// itself has been presented by then.
-constexpr std::string_view kReadErrorMessage = "There was an error reading from the file";
 
 // What the batch output file holds before records are added to it.
 enum class OutputFileState {
@@ -151,11 +148,12 @@ void BrinoraAppController::batchRunFinished(BatchRunner::Kind kind, const QStrin
 
     const std::string stop = message.toStdString();
     const BrinoraAppControllerCore& core = *core_;
-    if (stop == kBatchCancelledMessage) {
+    if (core.lastRunStatus == RunStatus::kCancelled) {
         setProgressIndicatorHidden(true);
         runAlert(Alert{stop, recordsOfThisRun(core.recordsWritten) + " in the output file:\n" + core.fullPathOut,
                        {"OK"}});
-    } else if (!stop.empty() && stop != kReadErrorMessage) {
+    } else if (!stop.empty() && core.lastRunStatus != RunStatus::kReadError) {
+        // (A reading error has been presented by the run itself.)
         // A line stopped the run: which one, and what the output holds now.
         std::string report = stop + "\n\n";
         if (core.stoppedAtSourceLine > 0) {

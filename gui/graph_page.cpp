@@ -6,7 +6,6 @@
 #include <QVBoxLayout>
 
 #include "app/settings_keys.h"
-#include "output/file_writes.h"
 #include "gui/qt_text.h"
 
 namespace brinora {

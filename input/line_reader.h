@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "app/ui.h"
+#include "input/presented_error.h"
 
 namespace brinora {
 

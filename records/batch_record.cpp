@@ -131,11 +131,11 @@ void appendXmlEscaped(std::string& out, std::string_view text) {
     out.append(text.substr(from));
 }
 
-std::string batchRecordOptionColumns(const AppUi& ui) {
+std::string batchRecordOptionColumns(const RecordOptionTitles& titles) {
     std::string columns;
-    for (const Menu menu : {Menu::CO2Constants, Menu::KHSO4, Menu::pHScale, Menu::AirSeaFlux}) {
+    for (const std::string* title : {&titles.constants, &titles.khso4, &titles.pHScale, &titles.flux}) {
         columns.push_back(',');
-        columns.append(withoutCommas(ui.selectedTitle(menu)));
+        columns.append(withoutCommas(*title));
     }
     // Batch wind speeds are always in m/s; the comment follows.
     columns.append(",m/s,");

@@ -9,14 +9,22 @@
 #include <vector>
 
 #include "input/fields.h"
-#include "app/ui.h"
 #include "engine/board.h"
 
 namespace brinora {
 
+// The option titles that a record carries, as the option menus show them.
+struct RecordOptionTitles {
+    std::string constants;       // constants set
+    std::string khso4;           // bisulfate constant
+    std::string pHScale;         // pH scale
+    std::string flux;            // air-sea flux formula
+    std::string windSpeedUnits;  // units of the form's wind speed
+};
+
 // Columns 48 to 52 of a batch record and the comma before the comment: the
 // four option titles without their commas, then "m/s" (",A,B,C,D,m/s,").
-std::string batchRecordOptionColumns(const AppUi& ui);
+std::string batchRecordOptionColumns(const RecordOptionTitles& titles);
 
 // Columns 7 to 47 of a record from `board`: salinity, then every number with
 // its leading comma, "%.3f" each; the flux columns empty below the surface.

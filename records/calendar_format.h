@@ -5,9 +5,19 @@
 
 #include <string>
 
-#include "app/ui.h"
-
 namespace brinora {
+
+// A calendar date and time of day in the system time zone, as a date picker
+// holds it. Two values are the same date when every member is equal.
+struct CalendarDateTime {
+    int year = 1970;   // four-digit year
+    int month = 1;     // 1..12
+    int day = 1;       // 1..31
+    int hour = 0;      // 0..23
+    int minute = 0;    // 0..59
+    int second = 0;    // 0..59
+    friend bool operator==(const CalendarDateTime&, const CalendarDateTime&) = default;
+};
 
 // Time column of a form record: hour, MONTH and second ("%H:%m:%S"). The
 // month in the middle is what the record has always carried.

@@ -387,8 +387,8 @@ TEST_F(BatchRunTest, BatchWindSpeedIsNeverConvertedFromKnots) {
 TEST_F(BatchRunTest, OptionsAreOnTheBoardForEveryLine) {
     chooseOptions(13, 2, 4, 3);
     std::vector<float> options;
-    core.computeCO2 = [&options] {
-        for (std::uint32_t pos = 1; pos <= 4; ++pos) options.push_back(Engine::sharedInstance()->getFieldValueAtPos(pos));
+    core.computeCO2 = [&options](Board& board) {
+        for (std::uint32_t pos = 1; pos <= 4; ++pos) options.push_back(board.get(pos));
     };
     useInput(kInputHeader + "\n" + sampleLine("1") + "\n" + sampleLine("2") + "\n");
     useOutput();

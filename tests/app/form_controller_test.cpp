@@ -21,6 +21,7 @@
 #include "engine/engine.h"
 #include "engine/slots.h"
 #include "log/log.h"
+#include "tests/support/files.h"
 
 namespace brinora::testing {
 namespace {
@@ -334,11 +335,20 @@ TEST_F(FormControllerTest, CheckBoxAppendsTheRecord) {
 }
 
 TEST_F(FormControllerTest, NoRecordWithCheckBoxOff) {
+    testing::ScratchFolder folder("form-test");
+    const std::string path = folder.path() + "/records.csv";
+    testing::writeFile(path, std::string(dataFileHeaders()));
     chooseOptions();
     typeSample();
-    core.fullPathOut = "/nonexistent/never-written.csv";
+    core.outputFileOpened(path);
+    ui.setCheckBoxState(0);
     form.calculate();
-    EXPECT_TRUE(core.stringToWrite.empty());
+    // The sample is calculated and shown, and no record is made or written.
+    EXPECT_EQ(shown(slot::kTAOut), "2300.000");
+    EXPECT_EQ(core.stringToWrite, "");
+    EXPECT_EQ(core.sampleID, 0u);
+    EXPECT_TRUE(errors.empty());
+    EXPECT_EQ(testing::readFile(path), std::string(dataFileHeaders()));
 }
 
 TEST_F(FormControllerTest, RecordThatCannotBeWrittenIsShown) {

@@ -1,5 +1,11 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+
+#include <csignal>
+
+#include "app/appended_file.h"
+#include "output/output_target.h"
 
 #include "app/settings_keys.h"
 #include "records/output_record.h"
@@ -103,6 +109,75 @@ TEST_F(OutputFileTest, BatchOutputIsProposedBesideTheInput) {
     ASSERT_EQ(presented.size(), 1u);
     EXPECT_EQ(presented[0].domain, "BrinoraApp");
     EXPECT_EQ(presented[0].code, 0);
+}
+
+// ---------------------------------------------------------------- the journaled append
+
+TEST_F(OutputFileTest, AppendNeedsAnExistingFile) {
+    const std::string path = (dir / "out.csv").string();
+    EXPECT_EQ(appendToOutputFile(path, "r1\n"), "cannot open \"" + path + "\": No such file or directory");
+    EXPECT_FALSE(std::filesystem::exists(path));
+    writeFile(path, "h\n");
+    EXPECT_EQ(appendToOutputFile(path, "r1\n"), "");
+    EXPECT_EQ(appendToOutputFile(path, "r2\n"), "");
+    EXPECT_EQ(readFile(path), "h\nr1\nr2\n");
+    // No journal stays beside the file.
+    EXPECT_FALSE(std::filesystem::exists(appendJournalPath(path)));
+}
+
+TEST_F(OutputFileTest, AppendPastAFileSizeLimitLeavesNoPartialRecord) {
+    // The file may grow by 5 bytes only (its journal, a file of its own, is
+    // smaller than the limit): the record is written in part, then taken away
+    // again, and the reason is that of the failed write.
+    const std::string path = (dir / "out.csv").string();
+    const std::string header = std::string(250, 'h') + "\n";
+    writeFile(path, header);
+    rlimit saved{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+    const auto previousHandler = ::signal(SIGXFSZ, SIG_IGN);
+    rlimit limited = saved;
+    limited.rlim_cur = header.size() + 5;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
+    const std::string failed = appendToOutputFile(path, "a record of 24 bytes...\n");
+    const std::string small = appendToOutputFile(path, "r1\n");
+    ::setrlimit(RLIMIT_FSIZE, &saved);
+    ::signal(SIGXFSZ, previousHandler);
+    EXPECT_EQ(failed, "cannot append to \"" + path +
+                          "\": File too large; no record of this run was added, the file is as it was");
+    EXPECT_EQ(small, "");
+    EXPECT_EQ(readFile(path), header + "r1\n");
+}
+
+TEST_F(OutputFileTest, AppendCutShortIsRolledBackBeforeTheNextOne) {
+    // A run that was killed after its journal and part of its records.
+    const std::string path = (dir / "out.csv").string();
+    writeFile(path, "h\nr1\n");
+    {
+        OutputError error;
+        auto target = OutputTarget::open(path, OutputMode::kAppend, OutputOptions{}, error);
+        ASSERT_TRUE(target) << error.message;
+        ASSERT_TRUE(target->write("half a rec"));
+        // Left as a killed run leaves it: the journal stays.
+        const std::string journal = appendJournalPath(path);
+        ASSERT_TRUE(std::filesystem::exists(journal));
+        std::filesystem::copy_file(journal, dir / "journal.copy");
+        target->abandon();
+        std::filesystem::copy_file(dir / "journal.copy", journal);
+        writeFile(path, "h\nr1\nhalf a rec");
+    }
+    EXPECT_EQ(appendToOutputFile(path, "r2\n"), "");
+    EXPECT_EQ(readFile(path), "h\nr1\nr2\n");
+}
+
+TEST_F(OutputFileTest, FormRecordGoesThroughTheJournaledAppend) {
+    const std::string path = (dir / "form.csv").string();
+    writeFile(path, std::string(dataFileHeaders()));
+    core.outputFileOpened(path);
+    chooseOptions();
+    core.batchWriteMode = 0;
+    ASSERT_TRUE(core.saveString());
+    EXPECT_EQ(readFile(path), std::string(dataFileHeaders()) + core.stringToWrite);
+    EXPECT_FALSE(std::filesystem::exists(appendJournalPath(path)));
 }
 
 }  // namespace

@@ -19,6 +19,8 @@
 #include <sstream>
 
 #include "run_command.h"
+#include "tests/support/batch_input.h"
+#include "tests/support/files.h"
 
 namespace brinora {
 namespace {
@@ -31,24 +33,14 @@ const std::string kExample = std::string(BRINORA_EXAMPLES_DIR) + "/cruise.csv";
 const std::string kData = std::string(BRINORA_CLI_TEST_DATA) + "/data";
 const std::vector<std::string> kOptions = {"--constants", "13", "--khso4", "1", "--ph-scale", "1", "--flux", "1"};
 
-const std::string kHeader =
-    "SampleID,Name,Time,Date,Latitude,Longitude,Salinity,Temperature,Pressure,Phosphate,Silicate,"
-    "TempOut,PressureOut,TA,TCO2,pH,fCO2,pCO2,pCO2air,Windspeed,Comment\n";
+const std::string kHeader = brinora::testing::kInputHeader + "\n";
 const std::string kSelectMessage =
     "To perform the calculation, Brinora needs constants, scales, and units supplied by the user. "
     "Click \"Select...\" to provide these parameters.";
 
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using brinora::testing::readFile;
 
-void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-}
+using brinora::testing::writeFile;
 
 // What a completed batch run prints on standard output.
 std::string batchCompletion(const std::string& input, const std::string& output) {
@@ -61,9 +53,10 @@ std::string sample(const std::string& id, const std::string& salinity = "35") {
 
 class BatchCommandTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"cli-test"};
+
     BatchCommandTest() {
-        char pattern[] = "/tmp/brinora-cli-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
+        dir = scratch_.path();
         settingsFile = dir + "/settings.ini";
     }
     ~BatchCommandTest() override {
@@ -72,7 +65,6 @@ protected:
             std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_all,
                                          std::filesystem::perm_options::add, ignored);
         }
-        std::filesystem::remove_all(dir, ignored);
     }
 
     // Runs brinora with the stored settings kept in the test's own file.

@@ -14,6 +14,8 @@
 #include "engine/engine.h"
 #include "log/log.h"
 #include "run_command.h"
+#include "tests/support/batch_input.h"
+#include "tests/support/files.h"
 
 namespace brinora {
 namespace {
@@ -23,21 +25,11 @@ using test::runBrinora;
 using test::splitLines;
 
 const std::vector<std::string> kOptions = {"--constants", "13", "--khso4", "1", "--ph-scale", "1", "--flux", "1"};
-const std::string kHeader =
-    "SampleID,Name,Time,Date,Latitude,Longitude,Salinity,Temperature,Pressure,Phosphate,Silicate,"
-    "TempOut,PressureOut,TA,TCO2,pH,fCO2,pCO2,pCO2air,Windspeed,Comment";
+const std::string kHeader = brinora::testing::kInputHeader;
 
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using brinora::testing::readFile;
 
-void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-}
+using brinora::testing::writeFile;
 
 // `count` sample lines with every line end, empty lines, lines without a
 // sample id and every carbonate pair.
@@ -64,14 +56,11 @@ std::string awkwardFile(int count, std::uint64_t seed) {
 
 class FastCommandTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"fast-cli"};
+
     FastCommandTest() {
-        char pattern[] = "/tmp/brinora-fast-cli-XXXXXX";
-        dir = ::mkdtemp(pattern);
+        dir = scratch_.path();
         settingsFile = dir + "/settings.ini";
-    }
-    ~FastCommandTest() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(dir, ignored);
     }
 
     CommandResult run(std::vector<std::string> arguments) {

@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "run_command.h"
+#include "tests/support/files.h"
 
 extern char** environ;
 
@@ -24,17 +25,9 @@ using test::runBrinora;
 const std::string kExample = std::string(BRINORA_EXAMPLES_DIR) + "/cruise.csv";
 const std::string kData = std::string(BRINORA_CLI_TEST_DATA) + "/data";
 
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using brinora::testing::readFile;
 
-void writeFile(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-}
+using brinora::testing::writeFile;
 
 // "Run brinora COMMAND --help for more information.\n" ("brinora --help" without a command).
 std::string helpLine(const std::string& command) {
@@ -78,14 +71,11 @@ std::string runOnTerminal(const std::vector<std::string>& arguments, const std::
 
 class OptionFlagsTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"options-test"};
+
     OptionFlagsTest() {
-        char pattern[] = "/tmp/brinora-options-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
+        dir = scratch_.path();
         settingsFile = dir + "/settings.ini";
-    }
-    ~OptionFlagsTest() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(dir, ignored);
     }
 
     CommandResult run(const std::vector<std::string>& arguments) {

@@ -9,22 +9,19 @@
 
 #include "output/output_target.h"
 #include "run_command.h"
+#include "tests/support/files.h"
 
 namespace brinora::test {
 namespace {
 
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using brinora::testing::readFile;
 
 class RepairCommandTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"repair-test"};
+
     RepairCommandTest() {
-        char pattern[] = "/tmp/brinora-repair-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
+        dir = scratch_.path();
     }
     ~RepairCommandTest() override { std::filesystem::remove_all(dir); }
     std::string dir;

@@ -13,6 +13,8 @@
 #include <sstream>
 
 #include "run_command.h"
+#include "tests/support/batch_input.h"
+#include "tests/support/files.h"
 
 namespace brinora::test {
 namespace {
@@ -20,29 +22,19 @@ namespace {
 const std::string kExample = std::string(BRINORA_EXAMPLES_DIR) + "/cruise.csv";
 const std::string kData = std::string(BRINORA_CLI_TEST_DATA) + "/data";
 const std::string kOptionText = "--constants 13 --khso4 1 --ph-scale 1 --flux 1 -q";
-const std::string kHeader =
-    "SampleID,Name,Time,Date,Latitude,Longitude,Salinity,Temperature,Pressure,Phosphate,Silicate,"
-    "TempOut,PressureOut,TA,TCO2,pH,fCO2,pCO2,pCO2air,Windspeed,Comment\n";
+const std::string kHeader = brinora::testing::kInputHeader + "\n";
 
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using brinora::testing::readFile;
 
-void writeFile(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+using brinora::testing::writeFile;
 
 class StreamsTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"streams"};
+
     StreamsTest() {
-        char pattern[] = "/tmp/brinora-streams-XXXXXX";
-        dir = ::mkdtemp(pattern);
+        dir = scratch_.path();
         settingsFile = dir + "/settings.conf";
-    }
-    ~StreamsTest() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(dir, ignored);
     }
 
     // Runs `command` in a shell, with BRINORA standing for the program;

@@ -30,6 +30,7 @@
 #include <vector>
 
 #include "independent_carbonate.h"
+#include "tests/support/files.h"
 
 namespace brinora {
 namespace {
@@ -146,12 +147,7 @@ struct Comparison {
     }
 };
 
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using brinora::testing::readFile;
 
 std::vector<std::string> splitLines(const std::string& text) {
     std::vector<std::string> lines;

@@ -15,13 +15,12 @@
 
 #include "records/output_record.h"
 #include "process.h"
+#include "tests/support/batch_input.h"
+#include "tests/support/files.h"
 
 namespace brinora::faults {
 
-// The 21 names of a batch input header.
-inline const std::string kInputHeader =
-    "SampleID,Name,Time,Date,Latitude,Longitude,Salinity,Temperature,Pressure,Phosphate,Silicate,"
-    "TempOut,PressureOut,TA,TCO2,pH,fCO2,pCO2,pCO2air,Windspeed,Comment";
+using brinora::testing::kInputHeader;
 
 // The option flags every run here uses.
 inline const std::vector<std::string> kOptions = {"--constants", "13", "--khso4", "1",
@@ -40,17 +39,9 @@ inline std::string batchInput(int count, const std::string& prefix = "") {
     return text;
 }
 
-inline std::string readFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using brinora::testing::readFile;
 
-inline void writeFile(const std::filesystem::path& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-}
+using brinora::testing::writeFile;
 
 // The lines of `text`, each with its "\n"; a last line without one is kept as it is.
 inline std::vector<std::string> linesOf(const std::string& text) {
@@ -96,15 +87,12 @@ inline std::vector<std::string> wholeRecordIds(const std::string& text) {
 
 class FaultTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"faults"};
+
     FaultTest() {
-        char pattern[] = "/tmp/brinora-faults-XXXXXX";
-        dir = ::mkdtemp(pattern);
+        dir = scratch_.path();
         // Open to every user, for the runs as "nobody".
         ::chmod(dir.c_str(), 0777);
-    }
-    ~FaultTest() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(dir, ignored);
     }
 
     // Writes `text` to a file of the scratch folder; returns its path.

@@ -25,6 +25,7 @@
 
 #include "output/output_target.h"
 #include "output_writer.h"
+#include "tests/support/files.h"
 
 extern char** environ;
 
@@ -37,16 +38,9 @@ using Clock = std::chrono::steady_clock;
 constexpr int kKills = 20;   // kills per mode
 constexpr int kBlocks = 256;  // 16 MiB a run
 
-std::string readFile(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using brinora::testing::readFile;
 
-void writeFile(const fs::path& path, const std::string& text) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-}
+using brinora::testing::writeFile;
 
 // Whether two file contents are equal; a failure says where they part
 // (the contents are megabytes, too large for a printed comparison).
@@ -128,9 +122,10 @@ private:
 
 class OutputKills : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"kills-test"};
+
     OutputKills() : random_(std::random_device{}()) {
-        char pattern[] = "/tmp/brinora-kills-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
+        dir = scratch_.path();
         fs::create_directory(dir / "out");
         target = (dir / "out" / "target.csv").string();
     }

@@ -12,13 +12,12 @@
 #include "app/controller_core.h"
 #include "records/output_record.h"
 #include "gui_fixture.h"
+#include "tests/support/batch_input.h"
 
 namespace brinora::testing {
 namespace {
 
-const std::string kInputHeader =
-    "SampleID,Name,Time,Date,Latitude,Longitude,Salinity,Temperature,Pressure,Phosphate,Silicate,"
-    "TempOut,PressureOut,TA,TCO2,pH,fCO2,pCO2,pCO2air,Windspeed,Comment\n";
+const std::string kInputHeader = brinora::testing::kInputHeader + "\n";
 
 // Sample line `k` of a generated cruise: every value moves with k, and the
 // carbonate pair changes between TA-TCO2, TA-pH and TCO2-pCO2.

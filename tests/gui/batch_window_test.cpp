@@ -8,13 +8,12 @@
 #include "records/output_record.h"
 #include "gui/preview_window.h"
 #include "gui_fixture.h"
+#include "tests/support/batch_input.h"
 
 namespace brinora::testing {
 namespace {
 
-const std::string kInputHeader =
-    "SampleID,Name,Time,Date,Latitude,Longitude,Salinity,Temperature,Pressure,Phosphate,Silicate,"
-    "TempOut,PressureOut,TA,TCO2,pH,fCO2,pCO2,pCO2air,Windspeed,Comment\n";
+const std::string kInputHeader = brinora::testing::kInputHeader + "\n";
 const std::string kThreeSamples =
     kInputHeader +
     "1,Station A,08:15:00,03/14/2024,26.5,-80.1,36.1,26.4,0,0.1,1.8,25,0,2381.5,2049.3,,,,415,6.2,surface\n"

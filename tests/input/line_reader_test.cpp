@@ -13,6 +13,7 @@
 
 #include "input/line_rules.h"
 #include "tests/support/controller_fixture.h"
+#include "tests/support/files.h"
 
 namespace brinora {
 namespace {
@@ -247,13 +248,10 @@ TEST(Utf8, WellFormedAndBroken) {
 
 class InputErrorTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"input-test"};
+
     InputErrorTest() {
-        char pattern[] = "/tmp/brinora-input-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
-    }
-    ~InputErrorTest() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(dir, ignored);
+        dir = scratch_.path();
     }
     std::filesystem::path dir;
 };

@@ -17,9 +17,10 @@
 #include <set>
 
 #include "records/output_record.h"
-#include "output/file_writes.h"
+#include "output/atomic_write.h"
 #include "tests/support/controller_fixture.h"
 #include "tests/support/unprivileged.h"
+#include "tests/support/files.h"
 
 namespace brinora {
 namespace {
@@ -45,18 +46,14 @@ mode_t permissionBits(const fs::path& path) {
 
 class OutputTargetTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"output-test"};
+
     OutputTargetTest() {
-        char pattern[] = "/tmp/brinora-output-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
+        dir = scratch_.path();
         oldMask = ::umask(022);
     }
     ~OutputTargetTest() override {
         ::umask(oldMask);
-        std::error_code ignored;
-        for (const auto& entry : fs::recursive_directory_iterator(dir, ignored)) {
-            if (entry.is_directory(ignored)) fs::permissions(entry.path(), fs::perms::owner_all, ignored);
-        }
-        fs::remove_all(dir, ignored);
     }
     std::string path(const std::string& name) const { return (dir / name).string(); }
 

@@ -24,11 +24,11 @@
 #include "input/lenient_number.h"
 #include "records/output_record.h"
 #include "input/line_reader.h"
-#include "output/file_writes.h"
 #include "engine/engine.h"
 #include "engine/slots.h"
 #include "tests/support/controller_fixture.h"
 #include "tests/support/reference_text.h"
+#include "tests/support/files.h"
 
 namespace brinora {
 namespace {
@@ -202,13 +202,10 @@ TEST(FastFields, SplitKeepsTheFirstTwentyOneFields) {
 
 class StreamReaderTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"stream-test"};
+
     StreamReaderTest() {
-        char pattern[] = "/tmp/brinora-stream-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
-    }
-    ~StreamReaderTest() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(dir, ignored);
+        dir = scratch_.path();
     }
 
     // The pieces of the file at `path` read in blocks of `block` bytes.
@@ -322,7 +319,7 @@ TEST_F(FastRecordTest, RecordIsTheControllersRecordForEveryValueClass) {
     const float odd[] = {0.0f, -0.0f, std::numeric_limits<float>::quiet_NaN(), -std::numeric_limits<float>::quiet_NaN(),
                          std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(), -999.0f,
                          1e30f, -0.0004f, 0.0625f};
-    const std::string optionColumns = batchRecordOptionColumns(ui);
+    const std::string optionColumns = batchRecordOptionColumns(recordOptionTitlesOf(ui));
     for (int round = 0; round < 2000; ++round) {
         Board board;
         for (std::uint32_t pos = 0; pos < Board::kSize; ++pos) {
@@ -374,12 +371,11 @@ TEST_F(FastRecordTest, PlacemarkIsTheControllersPlacemark) {
     }
     // The controller's document, with the calculation a stand-in that marks
     // each result slot: kept board by board.
-    core.computeCO2 = [&boards] {
-        Engine* shared = Engine::sharedInstance();
+    core.computeCO2 = [&boards](Board& board) {
         for (std::uint32_t pos = 30; pos <= 72; ++pos) {
-            shared->setFieldValueAtPos(pos, static_cast<float>(pos) * 1.5f + static_cast<float>(boards.size()));
+            board.set(pos, static_cast<float>(pos) * 1.5f + static_cast<float>(boards.size()));
         }
-        boards.push_back(shared->board());
+        boards.push_back(board);
     };
     const std::string inputPath = (dir / "in.csv").string();
     const std::string outputPath = (dir / "out.kml").string();

@@ -65,6 +65,30 @@ const std::string kAlphaPlacemark =
 
 const std::string kAlpha = "1,Alpha,10:00,1/2/2023,10.5,-20.25,35,20,0,1,5,,,2300,2000,,,,400,7,ok";
 
+// kAlphaPlacemark with each (from, to) of `changes` made; every `from` is
+// found exactly once.
+std::string alphaPlacemarkWith(const std::vector<std::pair<std::string, std::string>>& changes) {
+    std::string text = kAlphaPlacemark;
+    for (const auto& [from, to] : changes) {
+        const std::size_t at = text.find(from);
+        EXPECT_NE(at, std::string::npos) << from;
+        if (at == std::string::npos) continue;
+        EXPECT_EQ(text.find(from, at + 1), std::string::npos) << from;
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
+// The changes of the input columns that both kAlpha and a line without
+// phosphate and silicate show.
+const std::vector<std::pair<std::string, std::string>> kNoNutrients = {
+    {"<Td>1.000</Td><Td>Total P (\xC2\xB5mol/kbSW)</Td><Td>1.000</Td>",
+     "<Td>0.000</Td><Td>Total P (\xC2\xB5mol/kbSW)</Td><Td>0.000</Td>"},
+    {"<Td>5.000</Td><Td>Total Si (\xC2\xB5mol/kbSW)</Td><Td>5.000</Td>",
+     "<Td>0.000</Td><Td>Total Si (\xC2\xB5mol/kbSW)</Td><Td>0.000</Td>"},
+    {"size=\"+1.5\">10:00 1/2/2023</font>", "size=\"+1.5\"> </font>"},
+};
+
 class KmlTest : public ControllerTest {
 protected:
     KmlTest() {
@@ -176,18 +200,32 @@ TEST_F(KmlTest, NumberingContinuesFromFormRecordsAndRestarts) {
 TEST_F(KmlTest, TheCommentLineShowsTheWindSpeedField) {
     input(kInputHeader + "\n1,Gamma,,,0,0,35,20,0,0,0,,,2300,2000,,,,410,12.5,the real comment\n");
     core.writeKML();
-    const std::string text = readFile(kmlPath);
-    EXPECT_NE(text.find("<br /><text><font color=\"#1400F0\" size=\"+1.5\">12.5</font></text>"), std::string::npos);
-    EXPECT_EQ(text.find("the real comment"), std::string::npos);
+    // The comment line of the placemark shows field 20 (the wind speed);
+    // the comment itself is in no part of the document.
+    std::vector<std::pair<std::string, std::string>> changes = kNoNutrients;
+    changes.insert(changes.end(), {
+        {"<name>Alpha 0</name>", "<name>Gamma 0</name>"},
+        {"size=\"+1.5\">7</font>", "size=\"+1.5\">12.5</font>"},
+        {"<longitude>-20.25</longitude><latitude>10.5</latitude>", "<longitude>0</longitude><latitude>0</latitude>"},
+        {"<coordinates>-20.25,10.5,0</coordinates>", "<coordinates>0,0,0</coordinates>"},
+    });
+    EXPECT_EQ(readFile(kmlPath), kHeader + alphaPlacemarkWith(changes) + kFooter);
 }
 
 TEST_F(KmlTest, ShortLinesReadMissingFieldsAsEmpty) {
     input(kInputHeader + "\n1,Short,,,5\n");
     core.writeKML();
-    const std::string text = readFile(kmlPath);
-    EXPECT_NE(text.find("<name>Short 0</name>"), std::string::npos);
-    EXPECT_NE(text.find("<coordinates>,5,0</coordinates>"), std::string::npos);
-    EXPECT_NE(text.find("size=\"+1.5\"></font></text></p>"), std::string::npos);
+    // Fields 5..20 are missing: empty text, and 0 for every number.
+    std::vector<std::pair<std::string, std::string>> changes = kNoNutrients;
+    changes.insert(changes.end(), {
+        {"<name>Alpha 0</name>", "<name>Short 0</name>"},
+        {"<Td>35.000</Td><Td>Salinity</Td><Td>35.000</Td>", "<Td>0.000</Td><Td>Salinity</Td><Td>0.000</Td>"},
+        {"<Td>t(C)</Td><Td>20.000</Td>", "<Td>t(C)</Td><Td>0.000</Td>"},
+        {"size=\"+1.5\">7</font>", "size=\"+1.5\"></font>"},
+        {"<longitude>-20.25</longitude><latitude>10.5</latitude>", "<longitude></longitude><latitude>5</latitude>"},
+        {"<coordinates>-20.25,10.5,0</coordinates>", "<coordinates>,5,0</coordinates>"},
+    });
+    EXPECT_EQ(readFile(kmlPath), kHeader + alphaPlacemarkWith(changes) + kFooter);
 }
 
 TEST_F(KmlTest, OneSaveCancelledAppendsToTheEarlierOutput) {
@@ -208,12 +246,12 @@ TEST_F(KmlTest, PlacemarksThatCannotBeWrittenLeaveTheDocumentAsChosen) {
     const auto compute = core.computeCO2;
     int calls = 0;
     std::string kept;
-    core.computeCO2 = [&] {
+    core.computeCO2 = [&](Board& board) {
         if (++calls == 2) {
             kept = readFile(kmlPath);
             std::filesystem::remove(kmlPath);
         }
-        compute();
+        compute(board);
     };
     core.writeKML();
     EXPECT_EQ(kept, kHeader);

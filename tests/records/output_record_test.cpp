@@ -32,7 +32,7 @@ protected:
         board->setFieldValueAtPos(15, 10.0f);
         board->setFieldValueAtPos(23, 400.0f);
         board->setFieldValueAtPos(24, 8.0f);
-        core.computeCO2();
+        core.computeCO2(board->board());
         chooseOptions(10, 1, 1, 1);
         ui.setText(TextField::CruiseLatitude, "12.5");
         ui.setText(TextField::CruiseLongitude, "45");

@@ -15,20 +15,10 @@
 #include "app/plain_ui.h"
 #include "engine/engine.h"
 #include "log/log.h"
+#include "tests/support/batch_input.h"
+#include "tests/support/files.h"
 
 namespace brinora::testing {
-
-inline std::string readFile(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
-
-inline void writeFile(const std::filesystem::path& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-}
 
 // Number of comma-separated columns of one record line (its "\n" excluded).
 inline int columnCount(const std::string& record) {
@@ -57,36 +47,26 @@ inline std::string column(const std::string& record, int index) {
     return current == index ? value : std::string("<missing>");
 }
 
-// The batch input header: 21 names.
-inline const std::string kInputHeader =
-    "SampleID,Name,Time,Date,Latitude,Longitude,Salinity,Temperature,Pressure,Phosphate,Silicate,"
-    "TempOut,PressureOut,TA,TCO2,pH,fCO2,pCO2,pCO2air,Windspeed,Comment";
-
 class ControllerTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"batch-test"};
+
     ControllerTest() : core(ui, defaults), sink([this](std::string_view line) { logLines.emplace_back(line); }) {
         Engine::sharedInstance()->reset();
         // A stand-in for the chemistry: every result slot shows where it came
         // from, so record and placemark tests do not depend on the solvers.
-        core.computeCO2 = [this] {
+        core.computeCO2 = [this](Board& board) {
             ++computeCalls;
-            Engine* board = Engine::sharedInstance();
-            computedSalinities.push_back(board->getFieldValueAtPos(11));
-            computedWindSpeeds.push_back(board->getFieldValueAtPos(24));
+            computedSalinities.push_back(board.get(11));
+            computedWindSpeeds.push_back(board.get(24));
             for (std::uint32_t pos = 30; pos <= 72; ++pos) {
                 if (pos == 68) continue;
-                board->setFieldValueAtPos(pos, static_cast<float>(pos) + 0.25f);
+                board.set(pos, static_cast<float>(pos) + 0.25f);
             }
         };
         ui.onPresentError = [this](const PresentedError& error) { presented.push_back(error); };
         ui.onAlert = [this](const Alert& alert) { alerts.push_back(alert); };
-        char pattern[] = "/tmp/brinora-batch-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
-    }
-    ~ControllerTest() override {
-        std::error_code ignored;
-        std::filesystem::permissions(dir, std::filesystem::perms::owner_all, ignored);
-        std::filesystem::remove_all(dir, ignored);
+        dir = scratch_.path();
     }
 
     // Chooses the four options (menu items) as a user would.

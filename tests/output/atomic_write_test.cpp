@@ -1,4 +1,5 @@
-#include "output/file_writes.h"
+#include "output/atomic_write.h"
+#include "output/path_names.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -10,6 +11,7 @@
 
 #include "records/calendar_format.h"
 #include "tests/support/controller_fixture.h"
+#include "tests/support/files.h"
 
 namespace brinora {
 namespace {
@@ -19,14 +21,10 @@ using testing::writeFile;
 
 class FileTest : public ::testing::Test {
 protected:
+    brinora::testing::ScratchFolder scratch_{"files-test"};
+
     FileTest() {
-        char pattern[] = "/tmp/brinora-files-test-XXXXXX";
-        dir = ::mkdtemp(pattern);
-    }
-    ~FileTest() override {
-        std::error_code ignored;
-        std::filesystem::permissions(dir, std::filesystem::perms::owner_all, ignored);
-        std::filesystem::remove_all(dir, ignored);
+        dir = scratch_.path();
     }
     std::filesystem::path dir;
 };
@@ -46,45 +44,6 @@ TEST_F(FileTest, AtomicWriteIntoAMissingFolderFails) {
     const WriteResult result = writeFileAtomically((dir / "no" / "out.csv").string(), "x");
     EXPECT_FALSE(result.ok);
     EXPECT_NE(result.message.find("No such file or directory"), std::string::npos);
-}
-
-TEST_F(FileTest, AppendNeedsAnExistingFile) {
-    const std::string path = (dir / "out.csv").string();
-    EXPECT_FALSE(appendToExistingFile(path, "r1\n").ok);
-    EXPECT_FALSE(std::filesystem::exists(path));
-    writeFile(path, "h\n");
-    EXPECT_TRUE(appendToExistingFile(path, "r1\n").ok);
-    EXPECT_TRUE(appendToExistingFile(path, "r2\n").ok);
-    EXPECT_EQ(readFile(path), "h\nr1\nr2\n");
-}
-
-TEST_F(FileTest, AppendToAFullDeviceLeavesNoPartialRecord) {
-    if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
-    const WriteResult result = appendToExistingFile("/dev/full", "a record\n");
-    EXPECT_FALSE(result.ok);
-    EXPECT_EQ(result.errorNumber, ENOSPC);
-}
-
-TEST_F(FileTest, AppendPastAFileSizeLimitLeavesNoPartialRecord) {
-    // The file may grow by 5 bytes only: the record is written in part, then
-    // taken away again, and the reason is that of the failed write.
-    const std::string path = (dir / "out.csv").string();
-    writeFile(path, "h\n");
-    rlimit saved{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
-    const auto previousHandler = ::signal(SIGXFSZ, SIG_IGN);
-    rlimit limited = saved;
-    limited.rlim_cur = 7;
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
-    const WriteResult result = appendToExistingFile(path, "a record of 24 bytes...\n");
-    const WriteResult small = appendToExistingFile(path, "r1\n");
-    ::setrlimit(RLIMIT_FSIZE, &saved);
-    ::signal(SIGXFSZ, previousHandler);
-    EXPECT_FALSE(result.ok);
-    EXPECT_EQ(result.errorNumber, EFBIG);
-    EXPECT_EQ(result.message, "cannot append to \"" + path + "\": File too large");
-    EXPECT_TRUE(small.ok);
-    EXPECT_EQ(readFile(path), "h\nr1\n");
 }
 
 TEST(PathPieces, StemsFoldersAndTilde) {
