@@ -12,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "app/option_titles.h"
 #include "records/output_record.h"
 #include "gui/brinora_app_controller.h"
 
@@ -70,8 +71,21 @@ std::string recordsOfThisRun(int count) {
 
 }  // namespace
 
+bool BrinoraAppController::refuseWithoutOptions() {
+    for (const Menu option : {Menu::CO2Constants, Menu::KHSO4, Menu::pHScale, Menu::AirSeaFlux}) {
+        if (selectedIndex(option) != 0) continue;
+        const std::string message(options::kChooseOptionsMessage);
+        logLine(message);
+        presentError(PresentedError{std::string(kErrorDomain), 0, message});
+        return true;
+    }
+    return false;
+}
+
 void BrinoraAppController::startBatchRun() {
     if (batchRunning()) return;
+    // A record computed with an option on "Select..." holds no number.
+    if (refuseWithoutOptions()) return;
     const std::string input = text(TextField::PathField);
     const std::string output = text(TextField::PathFieldOut);
     const auto refuse = [this](const std::string& message) {
@@ -128,6 +142,7 @@ void BrinoraAppController::startBatchRun() {
 
 void BrinoraAppController::writeKML() {
     if (batchRunning()) return;
+    if (refuseWithoutOptions()) return;
     filesBeforeKml_ = FilesBeforeKml{core_->filesToOpen, core_->fullPath, core_->fullPathOut};
     setProgressIndicatorIndeterminate(false);
     batchRunner_->start(BatchRunner::Kind::Kml);
@@ -167,6 +182,24 @@ void BrinoraAppController::batchRunFinished(BatchRunner::Kind kind, const QStrin
         presentError(PresentedError{std::string(kErrorDomain), 0, report});
     }
     Q_EMIT batchRunEnded();
+}
+
+Alert BrinoraAppController::withCounts(const Alert& alert) const {
+    // The run waits on its thread while its alert is shown, so its counts
+    // can be read here.
+    if (!batchRunning()) return alert;
+    Alert counted = alert;
+    if (alert.messageText == "Batch Processing of File Completed") {
+        const int records = core_->recordsWritten;
+        counted.informativeText += "\n" + (records == 1 ? std::string("1 record was") : std::to_string(records) + " records were") +
+                                   " written.";
+    } else if (alert.messageText == "CSV to KML Processing Completed") {
+        const int placemarks = core_->placemarksWritten;
+        counted.informativeText += "\n\n" + (placemarks == 1 ? std::string("1 placemark was")
+                                                             : std::to_string(placemarks) + " placemarks were") +
+                                   " written.";
+    }
+    return counted;
 }
 
 void BrinoraAppController::setBatchControlsEnabled(bool enabled) {

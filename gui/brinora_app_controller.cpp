@@ -157,7 +157,7 @@ void BrinoraAppController::runAlert(const Alert& alert) {
         progressRedrawThrottle_.flush();
         drawProgress(pendingProgress_);
     }
-    dialogs_->runAlert(this, alert);
+    dialogs_->runAlert(this, withCounts(alert));
 }
 
 void BrinoraAppController::setProgressIndicatorHidden(bool hidden) {
@@ -238,10 +238,10 @@ void BrinoraAppController::calculate() {
     const int front = tabs_.at(TabView::SingleBatch)->currentIndex();
     // The graph tab has nothing to calculate.
     if (front == kGraphTab) return;
-    // The batch tab's Calculate runs the batch on its own thread; the form's
-    // own checks come first, as the constants tab in front. When the run
-    // ends, the graph shows its output file.
-    if (selectedTab(TabView::DataConstants) != 1 && front == 1) {
+    // The batch tab's Calculate runs the batch on its own thread, whichever
+    // page the one-sample tab was left on (its Constants... button shows the
+    // constants page there). When the run ends, the graph shows its output file.
+    if (front == 1) {
         graphFileAfterRun_ = text(TextField::PathFieldOut);
         startBatchRun();
         return;

@@ -174,6 +174,12 @@ private:
     // show, after checking that the output file is one that records may be
     // added to.
     void startBatchRun();
+    // Presents the message of an option menu still on "Select..." and
+    // returns true; false (nothing shown) when all four options are chosen.
+    bool refuseWithoutOptions();
+    // `alert` with the number of records or placemarks that the run going
+    // wrote, when it is that run's completion alert.
+    Alert withCounts(const Alert& alert) const;
     // Reports how a run ended and gives the window back its controls.
     void batchRunFinished(BatchRunner::Kind kind, const QString& message);
     // Enables the controls that reach the controller core (off while a run goes).

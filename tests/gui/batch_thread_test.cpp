@@ -270,7 +270,8 @@ TEST_F(BatchThreadTest, CalculateAfterWriteKmlUsesTheFilesTheFieldsShow) {
     EXPECT_EQ(readText(kml), document) << "nothing is added to the KML document";
     ASSERT_EQ(dialogs.alerts.size(), 2u);
     EXPECT_EQ(dialogs.alerts[1].informativeText,
-              "File Input:\n" + input.toStdString() + "\n\nFile Output:\n" + output.toStdString() + "\n");
+              "File Input:\n" + input.toStdString() + "\n\nFile Output:\n" + output.toStdString() +
+                  "\n\n3 records were written.");
     const std::string written = readText(output);
     EXPECT_EQ(countLines(written), 4);
     EXPECT_NE(written.find("\n3,St 0,08:03:00,"), std::string::npos) << written;

@@ -120,7 +120,8 @@ TEST_F(BatchWindowTest, PreviewRefreshAndFullRun) {
     ASSERT_EQ(dialogs.alerts.size(), 1u);
     EXPECT_EQ(dialogs.alerts[0].messageText, "Batch Processing of File Completed");
     EXPECT_EQ(dialogs.alerts[0].informativeText,
-              "File Input:\n" + input.toStdString() + "\n\nFile Output:\n" + output.toStdString() + "\n");
+              "File Input:\n" + input.toStdString() + "\n\nFile Output:\n" + output.toStdString() +
+                  "\n\n3 records were written.");
     EXPECT_EQ(dialogs.alerts[0].buttons, std::vector<std::string>{"OK"});
     // Progress follows the bytes read, a step per block of lines; steps that
     // come faster than the window draws are shown together, so the bar gets
