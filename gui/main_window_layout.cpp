@@ -9,6 +9,7 @@
 #include <QMenuBar>
 #include <QRegularExpression>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -22,6 +23,7 @@
 #include "input/lenient_number.h"
 #include "engine/quantities.h"
 #include "engine/slots.h"
+#include "gui/accelerators.h"
 #include "gui/bound_fields.h"
 #include "gui/brinora_app_controller.h"
 #include "gui/graph_page.h"
@@ -55,8 +57,9 @@ QLabel* unitLabel(const QString& unit, QWidget* parent) {
     return label;
 }
 
-// One row of a value grid: name, field, unit.
-void addValueRow(QGridLayout* grid, const QString& name, QWidget* field, const QString& unit) {
+// One row of a value grid: name, field, unit; the name and unit labels.
+std::pair<QLabel*, QLabel*> addValueRow(QGridLayout* grid, const QString& name, QWidget* field,
+                                        const QString& unit) {
     const int row = grid->rowCount();
     auto* label = new QLabel(name, field->parentWidget());
     label->setTextFormat(Qt::RichText);
@@ -66,6 +69,7 @@ void addValueRow(QGridLayout* grid, const QString& name, QWidget* field, const Q
     QLabel* unitText = unitLabel(unit, field->parentWidget());
     if (unit == QLatin1String("pH scale")) unitText->setObjectName(kpHUnitName);
     grid->addWidget(unitText, row, 2);
+    return {label, unitText};
 }
 
 QGridLayout* valueGrid(QGroupBox* group) {
@@ -215,7 +219,13 @@ void BrinoraAppController::buildWindow() {
     calculateButton_ = new QPushButton(tr("&Calculate"), this);
     calculateButton_->setObjectName("calculateButton");
     calculateButton_->setDefault(true);
-    calculateButton_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return));
+    // Ctrl+Return is a shortcut of its own: a button's setShortcut would
+    // replace the Alt+C of its title.
+    auto* calculateKey = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return), this);
+    calculateKey->setObjectName("calculateShortcut");
+    connect(calculateKey, &QShortcut::activated, calculateButton_, [this] {
+        if (calculateButton_->isEnabled()) calculateButton_->animateClick();
+    });
     calculateButton_->setToolTip(tr("Calculate the sample, or run the batch when the batch tab is in front (Ctrl+Return)"));
     clearButton_ = new QPushButton(tr("C&lear"), this);
     clearButton_->setObjectName("clearButton");
@@ -223,8 +233,10 @@ void BrinoraAppController::buildWindow() {
     connect(calculateButton_, &QPushButton::clicked, this, &BrinoraAppController::calculate);
     connect(clearButton_, &QPushButton::clicked, this, &BrinoraAppController::clear);
 
-    auto* mainHelp = new QPushButton(tr("&Help"), this);
+    // Alt+H opens the Help menu; this button answers F1 through the menu's first item.
+    auto* mainHelp = new QPushButton(tr("Help"), this);
     mainHelp->setObjectName("mainHelpButton");
+    mainHelp->setToolTip(tr("Open the help book (F1)"));
     connect(mainHelp, &QPushButton::clicked, this, &BrinoraAppController::showHelp_MainHelp);
 
     auto* buttons = new QHBoxLayout;
@@ -269,7 +281,13 @@ QWidget* BrinoraAppController::buildInputPage() {
             }
         });
         field->setMinimumWidth(kNumberFieldWidth);
-        addValueRow(grid, label, field, unit);
+        const auto [nameText, unitText] = addValueRow(grid, label, field, unit);
+        if (const auto key = inputFieldAccelerator(slot)) {
+            QLabel* carrier = key->onUnit ? unitText : nameText;
+            carrier->setTextFormat(Qt::PlainText);
+            carrier->setText(withAccelerator(carrier->text(), key->letter));
+            carrier->setBuddy(field);
+        }
         return field;
     };
     addInput(conditions, conditionsGrid, slot::kSalinity, "salinity");
@@ -313,7 +331,7 @@ QWidget* BrinoraAppController::buildInputPage() {
     windspeed->setMinimumWidth(kNumberFieldWidth);
     {
         const int row = fluxGrid->rowCount();
-        auto* label = new QLabel(tr("Wind speed"), flux);
+        auto* label = new QLabel(withAccelerator(tr("Wind speed"), inputFieldAccelerator(slot::kWindSpeed)->letter), flux);
         label->setBuddy(windspeed);
         fluxGrid->addWidget(label, row, 0);
         fluxGrid->addWidget(windspeed, row, 1);
@@ -411,10 +429,10 @@ QWidget* BrinoraAppController::buildInputPage() {
     pathField2->setReadOnly(true);
     pathField2->setPlaceholderText(tr("no output file chosen"));
     textFields_[TextField::PathField2] = pathField2;
-    auto* newFile = new QPushButton(tr("&New File…"), output);
+    auto* newFile = new QPushButton(tr("New File…"), output);
     newFile->setObjectName("newFileForOutput");
     newFile->setToolTip(tr("Create a new output file with the column header"));
-    auto* openFile = new QPushButton(tr("&Add to File…"), output);
+    auto* openFile = new QPushButton(tr("Add to File…"), output);
     openFile->setObjectName("openFileForOutput");
     openFile->setToolTip(tr("Append the results to an existing output file"));
     connect(newFile, &QPushButton::clicked, this, [this] { core_->newFileForOutput(); });
@@ -454,13 +472,13 @@ QWidget* BrinoraAppController::buildConstantsPage() {
         QString note;
     };
     const OptionRow rows[] = {
-        {Menu::CO2Constants, tr("CO₂ &constants"),
+        {Menu::CO2Constants, tr("CO₂ co&nstants"),
          tr("Dissociation constants K1 and K2 of carbonic acid.")},
-        {Menu::KHSO4, tr("KHSO₄"),
+        {Menu::KHSO4, tr("&KHSO₄"),
          tr("Bisulfate dissociation constant, used between the pH scales.")},
-        {Menu::pHScale, tr("p&H scale"),
+        {Menu::pHScale, tr("&pH scale"),
          tr("Scale of the pH you enter and of the pH results.")},
-        {Menu::AirSeaFlux, tr("Air-sea &flux"),
+        {Menu::AirSeaFlux, tr("&Air-sea flux"),
          tr("Gas-transfer velocity of the air-sea CO₂ flux.")},
     };
     int row = 0;
@@ -613,7 +631,7 @@ QWidget* BrinoraAppController::buildBatchPage() {
     kml->setObjectName("writeKML");
     kml->setToolTip(tr("Turn a batch input file into a KML document with one placemark per sample"));
     connect(kml, &QPushButton::clicked, this, &BrinoraAppController::writeKML);
-    auto* constants = new QPushButton(tr("Con&stants…"), page);
+    auto* constants = new QPushButton(tr("Co&nstants…"), page);
     constants->setObjectName("batchConstants");
     constants->setToolTip(tr("Show the constants used for the batch"));
     connect(constants, &QPushButton::clicked, this, &BrinoraAppController::switchToConstants);
@@ -628,7 +646,7 @@ QWidget* BrinoraAppController::buildBatchPage() {
     layout->addWidget(files);
     layout->addWidget(batchPreviewTable_, 1);
     layout->addStretch(0);
-    cancelBatchButton_ = new QPushButton(tr("Cancel"), page);
+    cancelBatchButton_ = new QPushButton(tr("C&ancel"), page);
     cancelBatchButton_->setObjectName("cancelBatch");
     cancelBatchButton_->setToolTip(tr("Stop the batch run; the records written so far stay in the output file"));
     cancelBatchButton_->setEnabled(false);
@@ -643,43 +661,43 @@ QWidget* BrinoraAppController::buildBatchPage() {
 
 void BrinoraAppController::buildMenus() {
     QMenu* file = menuBar()->addMenu(tr("&File"));
-    coreActions_.push_back(file->addAction(tr("New Output File…"), this, [this] { core_->newFileForOutput(); }));
-    coreActions_.push_back(file->addAction(tr("Add to Output File…"), this, [this] { core_->openFileForOutput(); }));
+    coreActions_.push_back(file->addAction(tr("&New Output File…"), this, [this] { core_->newFileForOutput(); }));
+    coreActions_.push_back(file->addAction(tr("&Add to Output File…"), this, [this] { core_->openFileForOutput(); }));
     file->addSeparator();
-    coreActions_.push_back(file->addAction(tr("Choose Batch Input File…"), this, [this] {
+    coreActions_.push_back(file->addAction(tr("Choose Batch &Input File…"), this, [this] {
         switchToBatchProcessing();
         core_->selectCSVtoOpen();
     }));
-    coreActions_.push_back(file->addAction(tr("Choose Batch Output File…"), this, [this] {
+    coreActions_.push_back(file->addAction(tr("Choose Batch &Output File…"), this, [this] {
         switchToBatchProcessing();
         core_->selectCSVtoOutput();
     }));
-    coreActions_.push_back(file->addAction(tr("Write KML…"), this, &BrinoraAppController::writeKML));
+    coreActions_.push_back(file->addAction(tr("Write &KML…"), this, &BrinoraAppController::writeKML));
     file->addSeparator();
-    QAction* quit = file->addAction(tr("Quit"), this, &QWidget::close);
+    QAction* quit = file->addAction(tr("&Quit"), this, &QWidget::close);
     quit->setShortcut(QKeySequence::Quit);
 
     QMenu* sample = menuBar()->addMenu(tr("&Sample"));
-    coreActions_.push_back(sample->addAction(tr("Calculate"), this, &BrinoraAppController::calculate));
-    coreActions_.push_back(sample->addAction(tr("Clear"), this, &BrinoraAppController::clear));
+    coreActions_.push_back(sample->addAction(tr("&Calculate"), this, &BrinoraAppController::calculate));
+    coreActions_.push_back(sample->addAction(tr("C&lear"), this, &BrinoraAppController::clear));
     sample->addSeparator();
-    sample->addAction(tr("Date Now"), this, &BrinoraAppController::getCurrentDate);
-    sample->addAction(tr("Time Now"), this, &BrinoraAppController::getCurrentTime);
+    sample->addAction(tr("&Date Now"), this, &BrinoraAppController::getCurrentDate);
+    sample->addAction(tr("&Time Now"), this, &BrinoraAppController::getCurrentTime);
 
     QMenu* view = menuBar()->addMenu(tr("&View"));
     const auto addView = [this, view](const QString& title, void (BrinoraAppController::*slot)(), int key) {
         QAction* action = view->addAction(title, this, slot);
         action->setShortcut(QKeySequence(Qt::CTRL | key));
     };
-    addView(tr("Input"), &BrinoraAppController::switchToInput, Qt::Key_1);
-    addView(tr("Results at Input Conditions"), &BrinoraAppController::switchToResultsInputConditions, Qt::Key_2);
-    addView(tr("Results at Output Conditions"), &BrinoraAppController::switchToResultsOutputConditions, Qt::Key_3);
-    addView(tr("Constants"), &BrinoraAppController::switchToConstants, Qt::Key_4);
-    addView(tr("Batch Processing"), &BrinoraAppController::switchToBatchProcessing, Qt::Key_5);
-    addView(tr("Graph"), &BrinoraAppController::switchToGraph, Qt::Key_6);
+    addView(tr("&Input"), &BrinoraAppController::switchToInput, Qt::Key_1);
+    addView(tr("&Results at Input Conditions"), &BrinoraAppController::switchToResultsInputConditions, Qt::Key_2);
+    addView(tr("Results at &Output Conditions"), &BrinoraAppController::switchToResultsOutputConditions, Qt::Key_3);
+    addView(tr("&Constants"), &BrinoraAppController::switchToConstants, Qt::Key_4);
+    addView(tr("&Batch Processing"), &BrinoraAppController::switchToBatchProcessing, Qt::Key_5);
+    addView(tr("&Graph"), &BrinoraAppController::switchToGraph, Qt::Key_6);
 
     QMenu* help = menuBar()->addMenu(tr("&Help"));
-    QAction* main = help->addAction(tr("Brinora Help"), this, &BrinoraAppController::showHelp_MainHelp);
+    QAction* main = help->addAction(tr("Brinora &Help"), this, &BrinoraAppController::showHelp_MainHelp);
     main->setShortcut(QKeySequence::HelpContents);
     help->addSeparator();
     for (const HelpPage& page : helpPages()) {
