@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <QAction>
+#include <QCloseEvent>
 
 #include <cerrno>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include "app/option_titles.h"
 #include "records/output_record.h"
 #include "gui/brinora_app_controller.h"
+#include "gui/window_fit.h"
 
 namespace brinora {
 namespace {
@@ -154,7 +156,35 @@ void BrinoraAppController::cancelBatch() {
     cancelBatchButton_->setEnabled(false);
 }
 
+void BrinoraAppController::closeEvent(QCloseEvent* event) {
+    if (batchRunning()) {
+        event->ignore();
+        if (closeAfterRun_) return;  // already stopping
+        const std::string output = core_->fullPathOut;
+        if (!dialogs_->askQuestion(
+                this, Question{"A run is still going.",
+                               "Quit stops it after whole records, as Cancel does: what it has written so far "
+                               "stays in " + (output.empty() ? std::string("the output file") : output) +
+                                   ", nothing after it.",
+                               "Stop and Quit", "Keep Running"})) {
+            return;
+        }
+        closeAfterRun_ = true;
+        cancelBatch();
+        return;
+    }
+    storeWindowGeometry(*this, defaults_);
+    QMainWindow::closeEvent(event);
+}
+
 void BrinoraAppController::batchRunFinished(BatchRunner::Kind kind, const QString& message) {
+    if (closeAfterRun_) {
+        // The report below says what was kept; then the window closes.
+        QMetaObject::invokeMethod(this, [this] {
+            closeAfterRun_ = false;
+            close();
+        }, Qt::QueuedConnection);
+    }
     if (kind == BatchRunner::Kind::Kml) {
         core_->filesToOpen = std::move(filesBeforeKml_.filesToOpen);
         core_->fullPath = std::move(filesBeforeKml_.fullPath);

@@ -12,6 +12,7 @@
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
 #include "gui/qt_text.h"
+#include "gui/window_fit.h"
 
 namespace brinora {
 
@@ -58,6 +59,7 @@ BrinoraAppController::BrinoraAppController(SettingsStore& defaults, QWidget* par
     form_.awakeFromNib();
     setProgressIndicatorHidden(true);
     setPreviewTableHidden(true);
+    restoreWindowGeometry(*this, defaults_);
 }
 
 BrinoraAppController::~BrinoraAppController() {

@@ -155,6 +155,11 @@ Q_SIGNALS:
     // A batch or KML run ended and its closing alert or message has been shown.
     void batchRunEnded();
 
+protected:
+    // Quitting while a run goes asks first; a quit stops the run as Cancel
+    // does, says what was kept, then closes. The window's geometry is stored.
+    void closeEvent(QCloseEvent* event) override;
+
 private:
     struct PreviewSession {
         bool stopped = false;
@@ -209,6 +214,8 @@ private:
     HelpViewer* helpViewer_ = nullptr;
     std::vector<PreviewSession*> previewSessions_;
     std::unique_ptr<BatchRunner> batchRunner_;
+    // The user quit during a run: the window closes when the run has ended.
+    bool closeAfterRun_ = false;
     QPushButton* cancelBatchButton_ = nullptr;
     // Menu actions that reach the controller core.
     std::vector<QAction*> coreActions_;

@@ -30,6 +30,7 @@
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
 #include "gui/qt_text.h"
+#include "gui/window_fit.h"
 
 namespace brinora {
 
@@ -192,14 +193,16 @@ void BrinoraAppController::buildWindow() {
              {TabView::Main, mainTab},
              {TabView::Sub, subTab}};
 
-    subTab->addTab(buildResultsPage(false), tr("Results at Input Conditions"));
-    subTab->addTab(buildResultsPage(true), tr("Results at Output Conditions"));
-    mainTab->addTab(buildInputPage(), tr("Input"));
+    // Each page scrolls on its own under its tab bar, so that the tab bars
+    // and the button row stay in view on a small screen.
+    subTab->addTab(new PageScroll(buildResultsPage(false), this), tr("Results at Input Conditions"));
+    subTab->addTab(new PageScroll(buildResultsPage(true), this), tr("Results at Output Conditions"));
+    mainTab->addTab(new PageScroll(buildInputPage(), this), tr("Input"));
     mainTab->addTab(subTab, tr("Results"));
     dataConstantsTab->addTab(mainTab, tr("Data"));
-    dataConstantsTab->addTab(buildConstantsPage(), tr("Constants"));
+    dataConstantsTab->addTab(new PageScroll(buildConstantsPage(), this), tr("Constants"));
     singleBatchTab->addTab(dataConstantsTab, tr("One Sample"));
-    singleBatchTab->addTab(buildBatchPage(), tr("Batch Processing"));
+    singleBatchTab->addTab(new PageScroll(buildBatchPage(), this), tr("Batch Processing"));
     graphPage_ = new GraphPage(defaults_, [this] { return dialogs_; }, this);
     singleBatchTab->addTab(graphPage_, tr("Graph"));
     connect(this, &BrinoraAppController::batchRunEnded, this, [this] {
@@ -245,18 +248,17 @@ void BrinoraAppController::buildWindow() {
     buttons->addWidget(clearButton_);
     buttons->addWidget(calculateButton_);
 
+    // The button row lies under the tabs, outside the pages' scroll areas:
+    // it stays in view whatever the window's size.
     auto* central = new QWidget(this);
+    central->setObjectName("central");
     auto* layout = new QVBoxLayout(central);
     layout->addWidget(singleBatchTab, 1);
     layout->addLayout(buttons);
-    // The window fits small screens (1366 by 768 and less): what does not
-    // fit scrolls.
-    auto* scroll = new QScrollArea(this);
-    scroll->setObjectName("mainScroll");
-    scroll->setWidgetResizable(true);
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setWidget(central);
-    setCentralWidget(scroll);
+    setCentralWidget(central);
+    // The status bar holds its room from the start: its first note moves nothing.
+    statusBar()->setObjectName("statusBar");
+    statusBar()->setMinimumHeight(statusBar()->sizeHint().height());
 }
 
 QWidget* BrinoraAppController::buildInputPage() {
@@ -443,19 +445,23 @@ QWidget* BrinoraAppController::buildInputPage() {
     outputLayout->addWidget(openFile, 1, 2);
     outputLayout->setColumnStretch(0, 1);
 
+    // Three columns, so that the whole form shows on a 1366 by 768 screen:
+    // the conditions; the carbonate parameters and the flux inputs; the
+    // sample information and the output file.
     auto* grid = new QGridLayout(page);
     grid->addWidget(conditions, 0, 0, 2, 1);
     grid->addWidget(carbonate, 0, 1);
     grid->addWidget(flux, 1, 1);
-    grid->addWidget(info, 2, 0);
-    grid->addWidget(output, 2, 1, Qt::AlignTop);
+    grid->addWidget(info, 0, 2);
+    grid->addWidget(output, 1, 2);
     auto* helpRow = new QHBoxLayout;
     helpRow->addStretch(1);
     helpRow->addWidget(helpButton(QStringLiteral("entering-a-sample")));
-    grid->addLayout(helpRow, 3, 0, 1, 2);
+    grid->addLayout(helpRow, 2, 0, 1, 3);
     grid->setColumnStretch(0, 1);
     grid->setColumnStretch(1, 1);
-    grid->setRowStretch(4, 1);
+    grid->setColumnStretch(2, 1);
+    grid->setRowStretch(3, 1);
     return page;
 }
 
@@ -554,11 +560,12 @@ QWidget* BrinoraAppController::buildResultsPage(bool outputConditions) {
         grid->setRowStretch(grid->rowCount(), 1);
         return group;
     };
+    // Three columns, so that the whole page shows on a 1366 by 768 screen.
     auto* grid = new QGridLayout(page);
     grid->addWidget(makeGroup(tr("Conditions"), conditionRows), 0, 0);
-    grid->addWidget(makeGroup(tr("Carbonate system"), carbonateRows), 0, 1, 2, 1);
-    grid->addWidget(makeGroup(tr("Alkalinity contributions"), alkalinityRows), 1, 0);
-    grid->addWidget(makeGroup(tr("Saturation, buffer and flux"), otherRows), 2, 0);
+    grid->addWidget(makeGroup(tr("Alkalinity contributions"), alkalinityRows), 1, 0, 2, 1);
+    grid->addWidget(makeGroup(tr("Carbonate system"), carbonateRows), 0, 1, 3, 1);
+    grid->addWidget(makeGroup(tr("Saturation, buffer and flux"), otherRows), 0, 2);
     auto* note = noteLabel(
         outputConditions
             ? tr("TA and TCO₂ are carried over from the input conditions; the other results are "
@@ -567,13 +574,14 @@ QWidget* BrinoraAppController::buildResultsPage(bool outputConditions) {
             : tr("Results at the temperature and pressure of the measurement. The flux is in mmol "
                  "per square metre per day, positive from sea to air."),
         page);
-    grid->addWidget(note, 2, 1, Qt::AlignTop);
+    grid->addWidget(note, 1, 2, Qt::AlignTop);
     auto* helpRow = new QHBoxLayout;
     helpRow->addStretch(1);
     helpRow->addWidget(helpButton(QStringLiteral("results")));
-    grid->addLayout(helpRow, 3, 0, 1, 2);
+    grid->addLayout(helpRow, 3, 0, 1, 3);
     grid->setColumnStretch(0, 1);
     grid->setColumnStretch(1, 1);
+    grid->setColumnStretch(2, 1);
     grid->setRowStretch(4, 1);
     return page;
 }
