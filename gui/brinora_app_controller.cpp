@@ -248,7 +248,24 @@ void BrinoraAppController::calculate() {
         startBatchRun();
         return;
     }
+    // The form: a field whose text is no number is read as 0; the user says
+    // whether to calculate with that 0.
+    if (selectedTab(TabView::DataConstants) == 0 && !confirmFieldsReadAsZero()) return;
     form_.calculate();
+}
+
+bool BrinoraAppController::confirmFieldsReadAsZero() {
+    QStringList notes;
+    for (BoundField* bound : form_.inputFields()) {
+        const auto* field = dynamic_cast<InputTextField*>(bound);
+        if (field && field->readAsZero()) notes.append(field->fieldName() + QStringLiteral(": ") + field->lenientReadingNote());
+    }
+    if (notes.isEmpty()) return true;
+    const std::string which = notes.join(QLatin1Char('\n')).toStdString();
+    return dialogs_->askQuestion(
+        this, Question{notes.size() == 1 ? "A field holds no number." : "Some fields hold no number.",
+                       which + "\n\nCalculate with 0 in place of " + (notes.size() == 1 ? "it" : "them") + "?",
+                       "Calculate with 0", "Cancel"});
 }
 
 void BrinoraAppController::clear() {

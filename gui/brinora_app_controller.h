@@ -185,6 +185,9 @@ private:
     // `alert` with the number of records or placemarks that the run going
     // wrote, when it is that run's completion alert.
     Alert withCounts(const Alert& alert) const;
+    // True when no input field holds text read as 0, or the user chose to
+    // calculate with 0 in those fields.
+    bool confirmFieldsReadAsZero();
     // Reports how a run ended and gives the window back its controls.
     void batchRunFinished(BatchRunner::Kind kind, const QString& message);
     // Enables the controls that reach the controller core (off while a run goes).

@@ -274,6 +274,7 @@ QWidget* BrinoraAppController::buildInputPage() {
         const QString unit = formUnitOf(slot);
         auto* field = new InputTextField(slot, this, group);
         field->setObjectName(name);
+        field->setFieldName(label);
         connect(field, &InputTextField::lenientReadingChanged, this, [this, label](const QString& note) {
             if (note.isEmpty()) {
                 statusBar()->clearMessage();
@@ -330,6 +331,7 @@ QWidget* BrinoraAppController::buildInputPage() {
         }
     });
     windspeed->setObjectName("windspeed");
+    windspeed->setFieldName(tr("Wind speed"));
     windspeed->setMinimumWidth(kNumberFieldWidth);
     {
         const int row = fluxGrid->rowCount();

@@ -1,6 +1,7 @@
 // The window as a careful user meets it: runs refused while an option is on
 // "Select...", the batch tab's Calculate after a visit to the constants page,
 // completion alerts that count what was written.
+#include "engine/slots.h"
 #include "records/output_record.h"
 #include "gui_fixture.h"
 
@@ -97,6 +98,31 @@ TEST_F(CarefulWindowTest, TheKmlAlertCountsItsPlacemarks) {
     EXPECT_EQ(dialogs.alerts[0].informativeText, "Input: " + path("cruise.csv").toStdString() + "\n\nOutput: " +
                                                      path("cruise.kml").toStdString() +
                                                      "\n\n2 placemarks were written.");
+}
+
+TEST_F(CarefulWindowTest, AFieldReadAsZeroIsAskedAboutBeforeCalculating) {
+    chooseOptions();
+    typeSample();
+    type(slot::kTA, "x1");
+    click(window->calculateButton());
+    ASSERT_EQ(dialogs.questions.size(), 1u);
+    EXPECT_EQ(dialogs.questions[0].messageText, "A field holds no number.");
+    EXPECT_EQ(dialogs.questions[0].informativeText,
+              "TA: “x1” is not a number and is read as 0.\n\nCalculate with 0 in place of it?");
+    EXPECT_EQ(dialogs.questions[0].acceptButton, "Calculate with 0");
+    EXPECT_EQ(dialogs.questions[0].rejectButton, "Cancel");
+    EXPECT_EQ(shown(slot::kTAOut), "") << "declined: nothing is calculated";
+
+    dialogs.questionAnswers = {true};
+    click(window->calculateButton());
+    EXPECT_EQ(dialogs.questions.size(), 2u);
+    EXPECT_EQ(shown(slot::kTAOut), "0.000") << "accepted: calculated with TA = 0";
+
+    // "12a" is read as 12, not 0: no question.
+    type(slot::kTA, "2300a");
+    click(window->calculateButton());
+    EXPECT_EQ(dialogs.questions.size(), 2u);
+    EXPECT_EQ(shown(slot::kpHIn), "8.043");
 }
 
 }  // namespace
