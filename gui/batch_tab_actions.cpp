@@ -233,13 +233,17 @@ Alert BrinoraAppController::withCounts(const Alert& alert) const {
 }
 
 void BrinoraAppController::setBatchControlsEnabled(bool enabled) {
-    calculateButton_->setEnabled(enabled);
-    clearButton_->setEnabled(enabled);
+    // The graph tab has nothing to calculate or clear.
+    const bool formOrBatch = tabs_.at(TabView::SingleBatch)->currentIndex() != kGraphTab;
+    calculateButton_->setEnabled(enabled && formOrBatch);
+    clearButton_->setEnabled(enabled && formOrBatch);
     for (const char* name : {"selectCSVtoOpen", "selectCSVtoOutput", "writeKML"}) {
         if (auto* button = findChild<QPushButton*>(QLatin1String(name))) button->setEnabled(enabled);
     }
     for (QAction* action : coreActions_) action->setEnabled(enabled);
     cancelBatchButton_->setEnabled(!enabled);
+    // Cancel stands beside the progress bar only while a run goes.
+    cancelBatchButton_->setVisible(!enabled);
 }
 
 }  // namespace brinora

@@ -205,6 +205,8 @@ void BrinoraAppController::buildWindow() {
     singleBatchTab->addTab(new PageScroll(buildBatchPage(), this), tr("Batch Processing"));
     graphPage_ = new GraphPage(defaults_, [this] { return dialogs_; }, this);
     singleBatchTab->addTab(graphPage_, tr("Graph"));
+    connect(singleBatchTab, &QTabWidget::currentChanged, this,
+            [this] { if (calculateButton_) setBatchControlsEnabled(!batchRunning()); });
     connect(this, &BrinoraAppController::batchRunEnded, this, [this] {
         if (graphFileAfterRun_.empty()) return;
         graphPage_->loadFile(QString::fromStdString(graphFileAfterRun_), true);
@@ -661,6 +663,8 @@ QWidget* BrinoraAppController::buildBatchPage() {
     cancelBatchButton_->setToolTip(tr("Stop the batch run; the records written so far stay in the output file"));
     cancelBatchButton_->setEnabled(false);
     connect(cancelBatchButton_, &QPushButton::clicked, this, &BrinoraAppController::cancelBatch);
+    cancelBatchButton_->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    cancelBatchButton_->setVisible(false);
     auto* progressRow = new QHBoxLayout;
     progressRow->addWidget(progressIndicator_, 1);
     progressRow->addWidget(cancelBatchButton_);

@@ -2,6 +2,7 @@
 // "Select...", the batch tab's Calculate after a visit to the constants page,
 // completion alerts that count what was written.
 #include "engine/slots.h"
+#include "gui/help_viewer.h"
 #include "records/output_record.h"
 #include "gui_fixture.h"
 
@@ -123,6 +124,30 @@ TEST_F(CarefulWindowTest, AFieldReadAsZeroIsAskedAboutBeforeCalculating) {
     click(window->calculateButton());
     EXPECT_EQ(dialogs.questions.size(), 2u);
     EXPECT_EQ(shown(slot::kpHIn), "8.043");
+}
+
+TEST_F(CarefulWindowTest, CalculateAndClearAreOffOnTheGraphTab) {
+    window->switchToGraph();
+    EXPECT_FALSE(window->calculateButton()->isEnabled());
+    EXPECT_FALSE(window->clearButton()->isEnabled());
+    window->switchToBatchProcessing();
+    EXPECT_TRUE(window->calculateButton()->isEnabled());
+    EXPECT_TRUE(window->clearButton()->isEnabled());
+}
+
+TEST_F(CarefulWindowTest, CancelShowsOnlyBesideARunningProgressBar) {
+    window->switchToBatchProcessing();
+    QApplication::processEvents();
+    EXPECT_TRUE(window->progressIndicator()->isHidden());
+    EXPECT_TRUE(window->cancelBatchButton()->isHidden());
+    EXPECT_EQ(window->cancelBatchButton()->sizePolicy().horizontalPolicy(), QSizePolicy::Fixed);
+}
+
+TEST_F(CarefulWindowTest, TheHelpStartPageDoesNotRepeatTheBookTitle) {
+    window->showHelp_MainHelp();
+    EXPECT_EQ(window->helpViewer()->windowTitle().toStdString(), "Brinora Help");
+    window->showHelpPage(QStringLiteral("batch-input"));
+    EXPECT_EQ(window->helpViewer()->windowTitle().toStdString().rfind("Brinora Help — ", 0), 0u);
 }
 
 }  // namespace
