@@ -150,7 +150,7 @@ std::optional<std::string> BrinoraAppController::runSavePanel(const SavePanelReq
 }
 
 void BrinoraAppController::presentError(const PresentedError& error) {
-    dialogs_->presentError(this, error);
+    dialogs_->presentError(this, previewStopReported_ ? error : withPreviewStop(error));
 }
 
 void BrinoraAppController::runAlert(const Alert& alert) {

@@ -170,7 +170,7 @@ void BrinoraAppController::buildWindow() {
             [this] { core_->cancelFromPreview(); });
     connect(previewWindow_->okButton(), &QPushButton::clicked, this, [this] { core_->OKFromPreview(); });
     connect(previewWindow_->refreshButton(), &QPushButton::clicked, this,
-            [this] { core_->refreshTable(); });
+            [this] { refreshPreview(); });
     connect(previewWindow_->stepper(), &Stepper::stepped, this,
             [this](int value) { core_->previewTableController.controlDidChange(value); });
     connect(previewWindow_->lengthField(), &QLineEdit::editingFinished, this, [this] {
@@ -611,8 +611,9 @@ QWidget* BrinoraAppController::buildBatchPage() {
     chooseInput->setObjectName("selectCSVtoOpen");
     auto* chooseOutput = new QPushButton(tr("Choose &Output…"), files);
     chooseOutput->setObjectName("selectCSVtoOutput");
-    connect(chooseInput, &QPushButton::clicked, this, [this] { core_->selectCSVtoOpen(); });
-    connect(chooseOutput, &QPushButton::clicked, this, [this] { core_->selectCSVtoOutput(); });
+    connect(chooseInput, &QPushButton::clicked, this, [this] { previewing([this] { core_->selectCSVtoOpen(); }); });
+    connect(chooseOutput, &QPushButton::clicked, this,
+            [this] { previewing([this] { core_->selectCSVtoOutput(); }); });
     grid->addWidget(new QLabel(tr("Input file"), files), 0, 0);
     grid->addWidget(pathField, 0, 1);
     grid->addWidget(chooseInput, 0, 2);
@@ -680,11 +681,11 @@ void BrinoraAppController::buildMenus() {
     file->addSeparator();
     coreActions_.push_back(file->addAction(tr("Choose Batch &Input File…"), this, [this] {
         switchToBatchProcessing();
-        core_->selectCSVtoOpen();
+        previewing([this] { core_->selectCSVtoOpen(); });
     }));
     coreActions_.push_back(file->addAction(tr("Choose Batch &Output File…"), this, [this] {
         switchToBatchProcessing();
-        core_->selectCSVtoOutput();
+        previewing([this] { core_->selectCSVtoOutput(); });
     }));
     coreActions_.push_back(file->addAction(tr("Write &KML…"), this, &BrinoraAppController::writeKML));
     file->addSeparator();
