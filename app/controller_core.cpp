@@ -219,7 +219,7 @@ void BrinoraAppControllerCore::updateConstants() {
 bool BrinoraAppControllerCore::checkForConstants() {
     if (ui_.selectedIndex(Menu::CO2Constants) == 0 || ui_.selectedIndex(Menu::KHSO4) == 0 ||
         ui_.selectedIndex(Menu::AirSeaFlux) == 0 || ui_.selectedIndex(Menu::pHScale) == 0) {
-        const std::string message(kOptionsNeededMessage);
+        const std::string message(options::kChooseOptionsMessage);
         presentAppError(message);
         logLine(message);
         return false;

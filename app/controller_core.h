@@ -20,10 +20,6 @@
 
 namespace brinora {
 
-// What the option check says when an option menu is on its placeholder.
-inline constexpr std::string_view kOptionsNeededMessage =
-    "To perform the calculation, Brinora needs constants, scales, and units supplied by the "
-    "user. Click \"Select...\" to provide these parameters.";
 
 // The option titles of the window's menus, as a record carries them.
 RecordOptionTitles recordOptionTitlesOf(const OptionMenus& menus);

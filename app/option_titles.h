@@ -14,6 +14,12 @@ namespace brinora::options {
 // Placeholder title of item 0 of the four option menus.
 inline constexpr std::string_view kPlaceholderTitle = "Select...";
 
+// What a calculation, a batch run or a KML run says while any of the four
+// option menus is still on its placeholder; nothing is computed or written.
+inline constexpr std::string_view kChooseOptionsMessage =
+    "To perform the calculation, Brinora needs constants, scales, and units supplied by the user. Click "
+    "\"Select...\" to provide these parameters.";
+
 // Carbonic-acid dissociation constants, item k = constants-set code k.
 inline constexpr std::array<std::string_view, 15> kConstantsSetTitles = {
     kPlaceholderTitle,

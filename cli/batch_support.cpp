@@ -244,8 +244,8 @@ int applyOptions(Session& session, const OptionFlags& flags) {
         return 0;
     }
     // The desktop program's message, then which flag gives what it asks for.
-    session.terminal.showError(kOptionsNeededMessage);
-    log::line(kOptionsNeededMessage);
+    session.terminal.showError(options::kChooseOptionsMessage);
+    log::line(options::kChooseOptionsMessage);
     for (std::size_t k = 0; k < std::size(kFlags); ++k) {
         if (items[k] != 0) continue;
         const OptionFlagInfo& info = kOptionFlags[k];

@@ -67,6 +67,9 @@ GraphView fullView(const GraphSeries& series, bool yDepthLike) {
         const AxisRange data = finiteRange(series.y);
         // The surface at the top, just inside the frame.
         if (data.min >= 0.0 && data.max > 0.0) view.y = {-data.max * 0.03, data.max + data.span() * 0.05};
+        // Every point at the surface: the axis runs from the surface down,
+        // with no pressures below 0.
+        if (data.min == 0.0 && data.max == 0.0) view.y = {-0.03, 1.0};
     }
     return view;
 }

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <QAction>
+#include <QCloseEvent>
 
 #include <cerrno>
 #include <cstring>
@@ -12,8 +13,10 @@
 #include <string_view>
 #include <utility>
 
+#include "app/option_titles.h"
 #include "records/output_record.h"
 #include "gui/brinora_app_controller.h"
+#include "gui/window_fit.h"
 
 namespace brinora {
 namespace {
@@ -67,8 +70,21 @@ std::string recordsOfThisRun(int count) {
 
 }  // namespace
 
+bool BrinoraAppController::refuseWithoutOptions() {
+    for (const Menu option : {Menu::CO2Constants, Menu::KHSO4, Menu::pHScale, Menu::AirSeaFlux}) {
+        if (selectedIndex(option) != 0) continue;
+        const std::string message(options::kChooseOptionsMessage);
+        logLine(message);
+        presentError(PresentedError{std::string(kErrorDomain), 0, message});
+        return true;
+    }
+    return false;
+}
+
 void BrinoraAppController::startBatchRun() {
     if (batchRunning()) return;
+    // A record computed with an option on "Select..." holds no number.
+    if (refuseWithoutOptions()) return;
     const std::string input = text(TextField::PathField);
     const std::string output = text(TextField::PathFieldOut);
     const auto refuse = [this](const std::string& message) {
@@ -125,6 +141,7 @@ void BrinoraAppController::startBatchRun() {
 
 void BrinoraAppController::writeKML() {
     if (batchRunning()) return;
+    if (refuseWithoutOptions()) return;
     filesBeforeKml_ = FilesBeforeKml{core_->filesToOpen, core_->fullPath, core_->fullPathOut};
     setProgressIndicatorIndeterminate(false);
     batchRunner_->start(BatchRunner::Kind::Kml);
@@ -136,7 +153,35 @@ void BrinoraAppController::cancelBatch() {
     cancelBatchButton_->setEnabled(false);
 }
 
+void BrinoraAppController::closeEvent(QCloseEvent* event) {
+    if (batchRunning()) {
+        event->ignore();
+        if (closeAfterRun_) return;  // already stopping
+        const std::string output = core_->fullPathOut;
+        if (!dialogs_->askQuestion(
+                this, Question{"A run is still going.",
+                               "Quit stops it after whole records, as Cancel does: what it has written so far "
+                               "stays in " + (output.empty() ? std::string("the output file") : output) +
+                                   ", nothing after it.",
+                               "Stop and Quit", "Keep Running"})) {
+            return;
+        }
+        closeAfterRun_ = true;
+        cancelBatch();
+        return;
+    }
+    storeWindowGeometry(*this, defaults_);
+    QMainWindow::closeEvent(event);
+}
+
 void BrinoraAppController::batchRunFinished(BatchRunner::Kind kind, const QString& message) {
+    if (closeAfterRun_) {
+        // The report below says what was kept; then the window closes.
+        QMetaObject::invokeMethod(this, [this] {
+            closeAfterRun_ = false;
+            close();
+        }, Qt::QueuedConnection);
+    }
     if (kind == BatchRunner::Kind::Kml) {
         core_->filesToOpen = std::move(filesBeforeKml_.filesToOpen);
         core_->fullPath = std::move(filesBeforeKml_.fullPath);
@@ -167,14 +212,36 @@ void BrinoraAppController::batchRunFinished(BatchRunner::Kind kind, const QStrin
     Q_EMIT batchRunEnded();
 }
 
+Alert BrinoraAppController::withCounts(const Alert& alert) const {
+    // The run waits on its thread while its alert is shown, so its counts
+    // can be read here.
+    if (!batchRunning()) return alert;
+    Alert counted = alert;
+    if (alert.messageText == "Batch Processing of File Completed") {
+        const int records = core_->recordsWritten;
+        counted.informativeText += "\n" + (records == 1 ? std::string("1 record was") : std::to_string(records) + " records were") +
+                                   " written.";
+    } else if (alert.messageText == "CSV to KML Processing Completed") {
+        const int placemarks = core_->placemarksWritten;
+        counted.informativeText += "\n\n" + (placemarks == 1 ? std::string("1 placemark was")
+                                                             : std::to_string(placemarks) + " placemarks were") +
+                                   " written.";
+    }
+    return counted;
+}
+
 void BrinoraAppController::setBatchControlsEnabled(bool enabled) {
-    calculateButton_->setEnabled(enabled);
-    clearButton_->setEnabled(enabled);
+    // The graph tab has nothing to calculate or clear.
+    const bool formOrBatch = tabs_.at(TabView::SingleBatch)->currentIndex() != kGraphTab;
+    calculateButton_->setEnabled(enabled && formOrBatch);
+    clearButton_->setEnabled(enabled && formOrBatch);
     for (const char* name : {"selectCSVtoOpen", "selectCSVtoOutput", "writeKML"}) {
         if (auto* button = findChild<QPushButton*>(QLatin1String(name))) button->setEnabled(enabled);
     }
     for (QAction* action : coreActions_) action->setEnabled(enabled);
     cancelBatchButton_->setEnabled(!enabled);
+    // Cancel stands beside the progress bar only while a run goes.
+    cancelBatchButton_->setVisible(!enabled);
 }
 
 }  // namespace brinora

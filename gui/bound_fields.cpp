@@ -37,6 +37,13 @@ void InputTextField::markLenientReading() {
     Q_EMIT lenientReadingChanged(note);
 }
 
+bool InputTextField::readAsZero() const {
+    const std::string typed = QLineEdit::text().toStdString();
+    if (typed.find_first_not_of(" \t") == std::string::npos) return false;
+    const NumberSpan span = leadingNumber(typed);
+    return span.start == span.end;
+}
+
 std::string InputTextField::text() const { return QLineEdit::text().toStdString(); }
 
 void InputTextField::setText(std::string_view text) { QLineEdit::setText(toQString(text)); }

@@ -36,6 +36,11 @@ public:
     QString lenientReadingNote() const { return lenientNote_; }
     // The note for `text`.
     static QString lenientReadingNoteFor(const QString& text);
+    // Whether the field holds text with no number at its start, which is read as 0.
+    bool readAsZero() const;
+    // The field's name as its label shows it, without the accelerator mark.
+    QString fieldName() const { return fieldName_; }
+    void setFieldName(const QString& name) { fieldName_ = name; }
 
 Q_SIGNALS:
     // The note changed (empty: the text is a plain number again).
@@ -47,6 +52,7 @@ private:
     std::uint32_t tag_;
     BrinoraAppController* delegate_;
     QString lenientNote_;
+    QString fieldName_;
 };
 
 // A read-only field that shows a result slot.

@@ -12,6 +12,7 @@
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
 #include "gui/qt_text.h"
+#include "gui/window_fit.h"
 
 namespace brinora {
 
@@ -58,6 +59,7 @@ BrinoraAppController::BrinoraAppController(SettingsStore& defaults, QWidget* par
     form_.awakeFromNib();
     setProgressIndicatorHidden(true);
     setPreviewTableHidden(true);
+    restoreWindowGeometry(*this, defaults_);
 }
 
 BrinoraAppController::~BrinoraAppController() {
@@ -148,7 +150,7 @@ std::optional<std::string> BrinoraAppController::runSavePanel(const SavePanelReq
 }
 
 void BrinoraAppController::presentError(const PresentedError& error) {
-    dialogs_->presentError(this, error);
+    dialogs_->presentError(this, previewStopReported_ ? error : withPreviewStop(error));
 }
 
 void BrinoraAppController::runAlert(const Alert& alert) {
@@ -157,7 +159,7 @@ void BrinoraAppController::runAlert(const Alert& alert) {
         progressRedrawThrottle_.flush();
         drawProgress(pendingProgress_);
     }
-    dialogs_->runAlert(this, alert);
+    dialogs_->runAlert(this, withCounts(alert));
 }
 
 void BrinoraAppController::setProgressIndicatorHidden(bool hidden) {
@@ -238,15 +240,32 @@ void BrinoraAppController::calculate() {
     const int front = tabs_.at(TabView::SingleBatch)->currentIndex();
     // The graph tab has nothing to calculate.
     if (front == kGraphTab) return;
-    // The batch tab's Calculate runs the batch on its own thread; the form's
-    // own checks come first, as the constants tab in front. When the run
-    // ends, the graph shows its output file.
-    if (selectedTab(TabView::DataConstants) != 1 && front == 1) {
+    // The batch tab's Calculate runs the batch on its own thread, whichever
+    // page the one-sample tab was left on (its Constants... button shows the
+    // constants page there). When the run ends, the graph shows its output file.
+    if (front == 1) {
         graphFileAfterRun_ = text(TextField::PathFieldOut);
         startBatchRun();
         return;
     }
+    // The form: a field whose text is no number is read as 0; the user says
+    // whether to calculate with that 0.
+    if (selectedTab(TabView::DataConstants) == 0 && !confirmFieldsReadAsZero()) return;
     form_.calculate();
+}
+
+bool BrinoraAppController::confirmFieldsReadAsZero() {
+    QStringList notes;
+    for (BoundField* bound : form_.inputFields()) {
+        const auto* field = dynamic_cast<InputTextField*>(bound);
+        if (field && field->readAsZero()) notes.append(field->fieldName() + QStringLiteral(": ") + field->lenientReadingNote());
+    }
+    if (notes.isEmpty()) return true;
+    const std::string which = notes.join(QLatin1Char('\n')).toStdString();
+    return dialogs_->askQuestion(
+        this, Question{notes.size() == 1 ? "A field holds no number." : "Some fields hold no number.",
+                       which + "\n\nCalculate with 0 in place of " + (notes.size() == 1 ? "it" : "them") + "?",
+                       "Calculate with 0", "Cancel"});
 }
 
 void BrinoraAppController::clear() {

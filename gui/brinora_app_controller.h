@@ -16,6 +16,7 @@
 #include <QTabWidget>
 #include <QTableView>
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <vector>
@@ -155,6 +156,11 @@ Q_SIGNALS:
     // A batch or KML run ended and its closing alert or message has been shown.
     void batchRunEnded();
 
+protected:
+    // Quitting while a run goes asks first; a quit stops the run as Cancel
+    // does, says what was kept, then closes. The window's geometry is stored.
+    void closeEvent(QCloseEvent* event) override;
+
 private:
     struct PreviewSession {
         bool stopped = false;
@@ -174,6 +180,24 @@ private:
     // show, after checking that the output file is one that records may be
     // added to.
     void startBatchRun();
+    // Presents the message of an option menu still on "Select..." and
+    // returns true; false (nothing shown) when all four options are chosen.
+    bool refuseWithoutOptions();
+    // `alert` with the number of records or placemarks that the run going
+    // wrote, when it is that run's completion alert.
+    Alert withCounts(const Alert& alert) const;
+    // True when no input field holds text read as 0, or the user chose to
+    // calculate with 0 in those fields.
+    bool confirmFieldsReadAsZero();
+    // Runs `choose` (choosing a batch file, which may start the preview) so
+    // that a line stopping the preview is named in the message presented.
+    void previewing(const std::function<void()>& choose);
+    // The preview window's Refresh: the preview again with the number of
+    // lines in its field; a line that stops it is presented with its number.
+    void refreshPreview();
+    // `error` with the input line that stopped the preview, while a preview
+    // started by previewing() or refreshPreview() reports its stop.
+    PresentedError withPreviewStop(const PresentedError& error) const;
     // Reports how a run ended and gives the window back its controls.
     void batchRunFinished(BatchRunner::Kind kind, const QString& message);
     // Enables the controls that reach the controller core (off while a run goes).
@@ -203,6 +227,10 @@ private:
     HelpViewer* helpViewer_ = nullptr;
     std::vector<PreviewSession*> previewSessions_;
     std::unique_ptr<BatchRunner> batchRunner_;
+    // False while a preview started by previewing() or refreshPreview() may present its stop.
+    bool previewStopReported_ = true;
+    // The user quit during a run: the window closes when the run has ended.
+    bool closeAfterRun_ = false;
     QPushButton* cancelBatchButton_ = nullptr;
     // Menu actions that reach the controller core.
     std::vector<QAction*> coreActions_;

@@ -61,7 +61,7 @@ GraphPage::GraphPage(SettingsStore& defaults, std::function<UserDialogs*()> dial
     }
     width_->setValue(1200);
     height_->setValue(800);
-    export_ = new QPushButton(tr("E&xport…"), this);
+    export_ = new QPushButton(tr("&Export…"), this);
     export_->setObjectName("graphExport");
     export_->setToolTip(tr("Write the graph as a PNG image or an SVG drawing of the chosen size"));
 
@@ -69,7 +69,7 @@ GraphPage::GraphPage(SettingsStore& defaults, std::function<UserDialogs*()> dial
     xLabel->setBuddy(xMenu_);
     auto* yLabel = new QLabel(tr("&y axis"), this);
     yLabel->setBuddy(yMenu_);
-    auto* colourLabel = new QLabel(tr("Co&lour by"), this);
+    auto* colourLabel = new QLabel(tr("Colo&ur by"), this);
     colourLabel->setBuddy(colourMenu_);
     auto* sizeLabel = new QLabel(tr("Si&ze"), this);
     sizeLabel->setBuddy(width_);

@@ -27,8 +27,6 @@ constexpr double kRightMargin = 20.0;
 constexpr double kNoteHeight = 20.0;
 constexpr double kColourBarWidth = 96.0;
 constexpr double kLegendWidth = 160.0;
-// Sample names listed in the legend at most.
-constexpr std::size_t kLegendEntries = 14;
 
 // Colour scale from dark blue over green to yellow (perceptually ordered).
 constexpr std::array<QRgb, 5> kScaleStops = {0xff440154, 0xff3b528b, 0xff21918c, 0xff5ec962, 0xfffde725};
@@ -36,7 +34,21 @@ constexpr std::array<QRgb, 5> kScaleStops = {0xff440154, 0xff3b528b, 0xff21918c,
 constexpr std::array<QRgb, 10> kNameColours = {0xff1f77b4, 0xffff7f0e, 0xff2ca02c, 0xffd62728, 0xff9467bd,
                                                0xff8c564b, 0xffe377c2, 0xff7f7f7f, 0xffbcbd22, 0xff17becf};
 constexpr QRgb kPlainColour = 0xff1f5f9f;
+// Points a vector drawing holds one by one at most; beyond, one per pixel.
+constexpr std::size_t kVectorPointsInFull = 20000;
+// Hue step between the colours of names beyond the first ten: the golden
+// ratio's fraction of the colour circle, so that no two names share a colour.
+constexpr double kGoldenHueStep = 0.6180339887498949;
 constexpr QRgb kNoColourValue = 0xffb0b0b0;
+
+// Colour of sample name number `name`: the ten separated colours first,
+// then hues a golden-ratio step apart in two alternating brightnesses.
+QColor nameColour(std::size_t name) {
+    if (name < kNameColours.size()) return QColor::fromRgba(kNameColours[name]);
+    const std::size_t k = name - kNameColours.size();
+    const double hue = std::fmod(0.07 + static_cast<double>(k) * kGoldenHueStep, 1.0);
+    return QColor::fromHsvF(static_cast<float>(hue), 0.75f, k % 2 == 0 ? 0.85f : 0.6f);
+}
 
 QColor scaleColour(double t) {
     if (!std::isfinite(t)) return QColor::fromRgba(kNoColourValue);
@@ -113,8 +125,7 @@ void drawAxes(QPainter& painter, const GraphScene& scene, const QRectF& area, co
 
     const auto columns = scene.table->columns();
     const QString xTitle = toQString(graph::axisLabel(columns[scene.xColumn]));
-    QString yTitle = toQString(graph::axisLabel(columns[scene.yColumn]));
-    if (scene.yDown) yTitle += QStringLiteral(" ↓");
+    const QString yTitle = toQString(graph::axisLabel(columns[scene.yColumn]));
     painter.drawText(QPointF(area.center().x() - metrics.horizontalAdvance(xTitle) / 2,
                              area.bottom() + 12 + metrics.height() + metrics.ascent()),
                      xTitle);
@@ -123,6 +134,14 @@ void drawAxes(QPainter& painter, const GraphScene& scene, const QRectF& area, co
     painter.rotate(-90);
     painter.drawText(QPointF(0, 0), yTitle);
     painter.restore();
+    // Values increase downwards: an arrow under the title, drawn upright so
+    // that it points down (turned with the title it would point right).
+    if (scene.yDown) {
+        const QString arrow = QStringLiteral("↓");
+        painter.drawText(QPointF(14 + metrics.ascent() / 2 - metrics.horizontalAdvance(arrow) / 2,
+                                 area.center().y() + metrics.horizontalAdvance(yTitle) / 2 + 4 + metrics.ascent()),
+                         arrow);
+    }
 }
 
 void drawColourKey(QPainter& painter, const GraphScene& scene, const QRectF& area) {
@@ -168,8 +187,11 @@ void drawColourKey(QPainter& painter, const GraphScene& scene, const QRectF& are
     double y = area.top() + 4;
     const double x = area.right() + 12;
     const double lineHeight = metrics.height() + 3;
-    for (std::size_t i = 0; i < shown.size() && i < kLegendEntries; ++i) {
-        const QColor colour = QColor::fromRgba(kNameColours[shown[i] % kNameColours.size()]);
+    // As many names as the height of the plot holds; a last line counts the rest.
+    const auto rows = static_cast<std::size_t>(std::max(1.0, std::floor((area.height() - 8) / lineHeight)));
+    const std::size_t entries = shown.size() <= rows ? shown.size() : rows - 1;
+    for (std::size_t i = 0; i < entries; ++i) {
+        const QColor colour = nameColour(shown[i]);
         painter.setPen(QPen(colour.darker(140), 0.8));
         painter.setBrush(colour);
         painter.drawRect(QRectF(x, y + (lineHeight - 8) / 2, 8, 8));
@@ -180,10 +202,9 @@ void drawColourKey(QPainter& painter, const GraphScene& scene, const QRectF& are
                                             kLegendWidth - 30));
         y += lineHeight;
     }
-    if (shown.size() > kLegendEntries) {
+    if (shown.size() > entries) {
         painter.setPen(Qt::black);
-        painter.drawText(QPointF(x, y + metrics.ascent()),
-                         QStringLiteral("+%1 more").arg(shown.size() - kLegendEntries));
+        painter.drawText(QPointF(x, y + metrics.ascent()), QStringLiteral("+%1 more").arg(shown.size() - entries));
     }
 }
 
@@ -217,7 +238,7 @@ QColor GraphRenderer::pointColour(const GraphScene& scene, std::size_t i) {
             return scaleColour((scene.series.colour[i] - range.min) / span);
         }
         case graph::ColourMode::SampleName:
-            return QColor::fromRgba(kNameColours[static_cast<std::size_t>(scene.series.colour[i]) % kNameColours.size()]);
+            return nameColour(static_cast<std::size_t>(scene.series.colour[i]));
         case graph::ColourMode::None: break;
     }
     return QColor::fromRgba(kPlainColour);
@@ -246,8 +267,18 @@ void GraphRenderer::render(QPainter& painter, const GraphScene& scene, QSizeF si
     painter.setClipRect(area);
     const double r = kMarkerSize / 2;
     if (vector) {
+        // Every point of a small series; a large one keeps one point per
+        // pixel of the drawing, as on the screen, so that a drawing of a
+        // million samples stays the size of what it shows.
         painter.setRenderHint(QPainter::Antialiasing);
-        for (std::size_t i = 0; i < scene.series.x.size(); ++i) {
+        std::vector<std::uint32_t> points;
+        if (scene.series.x.size() > kVectorPointsInFull) {
+            points = graph::decimateToCells(scene.series.x, scene.series.y, t);
+        } else {
+            points.resize(scene.series.x.size());
+            for (std::size_t i = 0; i < points.size(); ++i) points[i] = static_cast<std::uint32_t>(i);
+        }
+        for (const std::uint32_t i : points) {
             const double px = t.px(scene.series.x[i]);
             const double py = t.py(scene.series.y[i]);
             if (px < area.left() - r || px > area.right() + r || py < area.top() - r || py > area.bottom() + r) continue;

@@ -60,8 +60,10 @@ HelpViewer::HelpViewer(QWidget* parent) : QMainWindow(parent), browser_(new QTex
     connect(browser_, &QTextBrowser::backwardAvailable, back, &QAction::setEnabled);
     connect(browser_, &QTextBrowser::forwardAvailable, forward, &QAction::setEnabled);
     connect(browser_, &QTextBrowser::sourceChanged, this, [this] {
+        // The start page is itself titled "Brinora Help": its name is not repeated.
+        const QString book = tr("Brinora Help");
         const QString title = browser_->documentTitle();
-        setWindowTitle(title.isEmpty() ? tr("Brinora Help") : tr("Brinora Help — %1").arg(title));
+        setWindowTitle(title.isEmpty() || title == book ? book : tr("Brinora Help — %1").arg(title));
     });
     resize(760, 640);
 }

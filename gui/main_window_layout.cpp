@@ -9,6 +9,7 @@
 #include <QMenuBar>
 #include <QRegularExpression>
 #include <QScrollArea>
+#include <QShortcut>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -22,12 +23,14 @@
 #include "input/lenient_number.h"
 #include "engine/quantities.h"
 #include "engine/slots.h"
+#include "gui/accelerators.h"
 #include "gui/bound_fields.h"
 #include "gui/brinora_app_controller.h"
 #include "gui/graph_page.h"
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
 #include "gui/qt_text.h"
+#include "gui/window_fit.h"
 
 namespace brinora {
 
@@ -55,8 +58,9 @@ QLabel* unitLabel(const QString& unit, QWidget* parent) {
     return label;
 }
 
-// One row of a value grid: name, field, unit.
-void addValueRow(QGridLayout* grid, const QString& name, QWidget* field, const QString& unit) {
+// One row of a value grid: name, field, unit; the name and unit labels.
+std::pair<QLabel*, QLabel*> addValueRow(QGridLayout* grid, const QString& name, QWidget* field,
+                                        const QString& unit) {
     const int row = grid->rowCount();
     auto* label = new QLabel(name, field->parentWidget());
     label->setTextFormat(Qt::RichText);
@@ -66,6 +70,7 @@ void addValueRow(QGridLayout* grid, const QString& name, QWidget* field, const Q
     QLabel* unitText = unitLabel(unit, field->parentWidget());
     if (unit == QLatin1String("pH scale")) unitText->setObjectName(kpHUnitName);
     grid->addWidget(unitText, row, 2);
+    return {label, unitText};
 }
 
 QGridLayout* valueGrid(QGroupBox* group) {
@@ -165,7 +170,7 @@ void BrinoraAppController::buildWindow() {
             [this] { core_->cancelFromPreview(); });
     connect(previewWindow_->okButton(), &QPushButton::clicked, this, [this] { core_->OKFromPreview(); });
     connect(previewWindow_->refreshButton(), &QPushButton::clicked, this,
-            [this] { core_->refreshTable(); });
+            [this] { refreshPreview(); });
     connect(previewWindow_->stepper(), &Stepper::stepped, this,
             [this](int value) { core_->previewTableController.controlDidChange(value); });
     connect(previewWindow_->lengthField(), &QLineEdit::editingFinished, this, [this] {
@@ -188,16 +193,20 @@ void BrinoraAppController::buildWindow() {
              {TabView::Main, mainTab},
              {TabView::Sub, subTab}};
 
-    subTab->addTab(buildResultsPage(false), tr("Results at Input Conditions"));
-    subTab->addTab(buildResultsPage(true), tr("Results at Output Conditions"));
-    mainTab->addTab(buildInputPage(), tr("Input"));
+    // Each page scrolls on its own under its tab bar, so that the tab bars
+    // and the button row stay in view on a small screen.
+    subTab->addTab(new PageScroll(buildResultsPage(false), this), tr("Results at Input Conditions"));
+    subTab->addTab(new PageScroll(buildResultsPage(true), this), tr("Results at Output Conditions"));
+    mainTab->addTab(new PageScroll(buildInputPage(), this), tr("Input"));
     mainTab->addTab(subTab, tr("Results"));
     dataConstantsTab->addTab(mainTab, tr("Data"));
-    dataConstantsTab->addTab(buildConstantsPage(), tr("Constants"));
+    dataConstantsTab->addTab(new PageScroll(buildConstantsPage(), this), tr("Constants"));
     singleBatchTab->addTab(dataConstantsTab, tr("One Sample"));
-    singleBatchTab->addTab(buildBatchPage(), tr("Batch Processing"));
+    singleBatchTab->addTab(new PageScroll(buildBatchPage(), this), tr("Batch Processing"));
     graphPage_ = new GraphPage(defaults_, [this] { return dialogs_; }, this);
     singleBatchTab->addTab(graphPage_, tr("Graph"));
+    connect(singleBatchTab, &QTabWidget::currentChanged, this,
+            [this] { if (calculateButton_) setBatchControlsEnabled(!batchRunning()); });
     connect(this, &BrinoraAppController::batchRunEnded, this, [this] {
         if (graphFileAfterRun_.empty()) return;
         graphPage_->loadFile(QString::fromStdString(graphFileAfterRun_), true);
@@ -215,7 +224,13 @@ void BrinoraAppController::buildWindow() {
     calculateButton_ = new QPushButton(tr("&Calculate"), this);
     calculateButton_->setObjectName("calculateButton");
     calculateButton_->setDefault(true);
-    calculateButton_->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return));
+    // Ctrl+Return is a shortcut of its own: a button's setShortcut would
+    // replace the Alt+C of its title.
+    auto* calculateKey = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_Return), this);
+    calculateKey->setObjectName("calculateShortcut");
+    connect(calculateKey, &QShortcut::activated, calculateButton_, [this] {
+        if (calculateButton_->isEnabled()) calculateButton_->animateClick();
+    });
     calculateButton_->setToolTip(tr("Calculate the sample, or run the batch when the batch tab is in front (Ctrl+Return)"));
     clearButton_ = new QPushButton(tr("C&lear"), this);
     clearButton_->setObjectName("clearButton");
@@ -223,8 +238,10 @@ void BrinoraAppController::buildWindow() {
     connect(calculateButton_, &QPushButton::clicked, this, &BrinoraAppController::calculate);
     connect(clearButton_, &QPushButton::clicked, this, &BrinoraAppController::clear);
 
-    auto* mainHelp = new QPushButton(tr("&Help"), this);
+    // Alt+H opens the Help menu; this button answers F1 through the menu's first item.
+    auto* mainHelp = new QPushButton(tr("Help"), this);
     mainHelp->setObjectName("mainHelpButton");
+    mainHelp->setToolTip(tr("Open the help book (F1)"));
     connect(mainHelp, &QPushButton::clicked, this, &BrinoraAppController::showHelp_MainHelp);
 
     auto* buttons = new QHBoxLayout;
@@ -233,18 +250,17 @@ void BrinoraAppController::buildWindow() {
     buttons->addWidget(clearButton_);
     buttons->addWidget(calculateButton_);
 
+    // The button row lies under the tabs, outside the pages' scroll areas:
+    // it stays in view whatever the window's size.
     auto* central = new QWidget(this);
+    central->setObjectName("central");
     auto* layout = new QVBoxLayout(central);
     layout->addWidget(singleBatchTab, 1);
     layout->addLayout(buttons);
-    // The window fits small screens (1366 by 768 and less): what does not
-    // fit scrolls.
-    auto* scroll = new QScrollArea(this);
-    scroll->setObjectName("mainScroll");
-    scroll->setWidgetResizable(true);
-    scroll->setFrameShape(QFrame::NoFrame);
-    scroll->setWidget(central);
-    setCentralWidget(scroll);
+    setCentralWidget(central);
+    // The status bar holds its room from the start: its first note moves nothing.
+    statusBar()->setObjectName("statusBar");
+    statusBar()->setMinimumHeight(statusBar()->sizeHint().height());
 }
 
 QWidget* BrinoraAppController::buildInputPage() {
@@ -260,6 +276,7 @@ QWidget* BrinoraAppController::buildInputPage() {
         const QString unit = formUnitOf(slot);
         auto* field = new InputTextField(slot, this, group);
         field->setObjectName(name);
+        field->setFieldName(label);
         connect(field, &InputTextField::lenientReadingChanged, this, [this, label](const QString& note) {
             if (note.isEmpty()) {
                 statusBar()->clearMessage();
@@ -269,7 +286,13 @@ QWidget* BrinoraAppController::buildInputPage() {
             }
         });
         field->setMinimumWidth(kNumberFieldWidth);
-        addValueRow(grid, label, field, unit);
+        const auto [nameText, unitText] = addValueRow(grid, label, field, unit);
+        if (const auto key = inputFieldAccelerator(slot)) {
+            QLabel* carrier = key->onUnit ? unitText : nameText;
+            carrier->setTextFormat(Qt::PlainText);
+            carrier->setText(withAccelerator(carrier->text(), key->letter));
+            carrier->setBuddy(field);
+        }
         return field;
     };
     addInput(conditions, conditionsGrid, slot::kSalinity, "salinity");
@@ -310,10 +333,11 @@ QWidget* BrinoraAppController::buildInputPage() {
         }
     });
     windspeed->setObjectName("windspeed");
+    windspeed->setFieldName(tr("Wind speed"));
     windspeed->setMinimumWidth(kNumberFieldWidth);
     {
         const int row = fluxGrid->rowCount();
-        auto* label = new QLabel(tr("Wind speed"), flux);
+        auto* label = new QLabel(withAccelerator(tr("Wind speed"), inputFieldAccelerator(slot::kWindSpeed)->letter), flux);
         label->setBuddy(windspeed);
         fluxGrid->addWidget(label, row, 0);
         fluxGrid->addWidget(windspeed, row, 1);
@@ -411,10 +435,10 @@ QWidget* BrinoraAppController::buildInputPage() {
     pathField2->setReadOnly(true);
     pathField2->setPlaceholderText(tr("no output file chosen"));
     textFields_[TextField::PathField2] = pathField2;
-    auto* newFile = new QPushButton(tr("&New File…"), output);
+    auto* newFile = new QPushButton(tr("New File…"), output);
     newFile->setObjectName("newFileForOutput");
     newFile->setToolTip(tr("Create a new output file with the column header"));
-    auto* openFile = new QPushButton(tr("&Add to File…"), output);
+    auto* openFile = new QPushButton(tr("Add to File…"), output);
     openFile->setObjectName("openFileForOutput");
     openFile->setToolTip(tr("Append the results to an existing output file"));
     connect(newFile, &QPushButton::clicked, this, [this] { core_->newFileForOutput(); });
@@ -425,19 +449,23 @@ QWidget* BrinoraAppController::buildInputPage() {
     outputLayout->addWidget(openFile, 1, 2);
     outputLayout->setColumnStretch(0, 1);
 
+    // Three columns, so that the whole form shows on a 1366 by 768 screen:
+    // the conditions; the carbonate parameters and the flux inputs; the
+    // sample information and the output file.
     auto* grid = new QGridLayout(page);
     grid->addWidget(conditions, 0, 0, 2, 1);
     grid->addWidget(carbonate, 0, 1);
     grid->addWidget(flux, 1, 1);
-    grid->addWidget(info, 2, 0);
-    grid->addWidget(output, 2, 1, Qt::AlignTop);
+    grid->addWidget(info, 0, 2);
+    grid->addWidget(output, 1, 2);
     auto* helpRow = new QHBoxLayout;
     helpRow->addStretch(1);
     helpRow->addWidget(helpButton(QStringLiteral("entering-a-sample")));
-    grid->addLayout(helpRow, 3, 0, 1, 2);
+    grid->addLayout(helpRow, 2, 0, 1, 3);
     grid->setColumnStretch(0, 1);
     grid->setColumnStretch(1, 1);
-    grid->setRowStretch(4, 1);
+    grid->setColumnStretch(2, 1);
+    grid->setRowStretch(3, 1);
     return page;
 }
 
@@ -454,13 +482,13 @@ QWidget* BrinoraAppController::buildConstantsPage() {
         QString note;
     };
     const OptionRow rows[] = {
-        {Menu::CO2Constants, tr("CO₂ &constants"),
+        {Menu::CO2Constants, tr("CO₂ co&nstants"),
          tr("Dissociation constants K1 and K2 of carbonic acid.")},
-        {Menu::KHSO4, tr("KHSO₄"),
+        {Menu::KHSO4, tr("&KHSO₄"),
          tr("Bisulfate dissociation constant, used between the pH scales.")},
-        {Menu::pHScale, tr("p&H scale"),
+        {Menu::pHScale, tr("&pH scale"),
          tr("Scale of the pH you enter and of the pH results.")},
-        {Menu::AirSeaFlux, tr("Air-sea &flux"),
+        {Menu::AirSeaFlux, tr("&Air-sea flux"),
          tr("Gas-transfer velocity of the air-sea CO₂ flux.")},
     };
     int row = 0;
@@ -536,11 +564,12 @@ QWidget* BrinoraAppController::buildResultsPage(bool outputConditions) {
         grid->setRowStretch(grid->rowCount(), 1);
         return group;
     };
+    // Three columns, so that the whole page shows on a 1366 by 768 screen.
     auto* grid = new QGridLayout(page);
     grid->addWidget(makeGroup(tr("Conditions"), conditionRows), 0, 0);
-    grid->addWidget(makeGroup(tr("Carbonate system"), carbonateRows), 0, 1, 2, 1);
-    grid->addWidget(makeGroup(tr("Alkalinity contributions"), alkalinityRows), 1, 0);
-    grid->addWidget(makeGroup(tr("Saturation, buffer and flux"), otherRows), 2, 0);
+    grid->addWidget(makeGroup(tr("Alkalinity contributions"), alkalinityRows), 1, 0, 2, 1);
+    grid->addWidget(makeGroup(tr("Carbonate system"), carbonateRows), 0, 1, 3, 1);
+    grid->addWidget(makeGroup(tr("Saturation, buffer and flux"), otherRows), 0, 2);
     auto* note = noteLabel(
         outputConditions
             ? tr("TA and TCO₂ are carried over from the input conditions; the other results are "
@@ -549,13 +578,14 @@ QWidget* BrinoraAppController::buildResultsPage(bool outputConditions) {
             : tr("Results at the temperature and pressure of the measurement. The flux is in mmol "
                  "per square metre per day, positive from sea to air."),
         page);
-    grid->addWidget(note, 2, 1, Qt::AlignTop);
+    grid->addWidget(note, 1, 2, Qt::AlignTop);
     auto* helpRow = new QHBoxLayout;
     helpRow->addStretch(1);
     helpRow->addWidget(helpButton(QStringLiteral("results")));
-    grid->addLayout(helpRow, 3, 0, 1, 2);
+    grid->addLayout(helpRow, 3, 0, 1, 3);
     grid->setColumnStretch(0, 1);
     grid->setColumnStretch(1, 1);
+    grid->setColumnStretch(2, 1);
     grid->setRowStretch(4, 1);
     return page;
 }
@@ -581,8 +611,9 @@ QWidget* BrinoraAppController::buildBatchPage() {
     chooseInput->setObjectName("selectCSVtoOpen");
     auto* chooseOutput = new QPushButton(tr("Choose &Output…"), files);
     chooseOutput->setObjectName("selectCSVtoOutput");
-    connect(chooseInput, &QPushButton::clicked, this, [this] { core_->selectCSVtoOpen(); });
-    connect(chooseOutput, &QPushButton::clicked, this, [this] { core_->selectCSVtoOutput(); });
+    connect(chooseInput, &QPushButton::clicked, this, [this] { previewing([this] { core_->selectCSVtoOpen(); }); });
+    connect(chooseOutput, &QPushButton::clicked, this,
+            [this] { previewing([this] { core_->selectCSVtoOutput(); }); });
     grid->addWidget(new QLabel(tr("Input file"), files), 0, 0);
     grid->addWidget(pathField, 0, 1);
     grid->addWidget(chooseInput, 0, 2);
@@ -613,7 +644,7 @@ QWidget* BrinoraAppController::buildBatchPage() {
     kml->setObjectName("writeKML");
     kml->setToolTip(tr("Turn a batch input file into a KML document with one placemark per sample"));
     connect(kml, &QPushButton::clicked, this, &BrinoraAppController::writeKML);
-    auto* constants = new QPushButton(tr("Con&stants…"), page);
+    auto* constants = new QPushButton(tr("Co&nstants…"), page);
     constants->setObjectName("batchConstants");
     constants->setToolTip(tr("Show the constants used for the batch"));
     connect(constants, &QPushButton::clicked, this, &BrinoraAppController::switchToConstants);
@@ -628,65 +659,19 @@ QWidget* BrinoraAppController::buildBatchPage() {
     layout->addWidget(files);
     layout->addWidget(batchPreviewTable_, 1);
     layout->addStretch(0);
-    cancelBatchButton_ = new QPushButton(tr("Cancel"), page);
+    cancelBatchButton_ = new QPushButton(tr("C&ancel"), page);
     cancelBatchButton_->setObjectName("cancelBatch");
     cancelBatchButton_->setToolTip(tr("Stop the batch run; the records written so far stay in the output file"));
     cancelBatchButton_->setEnabled(false);
     connect(cancelBatchButton_, &QPushButton::clicked, this, &BrinoraAppController::cancelBatch);
+    cancelBatchButton_->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    cancelBatchButton_->setVisible(false);
     auto* progressRow = new QHBoxLayout;
     progressRow->addWidget(progressIndicator_, 1);
     progressRow->addWidget(cancelBatchButton_);
     layout->addLayout(progressRow);
     layout->addLayout(actions);
     return page;
-}
-
-void BrinoraAppController::buildMenus() {
-    QMenu* file = menuBar()->addMenu(tr("&File"));
-    coreActions_.push_back(file->addAction(tr("New Output File…"), this, [this] { core_->newFileForOutput(); }));
-    coreActions_.push_back(file->addAction(tr("Add to Output File…"), this, [this] { core_->openFileForOutput(); }));
-    file->addSeparator();
-    coreActions_.push_back(file->addAction(tr("Choose Batch Input File…"), this, [this] {
-        switchToBatchProcessing();
-        core_->selectCSVtoOpen();
-    }));
-    coreActions_.push_back(file->addAction(tr("Choose Batch Output File…"), this, [this] {
-        switchToBatchProcessing();
-        core_->selectCSVtoOutput();
-    }));
-    coreActions_.push_back(file->addAction(tr("Write KML…"), this, &BrinoraAppController::writeKML));
-    file->addSeparator();
-    QAction* quit = file->addAction(tr("Quit"), this, &QWidget::close);
-    quit->setShortcut(QKeySequence::Quit);
-
-    QMenu* sample = menuBar()->addMenu(tr("&Sample"));
-    coreActions_.push_back(sample->addAction(tr("Calculate"), this, &BrinoraAppController::calculate));
-    coreActions_.push_back(sample->addAction(tr("Clear"), this, &BrinoraAppController::clear));
-    sample->addSeparator();
-    sample->addAction(tr("Date Now"), this, &BrinoraAppController::getCurrentDate);
-    sample->addAction(tr("Time Now"), this, &BrinoraAppController::getCurrentTime);
-
-    QMenu* view = menuBar()->addMenu(tr("&View"));
-    const auto addView = [this, view](const QString& title, void (BrinoraAppController::*slot)(), int key) {
-        QAction* action = view->addAction(title, this, slot);
-        action->setShortcut(QKeySequence(Qt::CTRL | key));
-    };
-    addView(tr("Input"), &BrinoraAppController::switchToInput, Qt::Key_1);
-    addView(tr("Results at Input Conditions"), &BrinoraAppController::switchToResultsInputConditions, Qt::Key_2);
-    addView(tr("Results at Output Conditions"), &BrinoraAppController::switchToResultsOutputConditions, Qt::Key_3);
-    addView(tr("Constants"), &BrinoraAppController::switchToConstants, Qt::Key_4);
-    addView(tr("Batch Processing"), &BrinoraAppController::switchToBatchProcessing, Qt::Key_5);
-    addView(tr("Graph"), &BrinoraAppController::switchToGraph, Qt::Key_6);
-
-    QMenu* help = menuBar()->addMenu(tr("&Help"));
-    QAction* main = help->addAction(tr("Brinora Help"), this, &BrinoraAppController::showHelp_MainHelp);
-    main->setShortcut(QKeySequence::HelpContents);
-    help->addSeparator();
-    for (const HelpPage& page : helpPages()) {
-        if (page.name.isEmpty() || page.name == QLatin1String("index")) continue;
-        QAction* action = help->addAction(page.title, this, &BrinoraAppController::showHelpFor);
-        action->setProperty("alternateTitle", page.name);
-    }
 }
 
 }  // namespace brinora

@@ -125,7 +125,7 @@ PreviewWindow::PreviewWindow(PreviewTableItemModel* model, QWidget* parent)
       stepper_(new Stepper(this)),
       lengthField_(new QLineEdit(this)),
       cancel_(new QPushButton(tr("Cancel"), this)),
-      refresh_(new QPushButton(tr("Refresh"), this)),
+      refresh_(new QPushButton(tr("&Refresh"), this)),
       ok_(new QPushButton(tr("OK"), this)) {
     setObjectName("previewWindow");
     setWindowTitle(tr("Batch Preview"));
@@ -152,7 +152,9 @@ PreviewWindow::PreviewWindow(PreviewTableItemModel* model, QWidget* parent)
     intro->setWordWrap(true);
 
     auto* controls = new QHBoxLayout;
-    controls->addWidget(new QLabel(tr("Lines in preview:"), this));
+    auto* lengthLabel = new QLabel(tr("&Lines in preview:"), this);
+    lengthLabel->setBuddy(lengthField_);
+    controls->addWidget(lengthLabel);
     controls->addWidget(lengthField_);
     controls->addWidget(stepper_);
     controls->addWidget(refresh_);

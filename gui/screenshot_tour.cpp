@@ -16,6 +16,7 @@
 #include "gui/graph_page.h"
 #include "gui/help_viewer.h"
 #include "gui/preview_window.h"
+#include "gui/window_fit.h"
 
 namespace brinora {
 
@@ -135,8 +136,9 @@ int runScreenshotTour(BrinoraAppController& window, const QString& folder, const
     }
     TourDialogs dialogs(inputPath, work.path());
     window.setUserDialogs(&dialogs);
-    // Tall enough that the window shows every control without scrolling.
-    window.resize(1040, 760);
+    // The size the window opens at on a 1366 by 768 screen: every control
+    // shows without scrolling.
+    window.resize(defaultWindowSize(window.sizeHint(), QRect(0, 0, 1366, 736)));
     window.show();
     bool saved = true;
 

@@ -83,7 +83,9 @@ TEST_F(PlotCommandTest, SamplesWithoutAValueAreLeftOutAndCounted) {
     const SvgContents svg = readSvg(path("flux.svg"));
     EXPECT_EQ(svg.ellipses, 18);
     EXPECT_NE(svg.text.find("Air-sea CO₂ flux (in) (mmol/m²/d)\n"), std::string::npos) << svg.text;
-    EXPECT_NE(svg.text.find("Pressure (dbar) ↓\n"), std::string::npos) << svg.text;
+    // The arrow stands upright beside the turned title, pointing down.
+    EXPECT_NE(svg.text.find("Pressure (dbar)\n"), std::string::npos) << svg.text;
+    EXPECT_NE(svg.text.find("↓\n"), std::string::npos) << svg.text;
     EXPECT_NE(svg.text.find("6 of 24 samples not shown: 6 with no value.\n"), std::string::npos);
 }
 

@@ -53,6 +53,16 @@ TEST(GraphScale, ProfilesIncreaseDownwards) {
     EXPECT_EQ(plain.valueX(60.0), 35.0);
 }
 
+TEST(GraphScale, AProfileOfSurfaceSamplesOnlyHasNoNegativePressures) {
+    GraphSeries series;
+    series.x = {35.0f, 34.9f};
+    series.y = {0.0f, 0.0f};
+    const GraphView view = fullView(series, true);
+    EXPECT_DOUBLE_EQ(view.y.min, -0.03);
+    EXPECT_DOUBLE_EQ(view.y.max, 1.0);
+    EXPECT_EQ(niceTicks(view.y, 6).front(), 0.0);
+}
+
 TEST(GraphScale, ADepthProfileStartsAtTheSurface) {
     GraphSeries series;
     series.x = {35.0f, 34.9f, 34.8f};

@@ -218,6 +218,43 @@ TEST_F(BatchThreadTest, ClosingTheWindowDuringARunEndsItQuietly) {
     EXPECT_TRUE(cruise.cliOutput().compare(0, written.size(), written) == 0) << "whole records only";
 }
 
+TEST_F(BatchThreadTest, QuittingDuringARunAsksThenStopsAsCancelDoesAndSaysWhatWasKept) {
+    LargeCruise& cruise = LargeCruise::get();
+    ASSERT_TRUE(cruise.cliError.empty()) << cruise.cliError;
+    showFiles(cruise.input());
+    click(window->calculateButton());
+    ASSERT_TRUE(window->batchRunning());
+
+    // Declined: the run and the window go on.
+    dialogs.questionAnswers = {false};
+    EXPECT_FALSE(window->close());
+    ASSERT_EQ(dialogs.questions.size(), 1u);
+    EXPECT_EQ(dialogs.questions[0].messageText, "A run is still going.");
+    EXPECT_EQ(dialogs.questions[0].informativeText,
+              "Quit stops it after whole records, as Cancel does: what it has written so far stays in " +
+                  output.toStdString() + ", nothing after it.");
+    EXPECT_EQ(dialogs.questions[0].acceptButton, "Stop and Quit");
+    EXPECT_EQ(dialogs.questions[0].rejectButton, "Keep Running");
+    EXPECT_TRUE(window->batchRunning());
+    EXPECT_TRUE(window->isVisible());
+
+    // Accepted: the run stops after whole records, says so, and the window closes.
+    dialogs.questionAnswers = {true};
+    EXPECT_FALSE(window->close()) << "the window waits for the run to stop";
+    ASSERT_TRUE(waitForBatchRun(240000));
+    QApplication::processEvents();
+    EXPECT_FALSE(window->isVisible());
+    const std::string written = readText(output);
+    const int records = countLines(written) - 1;
+    EXPECT_LT(records, kLargeRunLines - kLargeRunLines / 5000) << "the run stopped before the end";
+    EXPECT_TRUE(cruise.cliOutput().compare(0, written.size(), written) == 0) << "whole records only";
+    ASSERT_EQ(dialogs.alerts.size(), 1u);
+    EXPECT_EQ(dialogs.alerts[0].messageText, "The batch run was cancelled.");
+    EXPECT_EQ(dialogs.alerts[0].informativeText,
+              std::to_string(records) + " records of this run are in the output file:\n" + output.toStdString());
+    EXPECT_TRUE(store->value("desktopWindowGeometry").has_value()) << "the closed window's geometry is kept";
+}
+
 TEST_F(BatchThreadTest, RunStoppedByALineSaysWhichLineAndHowManyRecords) {
     // 24 samples; the tenth has no salinity.
     std::string text = kInputHeader;
@@ -269,7 +306,8 @@ TEST_F(BatchThreadTest, CalculateAfterWriteKmlUsesTheFilesTheFieldsShow) {
     EXPECT_EQ(readText(kml), document) << "nothing is added to the KML document";
     ASSERT_EQ(dialogs.alerts.size(), 2u);
     EXPECT_EQ(dialogs.alerts[1].informativeText,
-              "File Input:\n" + input.toStdString() + "\n\nFile Output:\n" + output.toStdString() + "\n");
+              "File Input:\n" + input.toStdString() + "\n\nFile Output:\n" + output.toStdString() +
+                  "\n\n3 records were written.");
     const std::string written = readText(output);
     EXPECT_EQ(countLines(written), 4);
     EXPECT_NE(written.find("\n3,St 0,08:03:00,"), std::string::npos) << written;

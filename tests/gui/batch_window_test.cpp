@@ -119,7 +119,8 @@ TEST_F(BatchWindowTest, PreviewRefreshAndFullRun) {
     ASSERT_EQ(dialogs.alerts.size(), 1u);
     EXPECT_EQ(dialogs.alerts[0].messageText, "Batch Processing of File Completed");
     EXPECT_EQ(dialogs.alerts[0].informativeText,
-              "File Input:\n" + input.toStdString() + "\n\nFile Output:\n" + output.toStdString() + "\n");
+              "File Input:\n" + input.toStdString() + "\n\nFile Output:\n" + output.toStdString() +
+                  "\n\n3 records were written.");
     EXPECT_EQ(dialogs.alerts[0].buttons, std::vector<std::string>{"OK"});
     // Progress follows the bytes read, a step per block of lines; steps that
     // come faster than the window draws are shown together, so the bar gets
@@ -187,7 +188,26 @@ TEST_F(BatchWindowTest, FileWithoutSamplesIsPresented) {
 TEST_F(BatchWindowTest, LineWithoutSalinityStopsThePreview) {
     chooseFiles(kInputHeader + "1,x,,,,,,25,0,0,0,0,0,2300,2000,,,,,,\n");
     EXPECT_EQ(messages(), std::vector<std::string>{
-                              "All records require a salinity value. There is a salinity value missing."});
+                              "All records require a salinity value. There is a salinity value missing.\n\n"
+                              "The preview stopped at line 2 of the input file " + input.toStdString() + "."});
+}
+
+TEST_F(BatchWindowTest, RefreshThatMeetsAStoppingLineSaysWhichLine) {
+    // The first preview shows one line; Refresh asks for five and meets line 4.
+    store->setValue(settings::kNumberOfLinesInPreview, "1");
+    onPreview = [&] {
+        window->previewWindow()->lengthField()->setText(QStringLiteral("5"));
+        click(window->previewWindow()->refreshButton());
+    };
+    chooseFiles(kInputHeader + "1,a,,,,,36,25,0,0,0,0,0,2300,2000,,,,,,\n"
+                               "2,b,,,,,36,25,0,0,0,0,0,2300,2000,,,,,,\n"
+                               "3,c,,,,,,25,0,0,0,0,0,2300,2000,,,,,,\n");
+    EXPECT_EQ(previewRuns, 1);
+    EXPECT_FALSE(window->previewWindow()->isVisible());
+    EXPECT_EQ(window->previewSessionDepth(), 0);
+    EXPECT_EQ(messages(), std::vector<std::string>{
+                              "All records require a salinity value. There is a salinity value missing.\n\n"
+                              "The preview stopped at line 4 of the input file " + input.toStdString() + "."});
 }
 
 TEST_F(BatchWindowTest, PreviewNeedsTheOptions) {

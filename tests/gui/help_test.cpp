@@ -83,6 +83,8 @@ TEST(HelpBook, MessagesPageQuotesEveryMessageExactly) {
         "To batch process records, Brinora needs values for at least two carbonate parameters",
         "Batch Processing of File Completed",
         "CSV to KML Processing Completed",
+        "A field holds no number.",
+        "A run is still going.",
     };
     for (const char* message : messages) {
         EXPECT_TRUE(text.contains(QString::fromUtf8(message))) << message;
