@@ -10,6 +10,7 @@
 #include "records/output_record.h"
 #include "cli/batch_commands.h"
 #include "cli/batch_support.h"
+#include "cli/batch_uncertainty.h"
 #include "log/log.h"
 
 namespace brinora::cli {
@@ -23,6 +24,7 @@ struct BatchArgs {
     bool force = false;
     bool verbose = false;
     unsigned jobs = 0;  // 0: every core
+    std::shared_ptr<BatchUncertaintyOptions> uncertainty = std::make_shared<BatchUncertaintyOptions>();
 };
 
 int runBatch(const BatchArgs& args) {
@@ -56,9 +58,22 @@ int runBatch(const BatchArgs& args) {
         return 1;
     }
     if (!rollBack.empty()) session.note(rollBack);
+    // The uncertainty file, when asked for, is checked as the output is.
+    std::unique_ptr<UncertaintyFile> uncertaintyFile;
+    if (args.uncertainty->wanted()) {
+        uncertaintyFile = openUncertaintyFile(session, *args.uncertainty, args.input, args.output, mode);
+        if (!uncertaintyFile) return 1;
+    }
     OutputTargetSink sink(*target);
     if (mode != OutputMode::kAppend && !sink.write(dataFileHeaders())) {
         session.error(target->error().message);
+        return 1;
+    }
+
+    // The uncertainty file's own pass over the input, up to the line that
+    // stops the run; when it fails, neither file is kept.
+    if (uncertaintyFile && !writeUncertaintyFile(session, *uncertaintyFile, args.input)) {
+        target->abandon();
         return 1;
     }
 
@@ -96,6 +111,10 @@ int runBatch(const BatchArgs& args) {
         session.error(target->error().message);
         return 1;
     }
+    if (uncertaintyFile && !uncertaintyFile->target->commit()) {
+        session.error(uncertaintyFile->target->error().message);
+        return 1;
+    }
     if (!message.empty()) {
         session.error(where(args.input, core.stoppedAtSourceLine) + message);
         std::fprintf(stderr, "%d record%s written to %s before the stop\n", core.recordsWritten,
@@ -127,6 +146,7 @@ void addBatchCommand(CLI::App& app, int& exitStatus) {
     command->add_flag("-v,--verbose", args->verbose,
                       "print every log line on stderr, the lines of each sample included (the samples are then "
                       "computed on one thread); without it the system log gets only the run's own lines");
+    addBatchUncertaintyOptions(*command, args->uncertainty);
     command->callback([args, &exitStatus] { exitStatus = runBatch(*args); });
 }
 

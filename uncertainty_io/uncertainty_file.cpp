@@ -134,7 +134,7 @@ bool WriteUncertaintyFile(const std::string& inputPath, const UncertaintyFileOpt
     } closer{fd};
     BatchLineReader reader(fd);
     const UncertaintyColumns columns = ColumnsOf(options);
-    std::string out = UncertaintyHeader(columns);
+    std::string out = options.header ? UncertaintyHeader(columns) : std::string();
 
     StreamLine line;
     bool header = true;

@@ -29,6 +29,7 @@ struct UncertaintyFileOptions {
     bool buffers = false;
     std::string companionText;    // the companion file's content; "" when none
     std::string companionName;    // its name, for messages
+    bool header = true;           // false when appending to a file that has it
 };
 
 // Reads the companion file's header; false and `error` when a column is not
