@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -52,6 +54,24 @@ TEST(CalcUncertainty, WorkedCaseShowsValueAndUncertainty) {
     EXPECT_EQ(lines[20], "Omega aragonite                 3.251 \u00b1 0.158            3.251 \u00b1 0.158      ");
     // Sigma-t has no uncertainty.
     EXPECT_EQ(lines[23], "Sigma-t                        25.291                   25.291              kg/m3");
+}
+
+// The worked example's output as the README and the help page show it (the
+// lines without their trailing blanks).
+TEST(CalcUncertainty, DocumentsShowTheWorkedExampleAsPrinted) {
+    const test::CommandResult result = runBrinora(with(kWorkedCase, kWorkedUncertainties));
+    ASSERT_EQ(result.status, 0) << result.err;
+    std::string printed;
+    for (std::string line : splitLines(result.out)) {
+        while (!line.empty() && line.back() == ' ') line.pop_back();
+        printed += (printed.empty() ? "" : "\n") + line;
+    }
+    for (const char* document : {"/README.md", "/help/uncertainty.html"}) {
+        std::ifstream in(std::string(BRINORA_SOURCE_DIR) + document, std::ios::binary);
+        std::ostringstream text;
+        text << in.rdbuf();
+        EXPECT_NE(text.str().find(printed), std::string::npos) << document;
+    }
 }
 
 TEST(CalcUncertainty, WithoutUncertaintyOptionsTheTableIsTheRecordAlone) {
