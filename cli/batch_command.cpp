@@ -61,7 +61,7 @@ int runBatch(const BatchArgs& args) {
     // The uncertainty file, when asked for, is checked as the output is.
     std::unique_ptr<UncertaintyFile> uncertaintyFile;
     if (args.uncertainty->wanted()) {
-        uncertaintyFile = openUncertaintyFile(session, *args.uncertainty, args.input, args.output, mode);
+        uncertaintyFile = openUncertaintyFile(session, *args.uncertainty, args.input, args.output, mode, args.jobs);
         if (!uncertaintyFile) return 1;
     }
     OutputTargetSink sink(*target);

@@ -6,6 +6,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "pipeline/batch_pipeline.h"
+
 namespace brinora::cli {
 
 using namespace uncertainty;
@@ -35,7 +37,7 @@ std::string defaultUncertaintyPath(const std::string& output) {
 
 std::unique_ptr<UncertaintyFile> openUncertaintyFile(Session& session, const BatchUncertaintyOptions& options,
                                                      const std::string& input, const std::string& output,
-                                                     OutputMode mode) {
+                                                     OutputMode mode, unsigned jobs) {
     // The input is read a second time: a pipe cannot be.
     struct stat info {};
     if (input == "-" || (::stat(input.c_str(), &info) == 0 && !S_ISREG(info.st_mode))) {
@@ -66,6 +68,7 @@ std::unique_ptr<UncertaintyFile> openUncertaintyFile(Session& session, const Bat
     o.options.whichKSO4 = session.ui.selectedIndex(Menu::KHSO4);
     o.options.pHScale = session.ui.selectedIndex(Menu::pHScale);
     o.options.fluxCode = session.ui.selectedIndex(Menu::AirSeaFlux) - 1;
+    o.threads = jobs == 0 ? availableCores() : jobs;
     o.budget = options.budget;
     o.buffers = options.buffers;
     if (!options.companion.empty()) {

@@ -36,9 +36,10 @@ struct UncertaintyFile {
 // Checks the options, reads the constants' file and the companion file and
 // opens the target in `mode` (that of the output); null with the error
 // shown when anything does not fit. Called after the options are on the menus.
+// `jobs` threads compute the rows (0: one per core available).
 std::unique_ptr<UncertaintyFile> openUncertaintyFile(Session& session, const BatchUncertaintyOptions& options,
                                                      const std::string& input, const std::string& output,
-                                                     OutputMode mode);
+                                                     OutputMode mode, unsigned jobs);
 
 // Writes the file's rows to its target (not committed); false with the error
 // shown, the target abandoned.

@@ -1,6 +1,7 @@
 // Column names and rows of the uncertainty file.
 #include "uncertainty_io/uncertainty_csv.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -63,9 +64,10 @@ void AppendName(std::string& out, std::string_view name, std::string_view unit) 
 void AppendNumber(std::string& out, bool computed, double v) {
     out.push_back(',');
     if (!computed || !std::isfinite(v)) return;
+    // "%.6g", as std::to_chars writes it.
     char text[32];
-    std::snprintf(text, sizeof text, "%.6g", v);
-    out.append(text);
+    const auto written = std::to_chars(text, text + sizeof text, v, std::chars_format::general, 6);
+    out.append(text, written.ptr);
 }
 
 }  // namespace

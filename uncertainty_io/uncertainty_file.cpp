@@ -3,7 +3,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
+#include <thread>
 #include <cstdlib>
 #include <vector>
 
@@ -83,6 +85,30 @@ bool ReadTargets(const UncertaintyFileOptions& options, std::vector<Target>& tar
     return true;
 }
 
+// A sample line of the input, ready to compute.
+struct Job {
+    std::string id, name;
+    UncertaintyRequest request;
+    Sample sample;
+    ChemistryOptions chemistry;
+    bool given = false;  // two carbonate parameters
+};
+constexpr std::size_t kJobsPerChunk = 4096;
+
+void AppendRow(const Job& job, const UncertaintyFileOptions& options, const UncertaintyColumns& columns,
+               std::string& out) {
+    UncertaintyRow row;
+    if (job.given) {
+        const auto u = SourceUncertainties(job.request, job.sample.first, job.sample.second);
+        row.computed = Propagate(job.chemistry, job.sample, CovarianceOf(u, job.request.correlation),
+                                 row.propagated) == Outcome::kComputed;
+        if (row.computed && options.buffers) {
+            row.computed = Buffers(job.chemistry, job.sample, row.in, row.out) == Outcome::kComputed;
+        }
+    }
+    AppendUncertaintyRow(out, job.id, job.name, columns, row);
+}
+
 }  // namespace
 
 bool CheckCompanion(const UncertaintyFileOptions& options, std::string& error) {
@@ -136,6 +162,41 @@ bool WriteUncertaintyFile(const std::string& inputPath, const UncertaintyFileOpt
     const UncertaintyColumns columns = ColumnsOf(options);
     std::string out = options.header ? UncertaintyHeader(columns) : std::string();
 
+    // Sample lines are gathered in chunks and computed on `threads` threads,
+    // each into a part of the chunk's text, joined in file order.
+    std::vector<Job> jobs;
+    jobs.reserve(kJobsPerChunk);
+    const unsigned threads = std::max(1u, options.threads);
+    std::vector<std::string> parts(threads);
+    const auto flush = [&]() -> bool {
+        const std::size_t per = (jobs.size() + threads - 1) / threads;
+        const auto work = [&](unsigned t) {
+            parts[t].clear();
+            const std::size_t end = std::min(jobs.size(), (t + 1) * per);
+            for (std::size_t j = t * per; j < end; ++j) AppendRow(jobs[j], options, columns, parts[t]);
+        };
+        if (threads == 1 || jobs.size() < 2 * threads) {
+            parts[0].clear();
+            for (const Job& job : jobs) AppendRow(job, options, columns, parts[0]);
+            out += parts[0];
+        } else {
+            std::vector<std::thread> pool;
+            for (unsigned t = 1; t < threads; ++t) pool.emplace_back(work, t);
+            work(0);
+            for (std::thread& thread : pool) thread.join();
+            for (const std::string& part : parts) out += part;
+        }
+        jobs.clear();
+        if (!out.empty()) {
+            if (!write(out)) {
+                error.clear();
+                return false;
+            }
+            out.clear();
+        }
+        return true;
+    };
+
     StreamLine line;
     bool header = true;
     std::size_t samples = 0;
@@ -179,6 +240,10 @@ bool WriteUncertaintyFile(const std::string& inputPath, const UncertaintyFileOpt
             }
         }
 
+        Job& job = jobs.emplace_back();
+        job.id.assign(fields[kSampleIdField]);
+        job.name.assign(fields[1]);
+        job.request = request;
         Board board;
         board.set(slot::kConstantsSet, static_cast<float>(options.options.whichKs - 1));
         board.set(slot::kKHSO4, static_cast<float>(options.options.whichKSO4 - 1));
@@ -187,26 +252,10 @@ bool WriteUncertaintyFile(const std::string& inputPath, const UncertaintyFileOpt
         for (std::size_t k = kFirstSampleValueField; k <= kLastSampleValueField; ++k) {
             board.set(static_cast<std::uint32_t>(k + 5), lenientFloat(fields[k]));
         }
-        UncertaintyRow row;
-        Sample sample;
-        ChemistryOptions chemistry;
-        if (SampleOfBoard(board, sample, chemistry)) {
-            const auto u = SourceUncertainties(request, sample.first, sample.second);
-            row.computed = Propagate(chemistry, sample, CovarianceOf(u, request.correlation), row.propagated) ==
-                           Outcome::kComputed;
-            if (row.computed && options.buffers) {
-                row.computed = Buffers(chemistry, sample, row.in, row.out) == Outcome::kComputed;
-            }
-        }
-        AppendUncertaintyRow(out, fields[kSampleIdField], fields[1], columns, row);
-        if (out.size() >= (std::size_t{1} << 20)) {
-            if (!write(out)) {
-                error.clear();
-                return false;
-            }
-            out.clear();
-        }
+        job.given = SampleOfBoard(board, job.sample, job.chemistry);
+        if (jobs.size() == kJobsPerChunk && !flush()) return false;
     }
+    if (!flush()) return false;
     if (reader.failed()) {
         error = batchInputError(inputPath, reader).localizedDescription;
         return false;

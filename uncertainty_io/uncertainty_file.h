@@ -30,6 +30,7 @@ struct UncertaintyFileOptions {
     std::string companionText;    // the companion file's content; "" when none
     std::string companionName;    // its name, for messages
     bool header = true;           // false when appending to a file that has it
+    unsigned threads = 1;         // threads that compute the rows
 };
 
 // Reads the companion file's header; false and `error` when a column is not

@@ -135,6 +135,21 @@ TEST_F(BatchUncertainty, AnExistingUncertaintyFileIsRefusedLikeTheOutput) {
     EXPECT_EQ(splitLines(readFile(folder + "out_uncertainty.csv")).size(), 3u);
 }
 
+TEST_F(BatchUncertainty, ThreadsWriteTheRowsOfOneThread) {
+    std::string input = kHeader;
+    for (int i = 0; i < 50; ++i) {
+        input += "S" + std::to_string(i) + ",n," + ",,,," + std::to_string(33 + i % 5) + "," +
+                 std::to_string(i % 30) + ",0,1,10,,,2300," + std::to_string(1900 + 3 * i) + ",,,,,,\n";
+    }
+    writeFile(folder + "in.csv", input);
+    ASSERT_EQ(batch("one.csv", {"--u-ta", "2", "--u-tco2", "2", "--budget", "--jobs", "1"}).status, 0);
+    ASSERT_EQ(batch("three.csv", {"--u-ta", "2", "--u-tco2", "2", "--budget", "--jobs", "3"}).status, 0);
+    const std::string one = readFile(folder + "one_uncertainty.csv");
+    EXPECT_EQ(splitLines(one).size(), 51u);
+    EXPECT_EQ(splitLines(one)[50].substr(0, 5), "S49,n");
+    EXPECT_EQ(readFile(folder + "three_uncertainty.csv"), one);
+}
+
 TEST_F(BatchUncertainty, StandardInputCannotBeReadTwice) {
     const test::CommandResult result =
         runBrinora({"batch", "-", "-o", folder + "out.csv", "-q", "--constants", "13", "--khso4", "1", "--ph-scale",
