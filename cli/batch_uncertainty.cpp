@@ -17,11 +17,13 @@ void addBatchUncertaintyOptions(CLI::App& command, const std::shared_ptr<BatchUn
     command
         .add_option("--uncertainty-output", options->output,
                     "the uncertainty file (CSV); default: the output's name with _uncertainty.csv for .csv")
+        ->option_text("FILE")
         ->group("Uncertainty");
     command
         .add_option("--uncertainty-input", options->companion,
                     "per-sample uncertainties: a CSV file whose header names columns u-ta .. u-wind, u-pk0 .. u-bt, "
                     "correlation and optionally SampleID; row k is for the k-th sample line")
+        ->option_text("FILE")
         ->group("Uncertainty");
 }
 

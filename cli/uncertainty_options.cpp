@@ -40,6 +40,7 @@ void addUncertaintyOptions(CLI::App& command, const std::shared_ptr<UncertaintyO
                 "standard uncertainty of " + std::string(q->words) + (q->unit.empty() ? "" : " [") +
                     std::string(q->unit) + (q->unit.empty() ? "" : "]") + ", when it is one of the pair")
             ->check(nonNegative())
+            ->option_text("U")
             ->group(kGroup);
     }
     for (std::size_t s = kSalinity; s < kpK0; ++s) {
@@ -54,6 +55,7 @@ void addUncertaintyOptions(CLI::App& command, const std::shared_ptr<UncertaintyO
                 "standard uncertainty of " + std::string(q->words) + (q->unit.empty() ? "" : " [") +
                     std::string(q->unit) + (q->unit.empty() ? "" : "]"))
             ->check(nonNegative())
+            ->option_text("U")
             ->group(kGroup);
     }
     command
@@ -80,6 +82,7 @@ void addUncertaintyOptions(CLI::App& command, const std::shared_ptr<UncertaintyO
                                  : "standard uncertainty of " + std::string(kSourceNames[s]) +
                                        " in pK units, over --u-constants")
             ->check(nonNegative())
+            ->option_text("U")
             ->group(kGroup);
     }
     command
@@ -91,6 +94,7 @@ void addUncertaintyOptions(CLI::App& command, const std::shared_ptr<UncertaintyO
             },
             "correlation coefficient of the uncertainties of the two parameters of the pair (-1..1)")
         ->check(CLI::Range(-1.0, 1.0))
+        ->option_text("R")
         ->group(kGroup);
     command
         .add_flag("--budget", options->budget,
