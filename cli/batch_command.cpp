@@ -9,6 +9,7 @@
 #include "output/output_target.h"
 #include "pipeline/batch_pipeline.h"
 #include "records/output_record.h"
+#include "cli/batch_uncertainty.h"
 
 namespace brinora::cli {
 namespace {
@@ -21,6 +22,7 @@ struct BatchArgs {
     bool force = false;
     bool verbose = false;
     unsigned jobs = 0;  // 0: every core
+    std::shared_ptr<BatchUncertaintyOptions> uncertainty = std::make_shared<BatchUncertaintyOptions>();
 };
 
 int runBatch(const BatchArgs& args) {
@@ -51,9 +53,22 @@ int runBatch(const BatchArgs& args) {
         session.error(outputError.message);
         return 1;
     }
+    // The uncertainty file, when asked for, is checked as the output is.
+    std::unique_ptr<UncertaintyFile> uncertaintyFile;
+    if (args.uncertainty->wanted()) {
+        uncertaintyFile = openUncertaintyFile(session, *args.uncertainty, args.input, args.output, mode, args.jobs);
+        if (!uncertaintyFile) return 1;
+    }
     OutputTargetSink sink(*target);
     if (mode != OutputMode::kAppend && !sink.write(dataFileHeaders())) {
         session.error(target->error().message);
+        return 1;
+    }
+
+    // The uncertainty file's own pass over the input, up to the line that
+    // stops the run; when it fails, neither file is kept.
+    if (uncertaintyFile && !writeUncertaintyFile(session, *uncertaintyFile, args.input)) {
+        target->abandon();
         return 1;
     }
 
@@ -90,6 +105,10 @@ int runBatch(const BatchArgs& args) {
         session.error(target->error().message);
         return 1;
     }
+    if (uncertaintyFile && !uncertaintyFile->target->commit()) {
+        session.error(uncertaintyFile->target->error().message);
+        return 1;
+    }
     session.terminal.showHeldCompletion();
     if (runEndStatus(session, args.input, result) != 0) {
         std::fprintf(stderr, "%d record%s written to %s before the stop\n", result.written,
@@ -121,6 +140,7 @@ void addBatchCommand(CLI::App& app, int& exitStatus) {
     command->add_flag("-v,--verbose", args->verbose,
                       "print every log line on stderr, the lines of each sample included (the samples are then "
                       "computed on one thread); without it the system log gets only the run's own lines");
+    addBatchUncertaintyOptions(*command, args->uncertainty);
     command->callback([args, &exitStatus] { exitStatus = runBatch(*args); });
 }
 

@@ -10,6 +10,7 @@
 #include "app/plain_ui.h"
 #include "input/lenient_number.h"
 #include "cli/batch_support.h"
+#include "cli/calc_uncertainty.h"
 #include "cli/flag_values.h"
 #include "cli/option_flags.h"
 #include "engine/board.h"
@@ -29,6 +30,7 @@ struct CalcArguments {
     std::map<std::uint32_t, std::string> values;  // board slot -> number text
     std::map<std::uint32_t, int> items;           // option slot -> menu item
     bool board = false;
+    std::shared_ptr<UncertaintyOptions> uncertainty = std::make_shared<UncertaintyOptions>();
 };
 
 void printTable(const Board& board) {
@@ -137,6 +139,7 @@ int runCalc(const CalcArguments& args) {
         board.set(pos, static_cast<float>(item - 1));
     }
 
+    const Board inputs = board;
     ProcessValues values;
     const ComputeOutcome outcome = BrinoraMain::ComputeCO2(board, values);
     const int code = refusalCode(outcome);
@@ -153,6 +156,8 @@ int runCalc(const CalcArguments& args) {
     }
     if (args.board) {
         printBoard(board);
+    } else if (args.uncertainty->wanted()) {
+        return printCalcWithUncertainty(inputs, board, *args.uncertainty);
     } else {
         printTable(board);
     }
@@ -188,6 +193,7 @@ void addCalcCommand(CLI::App& app, int& exitStatus) {
     calc->add_flag("--board", args->board,
                    "print the 100 board slots as 'SLOT VALUE' lines (%.9g) instead of the table");
     addQuietFlag(*calc);
+    addUncertaintyOptions(*calc, args->uncertainty, true);
     calc->footer("The air-sea flux needs both --wind and --pco2-air; with neither, it is 0.\n" +
                  optionChoicesHelp(false));
     calc->callback([args, &exitStatus] { exitStatus = runCalc(*args); });

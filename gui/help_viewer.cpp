@@ -23,6 +23,7 @@ const std::vector<HelpPage>& helpPages() {
         {QStringLiteral("output-file"), QObject::tr("The Output File")},
         {QStringLiteral("kml"), QObject::tr("The KML Document")},
         {QStringLiteral("graph"), QObject::tr("Graphs of a Batch")},
+        {QStringLiteral("uncertainty"), QObject::tr("Uncertainties and Buffer Factors")},
         {QStringLiteral("messages"), QObject::tr("Messages and What to Do")},
         {QStringLiteral("settings"), QObject::tr("Stored Settings")},
     };
