@@ -32,7 +32,7 @@ std::string SourceOptionName(Source source);
 // "--u-ta", "--u-tco2", "--u-ph", "--u-fco2", "--u-pco2" for codes 1..5.
 std::string ParameterOptionName(int code);
 
-// Sets the constants' uncertainties of `request` from `spec`: "standard"
+// Sets the constants' uncertainties of `request` from the choice given: "standard"
 // (Orr et al. 2018), "none" (all 0), or the text of a file of lines
 // "NAME VALUE" (NAME one of pk0 pk1 pk2 pkb pkw pkspa pkspc pks pkf pkp1 pkp2
 // pkp3 pksi bt; "," or "=" may stand for the space; "#" starts a comment;
