@@ -39,6 +39,13 @@ std::set<OutputTarget*>& liveTargets() {
     return targets;
 }
 
+// What became of the targets of this process that were committed and are
+// gone, so that a signal after a commit still tells it (under the lock).
+std::vector<std::string>& committedTexts() {
+    static std::vector<std::string> texts;
+    return texts;
+}
+
 // The folder part and the name part of `path` ("a/b.csv" -> "a", "b.csv";
 // "b.csv" -> "", "b.csv"; "/b.csv" -> "/", "b.csv").
 void splitPath(const std::string& path, std::string& folder, std::string& name) {
@@ -385,6 +392,7 @@ OutputTarget::~OutputTarget() {
     {
         const std::lock_guard<std::timed_mutex> lock(outputLock());
         if (!finished_) abandonLocked();
+        if (committed_) committedTexts().push_back(keptText());
         liveTargets().erase(this);
     }
     if (fd_ >= 0 && fd_ != STDOUT_FILENO) ::close(fd_);
@@ -558,6 +566,9 @@ std::string stopOutputs(int signal) {
     const bool locked = outputLock().try_lock_for(std::chrono::seconds(5));
     std::string kept;
     if (!locked) kept = "an output was being written and was left as it was";
+    for (const std::string& text : locked ? committedTexts() : std::vector<std::string>{}) {
+        kept += (kept.empty() ? "" : "; ") + text;
+    }
     for (OutputTarget* target : locked ? liveTargets() : std::set<OutputTarget*>{}) {
         if (!target->finished_) target->abandonLocked();
         kept += (kept.empty() ? "" : "; ") + target->keptText();
