@@ -67,9 +67,13 @@ OptionState optionState(const BatchOptions& options) {
     return state;
 }
 
-void RecordLines::process(Chunk& chunk, Worker& worker) const {
+// The lines of `chunk` under the batch line rules: a sample line is computed
+// on `worker` and handed to `emit(fields, log)`, which writes what the run
+// makes of it; a stopping line ends the chunk.
+template <typename Emit>
+void processSampleLines(const RunContext& context, Chunk& chunk, Worker& worker, const Emit& emit) {
     BatchFields fields;
-    HeldLog* log = context_.sampleLog;
+    HeldLog* log = context.sampleLog;
     for (std::size_t k = 0; k < chunk.lineCount(); ++k) {
         const std::size_t index = chunk.firstIndex + k;
         LineResult result;
@@ -83,13 +87,11 @@ void RecordLines::process(Chunk& chunk, Worker& worker) const {
             result.stop = check.reason;
         } else {
             result.kind = LineKind::kRecord;
-            if (log) logUpdatingConstants(*log, context_.options);
+            if (log) logUpdatingConstants(*log, context.options);
             result.overflowField =
-                static_cast<std::int8_t>(computeLine(context_, fields, k == chunk.firstSampleLine, worker, chunk.calculationLog));
+                static_cast<std::int8_t>(computeLine(context, fields, k == chunk.firstSampleLine, worker, chunk.calculationLog));
             if (log) log->line("Passed compute");
-            const std::size_t start = chunk.output.size();
-            appendBatchRecord(chunk.output, fields, worker.board, optionColumns_);
-            if (log) log->line("stringToWrite: " + chunk.output.substr(start));
+            emit(fields, log);
         }
         result.outputEnd = chunk.output.size();
         chunk.results.push_back(result);
@@ -97,32 +99,18 @@ void RecordLines::process(Chunk& chunk, Worker& worker) const {
     }
 }
 
+void RecordLines::process(Chunk& chunk, Worker& worker) const {
+    processSampleLines(context_, chunk, worker, [&](const BatchFields& fields, HeldLog* log) {
+        const std::size_t start = chunk.output.size();
+        appendBatchRecord(chunk.output, fields, worker.board, optionColumns_);
+        if (log) log->line("stringToWrite: " + chunk.output.substr(start));
+    });
+}
+
 void PreviewLines::process(Chunk& chunk, Worker& worker) const {
-    BatchFields fields;
-    HeldLog* log = context_.sampleLog;
-    for (std::size_t k = 0; k < chunk.lineCount(); ++k) {
-        const std::size_t index = chunk.firstIndex + k;
-        LineResult result;
-        if (log) log->line("Dealing with line " + std::to_string(index));
-        result.fieldCount = static_cast<std::uint32_t>(splitBatchFields(chunk.line(k), fields));
-        const LineCheck check = checkBatchLine(fields);
-        if (check.verdict == LineVerdict::kNothing) {
-            if (log) log->line("Nothing on this line");
-        } else if (check.verdict == LineVerdict::kStop) {
-            result.kind = LineKind::kStop;
-            result.stop = check.reason;
-        } else {
-            result.kind = LineKind::kRecord;
-            if (log) logUpdatingConstants(*log, context_.options);
-            result.overflowField =
-                static_cast<std::int8_t>(computeLine(context_, fields, k == chunk.firstSampleLine, worker, chunk.calculationLog));
-            if (log) log->line("Passed compute");
-            rows_.push_back(dictRecord(cruiseInformation(fields), worker.board, titles_));
-        }
-        result.outputEnd = chunk.output.size();
-        chunk.results.push_back(result);
-        if (result.kind == LineKind::kStop) break;
-    }
+    processSampleLines(context_, chunk, worker, [&](const BatchFields& fields, HeldLog*) {
+        rows_.push_back(dictRecord(cruiseInformation(fields), worker.board, titles_));
+    });
 }
 
 void PlacemarkLines::process(Chunk& chunk, Worker& worker) const {
