@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "app/appended_file.h"
+#include "app/batch_uncertainty_file.h"
 #include "app/batch_run.h"
 #include "app/controller_core.h"
 #include "app/settings_keys.h"
@@ -147,6 +148,23 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
         core.cruiseInformationDictionary = std::move(result.lastCruiseInformation);
     }
 
+    // The uncertainty file has a row for every record kept.
+    std::string uncertaintyPath;
+    if (!justPreview && options.uncertainty &&
+        (result.status == RunStatus::kDone || result.status == RunStatus::kStopped)) {
+        const UncertaintyFileResult file =
+            writeBatchUncertaintyFile(inputPath, core.fullPathOut, *options.uncertainty, ui);
+        if (file.written) {
+            uncertaintyPath = file.path;
+            ui.logLine("Uncertainty file written: " + file.path);
+        } else {
+            ui.logLine("The uncertainty file was not written: " + file.error);
+            ui.presentError(PresentedError{"BrinoraApp", 0,
+                                           "The uncertainty file " + file.path + " was not written (" + file.error +
+                                               "). The records are in the output file."});
+        }
+    }
+
     const auto stopRun = [&ui](const std::string& message) {
         ui.logLine(message);
         ui.setProgressIndicatorHidden(true);
@@ -184,7 +202,8 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
         return "";
     }
     ui.runAlert(Alert{"Batch Processing of File Completed",
-                      "File Input:\n" + inputPath + "\n" + "\nFile Output:\n" + core.fullPathOut + "\n",
+                      "File Input:\n" + inputPath + "\n" + "\nFile Output:\n" + core.fullPathOut + "\n" +
+                          (uncertaintyPath.empty() ? std::string() : "\nUncertainty File:\n" + uncertaintyPath + "\n"),
                       {"OK"}});
     ui.setProgressIndicatorHidden(true);
     core.sampleID = 0;

@@ -7,9 +7,11 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "app/ui.h"
+#include "app/uncertainty_choice.h"
 #include "pipeline/batch_pipeline.h"
 
 namespace brinora {
@@ -28,6 +30,10 @@ struct BatchRunOptions {
     ByteSink* output = nullptr;
     // Remarks about the input, in file order (null: none are made).
     std::function<void(const RunNote&)> note;
+    // When set, a full run whose records are kept (to its end or to a line
+    // that stops it) also writes the uncertainty file beside the output
+    // file, as `brinora batch --u-...` does.
+    std::optional<UncertaintyChoice> uncertainty;
 };
 
 // core.batchProcess(path, justPreview) over the first of core.filesToOpen

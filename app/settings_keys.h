@@ -58,6 +58,43 @@ inline constexpr std::array<std::pair<std::string_view, std::string_view>, 15> k
     {kNumberOfLinesInPreview, "5"},
 }};
 
+// The uncertainty panel of the one-sample form and the batch tab's check box.
+inline constexpr std::string_view kUncertaintyShown = "uncertaintyShown";            // "1": propagate on Calculate
+inline constexpr std::string_view kUncertaintyTA = "uncertaintyTA";                  // micromol/kg
+inline constexpr std::string_view kUncertaintyTCO2 = "uncertaintyTCO2";              // micromol/kg
+inline constexpr std::string_view kUncertaintypH = "uncertaintypH";                  // pH units
+inline constexpr std::string_view kUncertaintyfCO2 = "uncertaintyfCO2";              // microatmosphere
+inline constexpr std::string_view kUncertaintypCO2 = "uncertaintypCO2";              // microatmosphere
+inline constexpr std::string_view kUncertaintySalinity = "uncertaintySalinity";
+inline constexpr std::string_view kUncertaintyTemperature = "uncertaintyTemperature";  // deg C
+inline constexpr std::string_view kUncertaintyPhosphate = "uncertaintyPhosphate";    // micromol/kg
+inline constexpr std::string_view kUncertaintySilicate = "uncertaintySilicate";      // micromol/kg
+inline constexpr std::string_view kUncertaintyConstants = "uncertaintyConstants";    // "standard" or "none"
+inline constexpr std::string_view kUncertaintyCorrelation = "uncertaintyCorrelation";  // of the pair, -1..1
+inline constexpr std::string_view kUncertaintyBudgetResult = "uncertaintyBudgetResult";  // result of the budget chart
+inline constexpr std::string_view kUncertaintyBatchFile = "uncertaintyBatchFile";    // "1": batch writes the file
+
+// The uncertainty keys with their defaults, registered after kDefaults: the
+// standard uncertainties of good practice in Orr et al. (2018): TA and TCO2
+// 2 micromol/kg, pH 0.01, fCO2 and pCO2 2 microatmosphere, salinity 0.01,
+// temperature 0.01 deg C, the constants' standard set.
+inline constexpr std::array<std::pair<std::string_view, std::string_view>, 14> kUncertaintyDefaults = {{
+    {kUncertaintyShown, "0"},
+    {kUncertaintyTA, "2"},
+    {kUncertaintyTCO2, "2"},
+    {kUncertaintypH, "0.01"},
+    {kUncertaintyfCO2, "2"},
+    {kUncertaintypCO2, "2"},
+    {kUncertaintySalinity, "0.01"},
+    {kUncertaintyTemperature, "0.01"},
+    {kUncertaintyPhosphate, "0"},
+    {kUncertaintySilicate, "0"},
+    {kUncertaintyConstants, "standard"},
+    {kUncertaintyCorrelation, "0"},
+    {kUncertaintyBudgetResult, "ph"},
+    {kUncertaintyBatchFile, "0"},
+}};
+
 // Organisation and application name under which the settings are kept.
 inline constexpr std::string_view kOrganization = "Brinora";
 inline constexpr std::string_view kApplication = "Brinora";

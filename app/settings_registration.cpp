@@ -43,9 +43,14 @@ void registerSettingsDefaults(SettingsStore& store) {
     }
 }
 
+void registerUncertaintyDefaults(SettingsStore& store) {
+    for (const auto& [key, value] : settings::kUncertaintyDefaults) registerDefault(store, key, key, value);
+}
+
 void registerAndMigrateSettings(SettingsStore& store) {
     migrateSettingsLayout(store);
     registerSettingsDefaults(store);
+    registerUncertaintyDefaults(store);
 }
 
 }  // namespace brinora

@@ -19,6 +19,10 @@ bool migrateSettingsLayout(SettingsStore& store);
 // writes "windSpeedUnitsInt", and the "Save_Path" row runs twice.
 void registerSettingsDefaults(SettingsStore& store);
 
+// Writes the default of every key of brinora::settings::kUncertaintyDefaults
+// (the uncertainty panel) that the store lacks, in table order.
+void registerUncertaintyDefaults(SettingsStore& store);
+
 // Migration, then defaults: what the application does once at start-up.
 void registerAndMigrateSettings(SettingsStore& store);
 

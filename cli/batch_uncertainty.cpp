@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <cctype>
 #include <fstream>
 #include <sstream>
 
@@ -25,16 +24,6 @@ void addBatchUncertaintyOptions(CLI::App& command, const std::shared_ptr<BatchUn
                     "correlation and optionally SampleID; row k is for the k-th sample line")
         ->option_text("FILE")
         ->group("Uncertainty");
-}
-
-std::string defaultUncertaintyPath(const std::string& output) {
-    std::string stem = output;
-    if (stem.size() > 4) {
-        std::string end = stem.substr(stem.size() - 4);
-        for (char& c : end) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        if (end == ".csv") stem.resize(stem.size() - 4);
-    }
-    return stem + "_uncertainty.csv";
 }
 
 std::unique_ptr<UncertaintyFile> openUncertaintyFile(Session& session, const BatchUncertaintyOptions& options,

@@ -13,6 +13,7 @@
 #include "cli/uncertainty_options.h"
 #include "output/output_target.h"
 #include "uncertainty_io/uncertainty_file.h"
+#include "uncertainty_io/uncertainty_path.h"
 
 namespace brinora::cli {
 
@@ -26,7 +27,9 @@ void addBatchUncertaintyOptions(CLI::App& command, const std::shared_ptr<BatchUn
 
 // The name of the uncertainty file of output `output`: its name without a
 // final ".csv", then "_uncertainty.csv".
-std::string defaultUncertaintyPath(const std::string& output);
+inline std::string defaultUncertaintyPath(const std::string& output) {
+    return uncertainty::DefaultUncertaintyPath(output);
+}
 
 struct UncertaintyFile {
     std::unique_ptr<OutputTarget> target;

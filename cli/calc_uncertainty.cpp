@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "engine/quantities.h"
+#include "uncertainty_io/sample_uncertainty.h"
 #include "uncertainty_io/uncertainty_csv.h"
 
 namespace brinora::cli {
@@ -14,39 +15,6 @@ namespace brinora::cli {
 using namespace uncertainty;
 
 namespace {
-
-constexpr std::size_t kNone = ~std::size_t{0};
-
-// The quantity of the double-precision calculation that quantity table row
-// `q` is, or kNone.
-std::size_t quantityOf(const brinora::Quantity* q) {
-    if (!q) return kNone;
-    for (std::size_t k = 0; k < kQuantityCount; ++k) {
-        if (kQuantityNames[k] == q->resultName) return k;
-    }
-    // TA and TCO2 are held from input to output.
-    const std::string_view name = q->resultName;
-    if (name.size() > 4 && name.substr(name.size() - 4) == "_out") {
-        for (std::size_t k = 0; k < kQuantityCount; ++k) {
-            if (kQuantityNames[k] == name.substr(0, name.size() - 4)) return k;
-        }
-    }
-    return kNone;
-}
-
-// The standard uncertainty of a table row that is a sample input (salinity,
-// temperature, pressure, the nutrients) as given; -1 when it is not one.
-double inputUncertainty(const brinora::Quantity* q, const Sample& sample, const std::array<double, kSourceCount>& u) {
-    if (!q) return -1.0;
-    for (std::size_t s = kSalinity; s < kpK0; ++s) {
-        if (kSourceNames[s] != q->resultName) continue;
-        // An output temperature or pressure of 0 is the input one.
-        if (s == kTemperatureOut && sample.x[kTemperatureOut] == 0.0) return u[kTemperature];
-        if (s == kPressureOut && sample.x[kPressureOut] == 0.0) return u[kPressure];
-        return u[s];
-    }
-    return -1.0;
-}
 
 // "   8.152 ± 0.0119  " cells: the value as the record prints it, then u.
 std::string cell(float value, double u, bool hasU) {
@@ -59,8 +27,7 @@ std::string cell(float value, double u, bool hasU) {
     return text;
 }
 
-void printTable(const Board& board, const Sample& sample, const std::array<double, kSourceCount>& u,
-                const Propagated& p) {
+void printTable(const Board& board, const SampleUncertainty& result) {
     std::printf("%-24s %24s %24s  %s\n", "", "Input conditions      ", "Output conditions      ", "Unit");
     for (const brinora::Quantity& q : quantities()) {
         if (q.input || q.label.empty() || q.conditions == Conditions::kOutput) continue;
@@ -69,9 +36,8 @@ void printTable(const Board& board, const Sample& sample, const std::array<doubl
         const brinora::Quantity* rows[2] = {&q, twin};
         const std::uint32_t slots[2] = {q.slot, q.outputTwin};
         for (int c = 0; c < 2; ++c) {
-            const std::size_t k = quantityOf(rows[c]);
-            double value = k == kNone ? inputUncertainty(rows[c], sample, u) : p.u[k];
-            const bool hasU = k != kNone || value >= 0.0;
+            const double value = RowUncertainty(rows[c], result);
+            const bool hasU = QuantityOfRow(rows[c]) != kNoQuantity || value >= 0.0;
             cells[c] = cell(board.get(slots[c]), value, hasU);
         }
         std::printf("%-24s %s %s  %s\n", std::string(q.label).c_str(), cells[0].c_str(), cells[1].c_str(),
@@ -154,12 +120,12 @@ int printCalcWithUncertainty(const Board& inputs, const Board& computed, const U
         std::fprintf(stderr, "brinora calc: %s\n", error.c_str());
         return 2;
     }
-    Sample sample;
-    ChemistryOptions chemistry;
-    if (!SampleOfBoard(inputs, sample, chemistry)) {
+    SampleUncertainty result;
+    if (!PrepareSampleUncertainty(inputs, request, result)) {
         std::fprintf(stderr, "brinora calc: no uncertainties: two carbonate parameters are needed\n");
         return 1;
     }
+    const Sample& sample = result.sample;
     for (int code = 1; code <= 5; ++code) {
         if (options.parameterGiven[static_cast<std::size_t>(code)] && code != sample.first && code != sample.second) {
             std::fprintf(stderr, "brinora calc: %s is given, but %s is not one of the pair (%s, %s)\n",
@@ -169,21 +135,19 @@ int printCalcWithUncertainty(const Board& inputs, const Board& computed, const U
             return 2;
         }
     }
-    const std::array<double, kSourceCount> u = SourceUncertainties(request, sample.first, sample.second);
-    std::array<Gradient, kQuantityCount> g;
-    Outcome outcome = DifferentiateSample(chemistry, sample, g);
-    Propagated p;
+    Outcome outcome = PropagateSampleUncertainty(request.correlation, result);
     BufferFactors in, out;
-    if (outcome == Outcome::kComputed) PropagateGradients(g, CovarianceOf(u, request.correlation), p);
-    if (outcome == Outcome::kComputed && options.buffers) outcome = Buffers(chemistry, sample, in, out);
+    if (outcome == Outcome::kComputed && options.buffers) outcome = Buffers(result.options, sample, in, out);
     if (outcome != Outcome::kComputed) {
         std::fprintf(stderr, "brinora calc: no uncertainties: the double-precision calculation %s\n",
                      outcome == Outcome::kRefused ? "refuses the sample" : "has no solution for this pair");
         return 1;
     }
-    printTable(computed, sample, u, p);
+    const std::array<double, kSourceCount>& u = result.u;
+    const Propagated& p = result.propagated;
+    printTable(computed, result);
     if (options.budget) printBudget(sample, u, p);
-    if (options.sensitivities) printSensitivities(sample, g);
+    if (options.sensitivities) printSensitivities(sample, result.gradient);
     if (options.buffers) printBuffers(in, out);
     return 0;
 }
