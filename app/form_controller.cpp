@@ -68,10 +68,10 @@ void FormController::presentAppError(std::string_view message) {
     ui_.presentError(PresentedError{"BrinoraApp", 0, std::string(message)});
 }
 
-void FormController::calculate() {
+bool FormController::calculate() {
     if (tabs_.selectedTab(TabView::DataConstants) == 1) {
         presentAppError(kReturnToDataInputMessage);
-        return;
+        return false;
     }
     if (tabs_.selectedTab(TabView::SingleBatch) == 1) {
         const std::string message = core_.batchProcess(ui_.text(TextField::PathField), false);
@@ -79,7 +79,7 @@ void FormController::calculate() {
         // could not be written: then the output file is incomplete, and the
         // user is told.
         if (core_.failedWrites > 0) presentAppError(message);
-        return;
+        return false;
     }
 
     core_.batchWriteMode = 0;
@@ -90,10 +90,10 @@ void FormController::calculate() {
     const std::string comment = ui_.text(TextField::CruiseComment);
     if (name.find(',') != std::string::npos || comment.find(',') != std::string::npos) {
         presentAppError(kRemoveCommasMessage);
-        return;
+        return false;
     }
 
-    if (!core_.checkForConstants()) return;
+    if (!core_.checkForConstants()) return false;
 
     const BoundField* salinity = inputFieldWithTag(slot::kSalinity);
     const BoundField* temperature = inputFieldWithTag(slot::kTemperature);
@@ -102,7 +102,7 @@ void FormController::calculate() {
     if (!sufficient) {
         ui_.logLine(kInsufficientDataLogLine);
         presentAppError(kInsufficientDataMessage);
-        return;
+        return false;
     }
 
     ComputeOutcome outcome;
@@ -116,7 +116,7 @@ void FormController::calculate() {
         // may stay on screen or reach the output file as this sample's.
         for (BoundField* field : outputFields_) clearOutputValue(*field);
         presentAppError(refusedSampleMessage(outcome));
-        return;
+        return false;
     }
     for (BoundField* field : outputFields_) pullOutputValue(*field);
 
@@ -128,6 +128,7 @@ void FormController::calculate() {
     if (ui_.checkBoxState() == 1 && !core_.saveString()) {
         presentAppError("The record could not be written to the output file (" + core_.lastWriteError + ").");
     }
+    return true;
 }
 
 void FormController::clear() {

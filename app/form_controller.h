@@ -81,8 +81,9 @@ public:
 
     // ---- Actions ----
     // Checks the entries and calculates one sample (or starts the batch run
-    // when the batch tab is in front).
-    void calculate();
+    // when the batch tab is in front). True when a sample was calculated and
+    // its results are on the form.
+    bool calculate();
     // Resets the board and empties every output and input field.
     void clear();
     void switchToInput();

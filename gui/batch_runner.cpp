@@ -264,7 +264,13 @@ std::string runBatchEngine(BatchRunner::Kind kind, BrinoraAppControllerCore& cor
     BatchRunOptions options;
     options.jobs = 0;
     options.sampleLogLines = SampleLogLines::kOmitted;
-    if (kind == BatchRunner::Kind::Batch) return runBatchFile(core, ui, options, false);
+    if (kind == BatchRunner::Kind::Batch) {
+        // The batch tab's check box: the uncertainty file with the panel's uncertainties.
+        if (const UncertaintyChoice choice = loadUncertaintyChoice(defaults); choice.batchFile) {
+            options.uncertainty = choice;
+        }
+        return runBatchFile(core, ui, options, false);
+    }
     runKmlFile(core, ui, defaults, options);
     return {};
 }

@@ -250,8 +250,13 @@ void BrinoraAppController::calculate() {
     }
     // The form: a field whose text is no number is read as 0; the user says
     // whether to calculate with that 0.
-    if (selectedTab(TabView::DataConstants) == 0 && !confirmFieldsReadAsZero()) return;
-    form_.calculate();
+    if (selectedTab(TabView::DataConstants) != 1 && !confirmFieldsReadAsZero()) return;
+    if (form_.calculate()) {
+        showFormUncertainties();
+    } else if (!form_.outputFields().empty() && form_.outputFields().front()->text().empty()) {
+        // The results were cleared (a refused sample): so are their uncertainties.
+        clearFormUncertainties(tr("No sample calculated."));
+    }
 }
 
 bool BrinoraAppController::confirmFieldsReadAsZero() {
@@ -274,6 +279,7 @@ void BrinoraAppController::clear() {
     if (front == kGraphTab) return;
     if (front != 1) {
         form_.clear();
+        clearFormUncertainties(tr("Calculate a sample to see its budget."));
         return;
     }
     // The batch tab: its files, its preview and its progress; the form keeps its values.

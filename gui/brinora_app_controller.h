@@ -19,6 +19,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "app/form_controller.h"
@@ -27,6 +28,7 @@
 #include "app/ui.h"
 #include "gui/batch_runner.h"
 #include "gui/user_dialogs.h"
+#include "uncertainty_io/sample_uncertainty.h"
 
 class QAction;
 class QEventLoop;
@@ -39,6 +41,8 @@ class GraphPage;
 class PreviewTableItemModel;
 class PreviewWindow;
 class HelpViewer;
+class UncertaintyPanel;
+class ErrorSpaceWindow;
 
 class BrinoraAppController : public QMainWindow, public AppUi, public TabViews {
     Q_OBJECT
@@ -112,6 +116,18 @@ public:
     // Whether a batch or KML run is going on its own thread.
     bool batchRunning() const { return batchRunner_ && batchRunner_->running(); }
     GraphPage* graphPage() const { return graphPage_; }
+    // The Uncertainties page of the one-sample tab (index kUncertaintyTab of
+    // the data / constants tab view).
+    UncertaintyPanel* uncertaintyPanel() const { return uncertaintyPanel_; }
+    static constexpr int kUncertaintyTab = 2;
+    // The "± u" labels beside the output fields of board slot `tag`.
+    std::vector<QLabel*> uncertaintyLabels(std::uint32_t tag) const;
+    // The propagation of the form's last calculated sample, when the panel asked for it.
+    const std::optional<uncertainty::SampleUncertainty>& formUncertainty() const { return formUncertainty_; }
+    // The batch tab's check box: the run also writes the uncertainty file.
+    QCheckBox* batchUncertaintyBox() const { return batchUncertaintyBox_; }
+    // The error-space window of the form's last sample (made on first use).
+    ErrorSpaceWindow* errorSpaceWindow() const { return errorSpaceWindow_; }
     // Index of the graph tab in the one-sample / batch tab view.
     static constexpr int kGraphTab = 2;
     // Depth of nested preview window sessions now running.
@@ -135,6 +151,8 @@ public Q_SLOTS:
     void switchToConstants();
     void switchToBatchProcessing();
     void switchToGraph();
+    // The Uncertainties page of the one-sample tab.
+    void switchToUncertainties();
     void getCurrentTime();
     void getCurrentDate();
     // Opens the help book at its start page.
@@ -147,6 +165,8 @@ public Q_SLOTS:
     void writeKML();
     // Asks the batch or KML run that is going to stop after whole records.
     void cancelBatch();
+    // Shows the error-space diagram of the form's last calculated sample.
+    void showErrorSpace();
 
 Q_SIGNALS:
     // The preview window is on screen and its modal session is about to run.
@@ -172,6 +192,16 @@ private:
     QWidget* buildConstantsPage();
     QWidget* buildResultsPage(bool outputConditions);
     QWidget* buildBatchPage();
+    // The uncertainty panel's page, the batch tab's uncertainty check box,
+    // a "± u" label beside every output field, and the graph tab's
+    // error-space button (gui/form_uncertainty.cpp).
+    QWidget* buildUncertaintyPage();
+    QCheckBox* buildBatchUncertaintyBox(QWidget* parent);
+    void wireUncertainties();
+    // After Calculate: the propagation of the sample on the board with the
+    // panel's uncertainties, its "± u" labels and its budget; or none.
+    void showFormUncertainties();
+    void clearFormUncertainties(const QString& why);
     void buildMenus();
     void bindMenuToSetting(QComboBox* menu, std::string_view indexKey, std::string_view titleKey = {});
     QPushButton* helpButton(const QString& page);
@@ -223,6 +253,11 @@ private:
     GraphPage* graphPage_ = nullptr;
     // The output file of the batch run that is going, shown on the graph tab when it ends.
     std::string graphFileAfterRun_;
+    UncertaintyPanel* uncertaintyPanel_ = nullptr;
+    std::vector<std::pair<BoundField*, QLabel*>> uncertaintyLabels_;
+    std::optional<uncertainty::SampleUncertainty> formUncertainty_;
+    QCheckBox* batchUncertaintyBox_ = nullptr;
+    ErrorSpaceWindow* errorSpaceWindow_ = nullptr;
     PreviewWindow* previewWindow_ = nullptr;
     HelpViewer* helpViewer_ = nullptr;
     std::vector<PreviewSession*> previewSessions_;

@@ -65,6 +65,12 @@ GraphPage::GraphPage(SettingsStore& defaults, std::function<UserDialogs*()> dial
     export_->setObjectName("graphExport");
     export_->setToolTip(tr("Write the graph as a PNG image or an SVG drawing of the chosen size"));
 
+    errorSpace_ = new QPushButton(tr("Error S&pace…"), this);
+    errorSpace_->setObjectName("graphErrorSpace");
+    errorSpace_->setToolTip(tr("The error-space diagram of the sample calculated on the one-sample form: u of a "
+                               "result over the uncertainties of its two carbonate parameters (Orr et al. 2018)"));
+    connect(errorSpace_, &QPushButton::clicked, this, &GraphPage::errorSpaceRequested);
+
     auto* xLabel = new QLabel(tr("&x axis"), this);
     xLabel->setBuddy(xMenu_);
     auto* yLabel = new QLabel(tr("&y axis"), this);
@@ -85,6 +91,7 @@ GraphPage::GraphPage(SettingsStore& defaults, std::function<UserDialogs*()> dial
     auto* actions = new QHBoxLayout;
     actions->addWidget(open_);
     actions->addWidget(reset_);
+    actions->addWidget(errorSpace_);
     actions->addStretch(1);
     actions->addWidget(sizeLabel);
     actions->addWidget(width_);
@@ -104,7 +111,8 @@ GraphPage::GraphPage(SettingsStore& defaults, std::function<UserDialogs*()> dial
     setTabOrder(yMenu_, colourMenu_);
     setTabOrder(colourMenu_, open_);
     setTabOrder(open_, reset_);
-    setTabOrder(reset_, width_);
+    setTabOrder(reset_, errorSpace_);
+    setTabOrder(errorSpace_, width_);
     setTabOrder(width_, height_);
     setTabOrder(height_, format_);
     setTabOrder(format_, export_);

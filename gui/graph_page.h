@@ -40,10 +40,16 @@ public:
     QPushButton* openButton() const { return open_; }
     QPushButton* resetButton() const { return reset_; }
     QPushButton* exportButton() const { return export_; }
+    // Opens the error-space diagram of the one-sample form's last sample.
+    QPushButton* errorSpaceButton() const { return errorSpace_; }
     QComboBox* exportFormat() const { return format_; }
     QSpinBox* exportWidth() const { return width_; }
     QSpinBox* exportHeight() const { return height_; }
     const GraphScene& scene() const { return scene_; }
+
+Q_SIGNALS:
+    // The error-space button was pressed.
+    void errorSpaceRequested();
 
 public Q_SLOTS:
     // Asks for a file and plots it.
@@ -71,6 +77,7 @@ private:
     QPushButton* open_ = nullptr;
     QPushButton* reset_ = nullptr;
     QPushButton* export_ = nullptr;
+    QPushButton* errorSpace_ = nullptr;
     QComboBox* format_ = nullptr;
     QSpinBox* width_ = nullptr;
     QSpinBox* height_ = nullptr;

@@ -201,10 +201,12 @@ void BrinoraAppController::buildWindow() {
     mainTab->addTab(subTab, tr("Results"));
     dataConstantsTab->addTab(mainTab, tr("Data"));
     dataConstantsTab->addTab(new PageScroll(buildConstantsPage(), this), tr("Constants"));
+    dataConstantsTab->addTab(new PageScroll(buildUncertaintyPage(), this), tr("Uncertainties"));
     singleBatchTab->addTab(dataConstantsTab, tr("One Sample"));
     singleBatchTab->addTab(new PageScroll(buildBatchPage(), this), tr("Batch Processing"));
     graphPage_ = new GraphPage(defaults_, [this] { return dialogs_; }, this);
     singleBatchTab->addTab(graphPage_, tr("Graph"));
+    wireUncertainties();
     connect(singleBatchTab, &QTabWidget::currentChanged, this,
             [this] { if (calculateButton_) setBatchControlsEnabled(!batchRunning()); });
     connect(this, &BrinoraAppController::batchRunEnded, this, [this] {
@@ -626,6 +628,7 @@ QWidget* BrinoraAppController::buildBatchPage() {
                      "the Constants tab; wind speeds in the file are in m/s."),
                   files),
         2, 0, 1, 3);
+    grid->addWidget(buildBatchUncertaintyBox(files), 3, 0, 1, 3);
 
     batchPreviewTable_ = new QTableView(page);
     batchPreviewTable_->setObjectName("previewTableView");

@@ -46,6 +46,7 @@ void BrinoraAppController::buildMenus() {
     addView(tr("&Constants"), &BrinoraAppController::switchToConstants, Qt::Key_4);
     addView(tr("&Batch Processing"), &BrinoraAppController::switchToBatchProcessing, Qt::Key_5);
     addView(tr("&Graph"), &BrinoraAppController::switchToGraph, Qt::Key_6);
+    addView(tr("&Uncertainties"), &BrinoraAppController::switchToUncertainties, Qt::Key_7);
 
     QMenu* help = menuBar()->addMenu(tr("&Help"));
     QAction* main = help->addAction(tr("Brinora &Help"), this, &BrinoraAppController::showHelp_MainHelp);

@@ -30,7 +30,8 @@ struct Accelerator {
 
 const QStringList kPages = {QStringLiteral("inputPage"),         QStringLiteral("resultsInputPage"),
                             QStringLiteral("resultsOutputPage"), QStringLiteral("constantsPage"),
-                            QStringLiteral("batchPage"),         QStringLiteral("graphPage")};
+                            QStringLiteral("batchPage"),         QStringLiteral("graphPage"),
+                            QStringLiteral("uncertaintyPage")};
 
 QString pageOf(const QWidget* widget) {
     for (const QWidget* w = widget; w; w = w->parentWidget()) {
@@ -121,6 +122,7 @@ protected:
         if (page == QLatin1String("constantsPage")) window->switchToConstants();
         if (page == QLatin1String("batchPage")) window->switchToBatchProcessing();
         if (page == QLatin1String("graphPage")) window->switchToGraph();
+        if (page == QLatin1String("uncertaintyPage")) window->switchToUncertainties();
         QApplication::processEvents();
     }
 };
@@ -188,9 +190,11 @@ TEST_F(AcceleratorTest, EachAcceleratorReachesItsOwnTarget) {
         ASSERT_TRUE(QTest::qWaitForWindowActive(window));
     }
     // Four menus, Calculate and Clear, 14 number fields, four options, four
-    // batch buttons (Cancel is off while no run goes), seven on the graph tab.
-    EXPECT_EQ(accelerators.size(), 36u);
-    EXPECT_EQ(fired, 35u);
+    // batch buttons and the batch's uncertainty check box (Cancel is off
+    // while no run goes), eight on the graph tab, three on the uncertainty
+    // page.
+    EXPECT_EQ(accelerators.size(), 41u);
+    EXPECT_EQ(fired, 40u);
 }
 
 TEST_F(AcceleratorTest, AltCPressesCalculateInsteadOfTypingIntoTheField) {
