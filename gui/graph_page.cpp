@@ -6,7 +6,9 @@
 #include <QVBoxLayout>
 
 #include "app/settings_keys.h"
+#include "graph/graph_errors.h"
 #include "gui/qt_text.h"
+#include "uncertainty_io/uncertainty_path.h"
 
 namespace brinora {
 
@@ -41,6 +43,9 @@ GraphPage::GraphPage(SettingsStore& defaults, std::function<UserDialogs*()> dial
     file_ = new QLabel(tr("No file plotted yet."), this);
     file_->setObjectName("graphFile");
     file_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    errorBars_ = new QLabel(this);
+    errorBars_->setObjectName("graphErrorBars");
+    errorBars_->setTextInteractionFlags(Qt::TextSelectableByMouse);
 
     open_ = new QPushButton(tr("&Open File…"), this);
     open_->setObjectName("graphOpen");
@@ -105,6 +110,7 @@ GraphPage::GraphPage(SettingsStore& defaults, std::function<UserDialogs*()> dial
     layout->addWidget(graph_, 1);
     layout->addWidget(note_);
     layout->addWidget(file_);
+    layout->addWidget(errorBars_);
     layout->addLayout(actions);
 
     setTabOrder(xMenu_, yMenu_);
@@ -179,6 +185,21 @@ bool GraphPage::loadFile(const QString& path, bool quiet) {
     }
     table_ = std::make_unique<graph::GraphTable>(std::move(load.table));
     scene_.table = nullptr;
+    // Error bars from the uncertainty file a batch run wrote beside an output file.
+    scene_.errors.clear();
+    errorBars_->clear();
+    if (table_->kind == graph::FileKind::Output) {
+        const std::string uncertaintyPath = uncertainty::DefaultUncertaintyPath(path.toStdString());
+        if (QFileInfo::exists(QString::fromStdString(uncertaintyPath))) {
+            graph::ErrorBarsLoad bars = graph::readErrorBars(uncertaintyPath, *table_);
+            if (bars.ok) {
+                scene_.errors = std::move(bars.byColumn);
+                errorBars_->setText(tr("Error bars: ± u from %1").arg(QString::fromStdString(uncertaintyPath)));
+            } else {
+                errorBars_->setText(toQString(bars.message));
+            }
+        }
+    }
     fillMenus(table_->kind);
     scene_.table = table_.get();
     file_->setText(tr("%1: %2 samples from %3")

@@ -37,6 +37,9 @@ public:
     GraphWidget* graph() const { return graph_; }
     QLabel* noteLabel() const { return note_; }
     QLabel* fileLabel() const { return file_; }
+    // Where the error bars come from, or why there are none ("" when the
+    // plotted file has no uncertainty file beside it).
+    QLabel* errorBarsLabel() const { return errorBars_; }
     QPushButton* openButton() const { return open_; }
     QPushButton* resetButton() const { return reset_; }
     QPushButton* exportButton() const { return export_; }
@@ -74,6 +77,7 @@ private:
     GraphWidget* graph_ = nullptr;
     QLabel* note_ = nullptr;
     QLabel* file_ = nullptr;
+    QLabel* errorBars_ = nullptr;
     QPushButton* open_ = nullptr;
     QPushButton* reset_ = nullptr;
     QPushButton* export_ = nullptr;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <map>
 
 #include "graph/graph_decimate.h"
@@ -210,10 +211,40 @@ void drawColourKey(QPainter& painter, const GraphScene& scene, const QRectF& are
 
 }  // namespace
 
+namespace {
+
+// Error bars of at most this many points are drawn.
+constexpr std::size_t kMostErrorBars = 20000;
+
+// A vertical bar from y - u to y + u with short caps at every point that has
+// a finite u greater than 0.
+void drawErrorBars(QPainter& painter, const GraphScene& scene, const graph::PlotTransform& t) {
+    if (scene.yError.size() != scene.series.y.size() || scene.yError.size() > kMostErrorBars) return;
+    painter.save();
+    painter.setPen(QPen(QColor(90, 90, 90), 1.0));
+    constexpr double cap = 3.0;
+    for (std::size_t i = 0; i < scene.yError.size(); ++i) {
+        const double u = scene.yError[i];
+        if (!(std::isfinite(u) && u > 0.0)) continue;
+        const double px = t.px(scene.series.x[i]);
+        const double low = t.py(scene.series.y[i] - u), high = t.py(scene.series.y[i] + u);
+        painter.drawLine(QPointF(px, low), QPointF(px, high));
+        painter.drawLine(QPointF(px - cap, low), QPointF(px + cap, low));
+        painter.drawLine(QPointF(px - cap, high), QPointF(px + cap, high));
+    }
+    painter.restore();
+}
+
+}  // namespace
+
 void GraphScene::update() {
     const auto columns = table->columns();
     series = graph::makeSeries(*table, xColumn, yColumn, colour);
     yDown = columns[yColumn].depthLike;
+    yError.assign(series.y.size(), std::numeric_limits<float>::quiet_NaN());
+    if (yColumn < errors.size() && errors[yColumn].size() == table->rows()) {
+        for (std::size_t i = 0; i < series.row.size(); ++i) yError[i] = errors[yColumn][series.row[i]];
+    }
     resetView();
 }
 
@@ -265,6 +296,7 @@ void GraphRenderer::render(QPainter& painter, const GraphScene& scene, QSizeF si
 
     painter.save();
     painter.setClipRect(area);
+    drawErrorBars(painter, scene, t);
     const double r = kMarkerSize / 2;
     if (vector) {
         // Every point of a small series; a large one keeps one point per

@@ -28,6 +28,11 @@ struct GraphScene {
     graph::GraphSeries series;
     graph::GraphView view;
     bool yDown = false;  // the y column is depth-like: values increase downwards
+    // Standard uncertainties per table column and row (graph/graph_errors.h);
+    // empty: no error bars.
+    std::vector<std::vector<float>> errors;
+    // Per point of the series: its ± u on the y axis, not a number when none.
+    std::vector<float> yError;
 
     // Fills series, view and yDown from the table and the three choices.
     void update();

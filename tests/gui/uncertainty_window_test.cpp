@@ -230,6 +230,20 @@ TEST_F(UncertaintyWindowTest, TheBatchCheckBoxWritesTheCommandLinesUncertaintyFi
         << "the desktop's uncertainty file differs from brinora batch's";
     // The records are the command line's too.
     EXPECT_EQ(readText(output), readText(cliOutput));
+
+    // The graph tab plots the output with the uncertainty file's error bars:
+    // the first record's pH has the first row's u_ph.
+    GraphPage* graph = window->graphPage();
+    EXPECT_EQ(graph->errorBarsLabel()->text().toStdString(),
+              "Error bars: ± u from " + path("out_uncertainty.csv").toStdString());
+    graph->yMenu()->setCurrentIndex(graph->yMenu()->findData(QStringLiteral("pH (in)")));
+    const std::string firstRow = expected.substr(expected.find('\n') + 1);
+    const std::size_t third = firstRow.find(',', firstRow.find(',') + 1) + 1;
+    const float firstU = std::stof(firstRow.substr(third, firstRow.find(',', third) - third));
+    ASSERT_FALSE(graph->scene().yError.empty());
+    EXPECT_EQ(graph->scene().series.row[0], 0u);
+    EXPECT_EQ(graph->scene().yError[0], firstU);
+    EXPECT_GT(firstU, 0.005f);
 }
 
 TEST_F(UncertaintyWindowTest, WithoutTheCheckBoxNoUncertaintyFileIsWritten) {
