@@ -42,7 +42,8 @@ TEST_F(WindowSizeTest, TheDefaultSizeShowsTheWholeFormOnALaptopScreen) {
              {[w] { w->switchToInput(); }, "inputPageScroll"},
              {[w] { w->switchToConstants(); }, "constantsPageScroll"},
              {[w] { w->switchToResultsOutputConditions(); }, "resultsOutputPageScroll"},
-             {[w] { w->switchToBatchProcessing(); }, "batchPageScroll"}}) {
+             {[w] { w->switchToBatchProcessing(); }, "batchPageScroll"},
+             {[w] { w->switchToUncertainties(); }, "uncertaintyPageScroll"}}) {
         show();
         QApplication::processEvents();
         SCOPED_TRACE(page);
