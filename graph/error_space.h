@@ -26,7 +26,7 @@ struct ErrorSpace {
     double constantsPart = 0.0;  // u(y) of the constants alone (pK0 .. total boron)
     double otherPart = 0.0;      // u(y) of salinity, temperature, pressure, the nutrients, the flux inputs
     // The level of u(y) where the pair's part equals the constants' part:
-    // sqrt(2 constantsPart^2 + otherPart^2) (with the pair uncorrelated).
+    // sqrt(2 constantsPart^2 + otherPart^2) (the pair's part includes its correlation term).
     double balanceLevel = 0.0;
 
     double firstAt(std::size_t i) const { return columns > 1 ? maxFirst * double(i) / double(columns - 1) : 0.0; }

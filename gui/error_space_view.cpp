@@ -2,8 +2,9 @@
 
 #include <QHBoxLayout>
 #include <QPainter>
-#include <QPainterPath>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 #include "graph/graph_scale.h"
 #include "gui/qt_text.h"
@@ -28,7 +29,7 @@ QString parameterTitle(int code) {
     return QStringLiteral("u(") + QString::fromUtf8(names[code]) + QStringLiteral(")") + QString::fromUtf8(units[code]);
 }
 
-// The first-order default range: 0 to 10 times the usual uncertainty of each parameter.
+// The first range of an axis: 0 to 20 micromol/kg or microatm, 0 to 0.02 for pH.
 double defaultMaximum(int code) { return code == 3 ? 0.02 : 20.0; }
 }  // namespace
 

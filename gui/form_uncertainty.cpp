@@ -3,7 +3,6 @@
 // box for the uncertainty file and the error-space window. The propagation is
 // the one of `brinora calc --u-...` (app/uncertainty_choice.h).
 #include <QGridLayout>
-#include <QPointer>
 
 #include "app/settings_keys.h"
 #include "engine/engine.h"

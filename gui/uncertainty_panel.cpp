@@ -7,7 +7,8 @@
 #include <QLocale>
 #include <QVBoxLayout>
 
-#include "app/settings_keys.h"
+#include <algorithm>
+
 #include "engine/quantities.h"
 #include "gui/qt_text.h"
 #include "uncertainty_io/uncertainty_csv.h"
