@@ -15,6 +15,13 @@
 
 namespace brinora {
 
+namespace {
+// Width of the result fields beside their "± u" labels, in pixels.
+constexpr int kResultFieldWidth = 78;
+// Space between the columns of a result group, in pixels.
+constexpr int kResultColumnSpacing = 5;
+}  // namespace
+
 QWidget* BrinoraAppController::buildUncertaintyPage() {
     uncertaintyPanel_ = new UncertaintyPanel(defaults_, this);
     // A change of the uncertainties takes the "± u" of the last sample away:
@@ -50,9 +57,24 @@ void BrinoraAppController::wireUncertainties() {
         if (index < 0) continue;
         int row = 0, column = 0, rows = 0, columns = 0;
         grid->getItemPosition(index, &row, &column, &rows, &columns);
+        // The result fields and their unit column give the "± u" column
+        // room, so that the page still fits a 1366 by 768 screen: the
+        // numbers ("-1234.567") and the units still show whole.
+        field->setMinimumWidth(kResultFieldWidth);
+        grid->setColumnMinimumWidth(2, 0);
+        grid->setHorizontalSpacing(kResultColumnSpacing);
+        if (QLayoutItem* unit = grid->itemAtPosition(row, 2); unit && unit->widget()) unit->widget()->setMinimumWidth(0);
         auto* label = new QLabel(field->parentWidget());
         label->setObjectName(QStringLiteral("uncertainty_%1").arg(field->tag()));
         label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        QFont font = label->font();
+        font.setPointSizeF(font.pointSizeF() * 0.92);
+        label->setFont(font);
+        // Room for "± 0.0119" from the start, so that the window's size
+        // counts it and a calculation moves nothing.
+        label->setText(QStringLiteral("± 0.0000"));
+        label->setMinimumWidth(label->sizeHint().width());
+        label->clear();
         grid->addWidget(label, row, 3);
         uncertaintyLabels_.emplace_back(bound, label);
     }

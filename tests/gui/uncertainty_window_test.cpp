@@ -6,10 +6,13 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 
+#include <functional>
+
 #include "engine/slots.h"
 #include "gui/error_space_view.h"
 #include "gui/graph_page.h"
 #include "gui/uncertainty_panel.h"
+#include "gui/window_fit.h"
 #include "gui_fixture.h"
 #include "records/output_record.h"
 #include "tests/support/batch_input.h"
@@ -70,6 +73,32 @@ TEST_F(UncertaintyWindowTest, ResultsShowTheirUncertaintyAsTheCommandLinePrintsI
     EXPECT_EQ(plusMinus(slot::kSigmaIn), "");
     ASSERT_TRUE(window->formUncertainty().has_value());
     EXPECT_NEAR(window->formUncertainty()->propagated.u[uncertainty::qpH], 0.011895, 5e-7);
+}
+
+TEST_F(UncertaintyWindowTest, ResultsAndTheirUncertaintiesFitALaptopScreen) {
+    // The part of a 1366 by 768 screen left by a panel of 32 pixels.
+    window->resize(defaultWindowSize(window->sizeHint(), QRect(0, 0, 1366, 736)));
+    window->show();
+    calculateWorkedCase();
+    BrinoraAppController* w = window;
+    for (const auto& [show, page] : std::vector<std::pair<std::function<void()>, const char*>>{
+             {[w] { w->switchToResultsInputConditions(); }, "resultsInputPage"},
+             {[w] { w->switchToResultsOutputConditions(); }, "resultsOutputPage"}}) {
+        show();
+        QApplication::processEvents();
+        SCOPED_TRACE(page);
+        QWidget* shownPage = window->findChild<QWidget*>(QString::fromLatin1(page));
+        ASSERT_NE(shownPage, nullptr);
+        for (QLabel* label : shownPage->findChildren<QLabel*>()) {
+            if (label->isVisible() && !label->wordWrap()) {
+                EXPECT_GE(label->width(), label->sizeHint().width()) << label->text().toStdString();
+            }
+        }
+        for (QLineEdit* field : shownPage->findChildren<QLineEdit*>()) {
+            EXPECT_GE(field->width(), field->fontMetrics().horizontalAdvance(QStringLiteral("-1234.567")) + 8);
+        }
+    }
+    EXPECT_EQ(plusMinus(slot::kOmegaCaIn), "± 0.244");
 }
 
 TEST_F(UncertaintyWindowTest, TheBudgetChartHasABarForEachSource) {
