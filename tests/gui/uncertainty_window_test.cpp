@@ -275,6 +275,31 @@ TEST_F(UncertaintyWindowTest, TheBatchCheckBoxWritesTheCommandLinesUncertaintyFi
     EXPECT_GT(firstU, 0.005f);
 }
 
+TEST_F(UncertaintyWindowTest, AnUncertaintyFileThatCannotBeWrittenIsPresentedAndTheRecordsStay) {
+    const QString input = path("cruise.csv");
+    writeText(input, uncertaintyInput());
+    // A folder where the uncertainty file would go.
+    ASSERT_TRUE(QDir(folder.path()).mkdir(QStringLiteral("out_uncertainty.csv")));
+    chooseOptions(13, 1, 1, 1);
+    window->switchToBatchProcessing();
+    window->batchUncertaintyBox()->setChecked(true);
+    const QString output = path("out.csv");
+    writeText(output, std::string(dataFileHeaders()));
+    window->setText(TextField::PathField, input.toStdString());
+    window->setText(TextField::PathFieldOut, output.toStdString());
+    click(window->calculateButton());
+    ASSERT_TRUE(waitForBatchRun());
+    ASSERT_EQ(dialogs.errors.size(), 1u);
+    const std::string folderPath = path("out_uncertainty.csv").toStdString();
+    EXPECT_EQ(dialogs.errors[0].localizedDescription,
+              "The uncertainty file " + folderPath + " was not written (the output \"" + folderPath +
+                  "\" is a folder; give a file name). The records are in the output file.");
+    // 30 sample lines and one with a single parameter: 31 records after the header.
+    EXPECT_EQ(window->core().recordsWritten, 31);
+    ASSERT_EQ(dialogs.alerts.size(), 1u);
+    EXPECT_EQ(dialogs.alerts[0].informativeText.find("Uncertainty File"), std::string::npos);
+}
+
 TEST_F(UncertaintyWindowTest, WithoutTheCheckBoxNoUncertaintyFileIsWritten) {
     const QString input = path("cruise.csv");
     writeText(input, uncertaintyInput());
