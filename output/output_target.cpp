@@ -28,22 +28,25 @@ OutputError systemError(const std::string& message, int errorNumber) { return Ou
 
 // Every change of an output file holds this lock, and so does the stop of
 // the process by a signal (stopOutputs), which never gives it back.
+// This registry and the two below are never destroyed: a signal that comes
+// while the program is already exiting is still served by the thread that
+// waits for it, after the static objects have gone.
 std::timed_mutex& outputLock() {
-    static std::timed_mutex lock;
-    return lock;
+    static auto* const lock = new std::timed_mutex;
+    return *lock;
 }
 
 // The targets of the process that are being written.
 std::set<OutputTarget*>& liveTargets() {
-    static std::set<OutputTarget*> targets;
-    return targets;
+    static auto* const targets = new std::set<OutputTarget*>;
+    return *targets;
 }
 
 // What became of the targets of this process that were committed and are
 // gone, so that a signal after a commit still tells it (under the lock).
 std::vector<std::string>& committedTexts() {
-    static std::vector<std::string> texts;
-    return texts;
+    static auto* const texts = new std::vector<std::string>;
+    return *texts;
 }
 
 // The folder part and the name part of `path` ("a/b.csv" -> "a", "b.csv";
