@@ -265,7 +265,7 @@ def _threads(threads):
     return threads
 
 
-def _check_call(values, constants, khso4, ph_scale, flux, threads):
+def _check_call(values, constants=None, khso4=None, ph_scale=None, flux=None, threads=None):
     """The checks of a call that need no data, shared by every front:
     exactly two carbonate parameters given, the flux inputs both or neither.
     ``values``: input name -> the value given or None. Returns the names of
