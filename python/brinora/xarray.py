@@ -265,10 +265,10 @@ def _read(ds, given, latitude, longitude, units, stacklevel=3):
     return _Read(given, names, data, fixed, arrays, inputs, notes, converted, lazy)
 
 
-def _finish(out, read, keep, items, function, ds):
+def _finish(out, read, keep, items, function, ds, status=True):
     """The coordinates' attributes from the inputs, CF attributes of the
-    results in ``keep``, the status and the dataset, and the notes of the
-    input conversions."""
+    results in ``keep``, the status (with ``status``) and the dataset, and
+    the notes of the input conversions."""
     for name, coordinate in out.coords.items():
         for array in read.arrays:
             if name in array.coords:
@@ -277,7 +277,8 @@ def _finish(out, read, keep, items, function, ds):
     given = read.given
     described = ", ".join(f"{n}={given[n] if isinstance(given[n], str) else read.inputs[n].source}"
                           for n in _INPUTS if given[n] is not None)
-    _decorate(out, keep, items, f"brinora.xarray.{function}({described})", ds.attrs.get("history"))
+    _decorate(out, keep, items, f"brinora.xarray.{function}({described})", ds.attrs.get("history"),
+              status)
     out.attrs["input_conversions"] = "\n".join(read.notes) if read.notes else "none"
     if "pressure" not in read.converted:
         out.attrs["pressure"] = "none given and no vertical coordinate: 0 dbar (the surface)"
@@ -288,17 +289,13 @@ def _input_place(name, value):
     return _cf.Input(name, value, source, None, name)
 
 
-def _decorate(out, keep, items, call, history):
-    """CF attributes of the results, the status and the dataset."""
+def _decorate(out, keep, items, call, history, status=True):
+    """CF attributes of the results, the status (with ``status``) and the dataset."""
     for name in keep:
         out[name].attrs = {**brinora.attributes(name, items["ph_scale"]),
                            "ancillary_variables": "status"}
-    out["status"].attrs = {
-        "long_name": "why a point was not computed (0: computed)",
-        "standard_name": "status_flag",
-        "flag_values": np.arange(len(brinora.STATUS_MESSAGES), dtype=np.int8),
-        "flag_meanings": " ".join(_status_meaning(m) for m in brinora.STATUS_MESSAGES),
-    }
+    if status:
+        _status_attributes(out)
     stamp = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
     line = f"{stamp} {call} with Brinora {__version__}"
     out.attrs = {
@@ -308,6 +305,15 @@ def _decorate(out, keep, items, call, history):
         "brinora_version": __version__,
         **{option: f"{items[option]}: {brinora.option_title(option, items[option])}"
            for option in ("constants", "khso4", "ph_scale", "flux")},
+    }
+
+
+def _status_attributes(out):
+    out["status"].attrs = {
+        "long_name": "why a point was not computed (0: computed)",
+        "standard_name": "status_flag",
+        "flag_values": np.arange(len(brinora.STATUS_MESSAGES), dtype=np.int8),
+        "flag_meanings": " ".join(_status_meaning(m) for m in brinora.STATUS_MESSAGES),
     }
 
 
@@ -324,3 +330,7 @@ def result_dataset(result, dims=None, coords=None):
     keep = [name for name in result if name != "status"]
     _decorate(out, keep, result.options, "brinora.compute", None)
     return out
+
+
+# The uncertainty wrappers, which use the functions above.
+from ._xarray_uncertainty import add_uncertainty, buffers, sensitivities, uncertainty  # noqa: E402
