@@ -10,6 +10,8 @@ have theirs here.
 
 import re
 
+import numpy as np
+
 from ._quantities import PH_SCALES, QUANTITIES
 
 #: The constants among the sources: pK units (the constant as the
@@ -141,3 +143,67 @@ def derivative_name(result, source):
     """The name of the variable or column of a partial derivative: "dph_dta"
     for dpH/dTA."""
     return f"d{result}_d{source}"
+
+
+_FLUX_SOURCES = ("pco2_air", "wind_speed")
+_FLUX_QUANTITIES = ("co2_flux", "co2_flux_out")
+
+
+def _listed(names):
+    return list(dict.fromkeys([names] if isinstance(names, str) else names))
+
+
+def results_asked(results, flux):
+    """The results of brinora.uncertainty asked for (default: all, the flux
+    only with its inputs), checked."""
+    from .uncertainty import RESULTS
+
+    if results is None:
+        return [name for name in RESULTS if flux or name not in _FLUX_QUANTITIES]
+    names = _listed(results)
+    unknown = [name for name in names if name not in RESULTS]
+    if unknown:
+        raise ValueError(f"unknown result name(s) {', '.join(map(repr, unknown))}: the results are "
+                         f"{', '.join(RESULTS)}")
+    if not flux and set(names) & set(_FLUX_QUANTITIES):
+        raise ValueError("the air-sea flux needs wind_speed and pco2_air: "
+                         f"{', '.join(n for n in names if n in _FLUX_QUANTITIES)} cannot be computed")
+    return names
+
+
+def sources_asked(sources, every, flux):
+    """The sources asked for among ``every`` (those of the pair; default:
+    all, the flux inputs only when given), checked."""
+    if sources is None:
+        return [name for name in every if flux or name not in _FLUX_SOURCES]
+    names = _listed(sources)
+    unknown = [name for name in names if name not in every]
+    if unknown:
+        raise ValueError(f"unknown source(s) {', '.join(map(repr, unknown))}: the sources of "
+                         f"this pair are {', '.join(every)}")
+    return names
+
+
+def buffers_asked(results):
+    """The buffer factors asked for (default: all, at both conditions), checked."""
+    from .uncertainty import BUFFER_NAMES
+
+    every = list(BUFFER_NAMES) + [name + "_out" for name in BUFFER_NAMES]
+    if results is None:
+        return every
+    names = _listed(results)
+    unknown = [name for name in names if name not in every]
+    if unknown:
+        raise ValueError(f"unknown buffer factor(s) {', '.join(map(repr, unknown))}: the "
+                         f"buffer factors are {', '.join(every)}")
+    return names
+
+
+def budget_sources(names, matrix, by_source):
+    """The sources whose budget is given, in the order of ``names``: those
+    of a non-zero variance in ``matrix``, or without one, those of
+    ``by_source`` (source -> u) other than a number 0."""
+    if matrix is not None:
+        return [s for i, s in enumerate(names) if matrix[i, i] != 0]
+    return [s for s in names if s in by_source and not (
+        isinstance(by_source[s], (int, float, np.number)) and by_source[s] == 0)]

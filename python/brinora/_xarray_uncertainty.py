@@ -10,8 +10,6 @@ inputs each function builds one task per chunk
 the result is computed or loaded; on in-memory inputs it computes at once.
 """
 
-import numbers
-
 import numpy as np
 import xarray as xr
 
@@ -19,10 +17,8 @@ import brinora
 from . import _cf
 from . import _uncertainty_table as table
 from . import xarray as front
-from .uncertainty import BUFFER_NAMES, RESULTS, check_propagation, source_names
+from .uncertainty import check_propagation, source_names
 
-_FLUX_SOURCES = ("pco2_air", "wind_speed")
-_FLUX_QUANTITIES = ("co2_flux", "co2_flux_out")
 # The status of the double-precision calculation (brinora.uncertainty.Uncertainty.status).
 _STATUS_ATTRS = {
     "long_name": "why a point has no derivatives (0: computed)",
@@ -40,22 +36,6 @@ def _given(salinity, temperature, pressure, phosphate, silicate, ta, tco2, ph, f
             "phosphate": phosphate, "silicate": silicate, "temperature_out": temperature_out,
             "pressure_out": pressure_out, "ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2,
             "pco2": pco2, "wind_speed": wind_speed, "pco2_air": pco2_air}
-
-
-def _results(results, flux, what="results"):
-    """The results of brinora.uncertainty asked for (default: all, the flux
-    only with its inputs), checked."""
-    if results is None:
-        return [name for name in RESULTS if flux or name not in _FLUX_QUANTITIES]
-    names = list(dict.fromkeys([results] if isinstance(results, str) else results))
-    unknown = [name for name in names if name not in RESULTS]
-    if unknown:
-        raise ValueError(f"unknown result name(s) {', '.join(map(repr, unknown))}: the {what} are "
-                         f"{', '.join(RESULTS)}")
-    if not flux and set(names) & set(_FLUX_QUANTITIES):
-        raise ValueError("the air-sea flux needs wind_speed and pco2_air: "
-                         f"{', '.join(n for n in names if n in _FLUX_QUANTITIES)} cannot be computed")
-    return names
 
 
 def _call_inputs(names, arrays, fixed):
@@ -121,16 +101,8 @@ def sensitivities(ds, salinity="so", temperature="thetao", pressure=None, phosph
     items, threads = front._check(given, options, threads)
     pair = [name for name in brinora.PARAMETERS if given[name] is not None]
     flux = wind_speed is not None
-    keep = _results(results, flux)
-    every = source_names(*pair)
-    if sources is None:
-        chosen = [name for name in every if flux or name not in _FLUX_SOURCES]
-    else:
-        chosen = list(dict.fromkeys([sources] if isinstance(sources, str) else sources))
-        unknown = [name for name in chosen if name not in every]
-        if unknown:
-            raise ValueError(f"unknown source(s) {', '.join(map(repr, unknown))}: the sources of "
-                             f"this pair are {', '.join(every)}")
+    keep = table.results_asked(results, flux)
+    chosen = table.sources_asked(sources, source_names(*pair), flux)
     read = front._read(ds, given, latitude, longitude, units)
     pairs = [(result, source) for result in keep for source in chosen]
     outputs = _apply(_sensitivity_kernel, read, [], [],
@@ -244,7 +216,7 @@ def uncertainty(ds, salinity="so", temperature="thetao", pressure=None, phosphat
                                                         covariance, method, draws)
     if budget and drawn:
         raise ValueError("a Monte Carlo result has no budget: budget=True needs method='linear'")
-    keep = _results(results, wind_speed is not None)
+    keep = table.results_asked(results, wind_speed is not None)
     for name in units:
         if name.startswith("u_") and name[2:] not in given_u:
             raise ValueError(f"units: {name!r} is not the uncertainty of an input")
@@ -273,13 +245,7 @@ def uncertainty(ds, salinity="so", temperature="thetao", pressure=None, phosphat
     else:
         fixed["correlation"] = correlation
 
-    budget_sources = []
-    if budget:
-        if matrix is not None:
-            budget_sources = [s for i, s in enumerate(names) if matrix[i, i] != 0]
-        else:
-            budget_sources = [s for s in names if s in by_source and not (
-                isinstance(by_source[s], numbers.Real) and by_source[s] == 0)]
+    budget_sources = table.budget_sources(names, matrix, by_source) if budget else []
     outputs = [(np.float64, [])] * len(keep)
     if budget_sources:
         outputs += [(np.float64, ["source"])] * len(keep)
@@ -333,15 +299,7 @@ def buffers(ds, salinity="so", temperature="thetao", pressure=None, phosphate=No
     given = _given(salinity, temperature, pressure, phosphate, silicate, ta, tco2, ph, fco2, pco2,
                    temperature_out, pressure_out, wind_speed, pco2_air)
     items, threads = front._check(given, options, threads)
-    every = list(BUFFER_NAMES) + [name + "_out" for name in BUFFER_NAMES]
-    if results is None:
-        keep = every
-    else:
-        keep = list(dict.fromkeys([results] if isinstance(results, str) else results))
-        unknown = [name for name in keep if name not in every]
-        if unknown:
-            raise ValueError(f"unknown buffer factor(s) {', '.join(map(repr, unknown))}: the "
-                             f"buffer factors are {', '.join(every)}")
+    keep = table.buffers_asked(results)
     read = front._read(ds, given, latitude, longitude, units)
     outputs = _apply(_buffer_kernel, read, [], [],
                      dict(fixed=read.fixed, keep=keep, options=items, threads=read.threads(threads)),
