@@ -10,6 +10,8 @@ inputs each function builds one task per chunk
 the result is computed or loaded; on in-memory inputs it computes at once.
 """
 
+import warnings
+
 import numpy as np
 import xarray as xr
 
@@ -233,6 +235,7 @@ def uncertainty(ds, salinity="so", temperature="thetao", pressure=None, phosphat
         value, note = _uncertainty_of(ds, name, value, units)
         if note:
             notes.append(note)
+            warnings.warn(note, front.ConversionWarning, stacklevel=2)
         if isinstance(value, xr.DataArray):
             extra_names.append(f"u_{name}")
             extra_data.append(value)

@@ -267,10 +267,9 @@ def compute_dask(paths, blocksize="64MB", **options):
 
 # -- sensitivities, uncertainties and buffer factors of the rows -----------
 
-def _columns_of(df, columns, what="input"):
-    """Each input or uncertainty as the column named, or a number for every
-    row. With no input named, the columns of ``df`` named as the inputs of
-    brinora.QUANTITIES (salinity, temperature, ..., ta, tco2, ...)."""
+def _columns_of(df, columns):
+    """Each value of ``columns`` given (name -> a column name or a number
+    for every row) as the column of ``df`` or the number."""
     out = {}
     for name, column in columns.items():
         if column is None:
@@ -286,6 +285,9 @@ def _columns_of(df, columns, what="input"):
 
 
 def _inputs(df, given):
+    """The inputs of the columns named in ``given`` (input name -> a column
+    name, a number or None); with none named, the columns of ``df`` named as
+    the inputs of brinora.QUANTITIES (salinity, temperature, ..., ta, tco2)."""
     if all(value is None for value in given.values()):
         given = {name: name for name in _INPUTS if name in df.columns}
     inputs = _columns_of(df, given)
@@ -368,7 +370,7 @@ def uncertainty(df, salinity=None, temperature=None, pressure=None, phosphate=No
             value is None for value in given_u.values()):
         given_u = {name: f"u_{name}" for name in _INPUTS if f"u_{name}" in df.columns}
     inputs = _inputs(df, given)
-    uncertainties = {f"u_{name}": value for name, value in _columns_of(df, given_u).items()}
+    uncertainties = _columns_of(df, {f"u_{name}": value for name, value in given_u.items()})
     if isinstance(correlation, str):
         correlation = _columns_of(df, {"correlation": correlation})["correlation"]
     if budget and method != "linear":
