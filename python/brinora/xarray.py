@@ -332,5 +332,9 @@ def result_dataset(result, dims=None, coords=None):
     return out
 
 
-# The uncertainty wrappers, which use the functions above.
+# The uncertainty wrappers, which use the functions above; they are this module's.
 from ._xarray_uncertainty import add_uncertainty, buffers, sensitivities, uncertainty  # noqa: E402
+
+for _function in (sensitivities, uncertainty, buffers, add_uncertainty):
+    _function.__module__ = __name__
+del _function
