@@ -183,9 +183,9 @@ def uncertainty(ds, salinity="so", temperature="thetao", pressure=None, phosphat
     from its ``units``, or ``units["u_<source>"]``, by a factor: per-volume
     amounts and depths are refused); ``correlation`` a number, a variable
     name or a DataArray; ``u_constants``, ``covariance``, ``method``,
-    ``draws`` and ``seed`` as for brinora.uncertainty (on dask, a Monte
-    Carlo chunk seeds its samples by ``seed`` plus their index in the chunk,
-    so that its result depends on the chunks; the linear result does not).
+    ``draws`` and ``seed`` as for brinora.uncertainty (a Monte Carlo point
+    is seeded by ``seed`` plus its position in C order on the result's
+    dimensions, on dask too: the result does not depend on the chunks).
     ``results``: names of brinora.uncertainty.RESULTS (default: all, the
     flux only with its inputs).
 
@@ -247,6 +247,11 @@ def uncertainty(ds, salinity="so", temperature="thetao", pressure=None, phosphat
         extra_data.append(correlation)
     else:
         fixed["correlation"] = correlation
+    if drawn and read.lazy:
+        # Each point seeded as in one call on the whole grid, whatever the chunks.
+        extra_names.append("seed")
+        extra_data.append(_positions(read.data + extra_data, seed))
+        del arguments["seed"]
 
     budget_sources = table.budget_sources(names, matrix, by_source) if budget else []
     outputs = [(np.float64, [])] * len(keep)
@@ -280,6 +285,38 @@ def uncertainty(ds, salinity="so", temperature="thetao", pressure=None, phosphat
         "linear: first-order propagation with exact derivatives (JCGM 100:2008)" if not drawn else
         f"monte_carlo: {draws} normal draws per sample, seed {seed}")
     return out
+
+
+def _seeds_of_block(seed, block_info=None):
+    """``seed`` plus the C-order position of every point of the block in the
+    whole array (block_info: dask's description of the block)."""
+    info = block_info[None]
+    shape, location = info["shape"], info["array-location"]
+    strides = [int(np.prod(shape[axis + 1:], dtype=np.int64)) for axis in range(len(shape))]
+    index = np.full([stop - start for start, stop in location], np.uint64(seed), dtype=np.uint64)
+    for axis, ((start, stop), stride) in enumerate(zip(location, strides)):
+        step = np.arange(start, stop, dtype=np.uint64) * np.uint64(stride)
+        index += step.reshape([-1 if k == axis else 1 for k in range(len(shape))])
+    return index
+
+
+def _positions(data, seed):
+    """A lazy DataArray on the dimensions of the result (those of ``data``,
+    in order of appearance, as apply_ufunc orders them) and the chunks of
+    ``data``: ``seed`` plus each point's position in C order."""
+    import dask.array as da
+
+    sizes, chunks = {}, {}
+    for array in data:
+        for dim, size in zip(array.dims, array.shape):
+            sizes.setdefault(dim, size)
+        if array.chunks is not None:
+            for dim, dim_chunks in zip(array.dims, array.chunks):
+                chunks.setdefault(dim, dim_chunks)
+    dims = list(sizes)
+    index = da.map_blocks(_seeds_of_block, int(seed), dtype=np.uint64,
+                          chunks=tuple(chunks.get(dim, (sizes[dim],)) for dim in dims))
+    return xr.DataArray(index, dims=dims)
 
 
 # -- buffers ---------------------------------------------------------------

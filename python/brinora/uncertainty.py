@@ -175,6 +175,17 @@ def check_propagation(given, given_u, u_constants, correlation, covariance, meth
     return names, None, by_source, draws
 
 
+def _seeds(seed, shape):
+    """The Monte Carlo seeds as the compiled core takes them: one (sample i
+    is seeded by seed + i) or one per sample."""
+    seeds = np.asarray(seed)
+    if seeds.ndim == 0:
+        return np.array([operator.index(seed)], dtype=np.uint64)
+    if seeds.dtype.kind not in "iu":
+        raise TypeError(f"seed must be an integer or an array of integers, not of dtype {seeds.dtype}")
+    return np.ascontiguousarray(np.broadcast_to(seeds, shape)).reshape(-1).astype(np.uint64)
+
+
 def uncertainty(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=None, tco2=None, ph=None,
                 fco2=None, pco2=None, temperature_out=None, pressure_out=None, wind_speed=None, pco2_air=None,
                 constants=None, khso4=None, ph_scale=None, flux=None, u_ta=None, u_tco2=None, u_ph=None,
@@ -195,8 +206,9 @@ def uncertainty(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, t
     ``method``: "linear", first-order propagation u(y)^2 = g' C g with the
     exact gradient g (the default), or "monte_carlo": ``draws`` normal
     draws of the sources per sample through the same calculation (seeded by
-    ``seed`` plus the sample's index; one sample spreads its draws over the
-    threads), u being their standard deviation; it checks the linear result
+    ``seed`` plus the sample's index in C order, or, where ``seed`` is an
+    array of integers that broadcasts with the inputs, by the sample's own
+    seed; one sample spreads its draws over the threads), u being their standard deviation; it checks the linear result
     at large uncertainties and has no budget.
 
     Returns an :class:`Uncertainty`.
@@ -230,7 +242,8 @@ def uncertainty(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, t
     # Budgets are computed for the sources of non-zero uncertainty only; the
     # others are 0 (or NaN where the sample has no result).
     values, u, budget, status = _brinora.propagate(flat, size, menu, pair, u_arrays, correlation_array,
-                                                   covariance_flat, budget_sources, draws, int(seed), threads)
+                                                   covariance_flat, budget_sources, draws, _seeds(seed, shape),
+                                                   threads)
     result = {q: u[i].reshape(shape) for i, q in enumerate(RESULTS)}
     computed = status.reshape(shape) == 0
     nothing = np.where(computed, 0.0, np.nan) if draws == 0 else np.full(shape, np.nan)

@@ -247,11 +247,29 @@ def test_bad_calls_are_refused_before_anything_is_computed():
         bx.uncertainty(ds, **GRID, units={"u_bt": "1"})
 
 
-def test_monte_carlo_in_one_chunk_equals_the_eager_result():
-    ds = _worked_grid()
-    args = dict(ta="talk", tco2="dissic", **WORKED_U, method="monte_carlo", draws=400, seed=7,
-                results=["ph"])
+def test_monte_carlo_does_not_depend_on_the_chunks():
+    ds = small_grid(nlev=2, nlat=4, nlon=3)
+    args = dict(**GRID, u_ta=2, u_tco2=2, method="monte_carlo", draws=200, seed=7,
+                results=["ph", "omega_aragonite"], constants=10)
     eager = bx.uncertainty(ds, **args)
-    lazy = bx.uncertainty(ds.chunk({"y": 3, "x": 4}), **args).compute()
-    np.testing.assert_array_equal(lazy.u_ph.values, eager.u_ph.values)
-    assert eager.attrs["uncertainty_method"] == "monte_carlo: 400 normal draws per sample, seed 7"
+    lazy = bx.uncertainty(ds.chunk({"lev": 1, "lat": 3, "lon": 2}), **args)
+    assert lazy.u_ph.chunks == ((1, 1), (3, 1), (2, 1))
+    computed = lazy.compute()
+    # Sample i of the grid is seeded by 7 + i in C order, as in one NumPy call.
+    reference = brinora.uncertainty(**_grid_arrays(ds), u_ta=2, u_tco2=2, method="monte_carlo",
+                                    draws=200, seed=7, constants=10)
+    for name in ("ph", "omega_aragonite"):
+        np.testing.assert_array_equal(computed[f"u_{name}"].values, reference[name])
+        np.testing.assert_array_equal(eager[f"u_{name}"].values, reference[name])
+    assert eager.attrs["uncertainty_method"] == "monte_carlo: 200 normal draws per sample, seed 7"
+
+
+def test_per_sample_seeds_of_the_numpy_function():
+    args = dict(ta=2300, tco2=2000, u_ta=2, u_tco2=2, method="monte_carlo", draws=100)
+    three = brinora.uncertainty([35.0, 34.0, 33.0], 18, **args, seed=5)
+    own = brinora.uncertainty([35.0, 34.0, 33.0], 18, **args, seed=np.array([5, 6, 7]))
+    np.testing.assert_array_equal(three["ph"], own["ph"])
+    single = brinora.uncertainty(34.0, 18, **args, seed=6)
+    assert own["ph"][1] == float(single["ph"])
+    with pytest.raises(TypeError, match="seed must be an integer or an array of integers"):
+        brinora.uncertainty(35.0, 18, **args, seed=np.array([1.5]))
