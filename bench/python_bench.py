@@ -6,9 +6,14 @@
 1. The compiled loop alone (brinora._brinora.compute on ready float32 arrays,
    one thread): the C++ per-sample rate.
 2. brinora.compute on 10^6 float64 samples with 1 and with 2 threads.
-3. The lazy xarray path on a LocalCluster, 2 x 10^6 points in 9 chunks, with
+3. brinora.uncertainty (first-order propagation with budgets, 2 x 10^5
+   samples) with 1 and with 2 threads, and the 2-thread/1-thread ratios of
+   compute and of uncertainty side by side.
+4. The lazy xarray path on a LocalCluster, 2 x 10^6 points in 9 chunks, with
    1 and with 2 worker processes (examples/model_grid.py), with the workers'
    peak memory.
+
+    --threads-only: parts 2 and 3 only (no cluster).
 """
 
 import pathlib
@@ -22,6 +27,7 @@ import brinora
 from brinora import _brinora
 
 N = 1_000_000
+N_UNCERTAINTY = 200_000
 
 
 def best_of(repeats, call):
@@ -49,6 +55,17 @@ def main():
     print(f"compiled loop, 1 thread:        {N / core:12.0f} samples/s")
     print(f"brinora.compute, 1 thread:      {N / one:12.0f} samples/s  ({core / one:.1%} of the loop)")
     print(f"brinora.compute, 2 threads:     {N / two:12.0f} samples/s  ({one / two:.2f} x 1 thread)")
+
+    part = {name: values[:N_UNCERTAINTY] for name, values in inputs.items()}
+    uncertain = dict(u_ta=2, u_tco2=2, u_salinity=0.01, u_temperature=0.01, constants=13)
+    u_one = best_of(3, lambda: brinora.uncertainty(**part, **uncertain, threads=1))
+    u_two = best_of(3, lambda: brinora.uncertainty(**part, **uncertain, threads=2))
+    print(f"brinora.uncertainty, 1 thread:  {N_UNCERTAINTY / u_one:12.0f} samples/s")
+    print(f"brinora.uncertainty, 2 threads: {N_UNCERTAINTY / u_two:12.0f} samples/s  "
+          f"({u_one / u_two:.2f} x 1 thread)")
+    print(f"1-thread / 2-thread time: compute {one / two:.2f}, uncertainty {u_one / u_two:.2f}")
+    if "--threads-only" in sys.argv[1:]:
+        return
 
     example = pathlib.Path(__file__).resolve().parents[1] / "examples" / "model_grid.py"
     rates = {}

@@ -125,7 +125,8 @@ def sensitivities(ds, salinity="so", temperature="thetao", pressure=None, phosph
 # -- uncertainty -----------------------------------------------------------
 
 def _uncertainty_kernel(*arrays, names, fixed, keep, budget_sources, arguments, threads):
-    u = brinora.uncertainty(**_call_inputs(names, arrays, fixed), **arguments, threads=threads)
+    u = brinora.uncertainty(**_call_inputs(names, arrays, fixed), **arguments,
+                            budget=bool(budget_sources), threads=threads)
     values = tuple(u[name] for name in keep)
     if budget_sources:
         values += tuple(np.stack([u.budget[name][source] for source in budget_sources], axis=-1)

@@ -379,7 +379,7 @@ def uncertainty(df, salinity=None, temperature=None, pressure=None, phosphate=No
     keep = _table.results_asked(results, "wind_speed" in inputs)
     u = brinora.uncertainty(**inputs, **uncertainties, **items, u_constants=u_constants,
                             correlation=correlation, covariance=covariance, method=method,
-                            draws=draws, seed=seed, threads=threads)
+                            draws=draws, seed=seed, budget=budget, threads=threads)
     columns, units = {}, {}
     scale = items["ph_scale"]
     for name in keep:

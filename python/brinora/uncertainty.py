@@ -192,7 +192,7 @@ def uncertainty(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, t
                 u_fco2=None, u_pco2=None, u_salinity=None, u_temperature=None, u_pressure=None,
                 u_phosphate=None, u_silicate=None, u_temperature_out=None, u_pressure_out=None,
                 u_pco2_air=None, u_wind_speed=None, u_constants="standard", correlation=0.0,
-                covariance=None, method="linear", draws=10000, seed=0, threads=None):
+                covariance=None, method="linear", draws=10000, seed=0, budget=True, threads=None):
     """Combined standard uncertainty of every result.
 
     Inputs and options as :func:`brinora.compute`. ``u_<source>``: standard
@@ -210,6 +210,10 @@ def uncertainty(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, t
     array of integers that broadcasts with the inputs, by the sample's own
     seed; one sample spreads its draws over the threads), u being their standard deviation; it checks the linear result
     at large uncertainties and has no budget.
+
+    ``budget``: False leaves the budget out (``.budget`` is then empty): on
+    large arrays it is the largest part of the memory, some 100 bytes per
+    sample, result and source.
 
     Returns an :class:`Uncertainty`.
     """
@@ -239,20 +243,22 @@ def uncertainty(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, t
                              else rho.reshape(1))
         covariance_flat = np.zeros(0)
         budget_sources = [i for i, array in enumerate(u_arrays) if np.any(array != 0)]
+    if not budget:
+        budget_sources = []
     # Budgets are computed for the sources of non-zero uncertainty only; the
     # others are 0 (or NaN where the sample has no result).
-    values, u, budget, status = _brinora.propagate(flat, size, menu, pair, u_arrays, correlation_array,
-                                                   covariance_flat, budget_sources, draws, _seeds(seed, shape),
-                                                   threads)
+    values, u, parts, status = _brinora.propagate(flat, size, menu, pair, u_arrays, correlation_array,
+                                                  covariance_flat, budget_sources, draws, _seeds(seed, shape),
+                                                  threads)
     result = {q: u[i].reshape(shape) for i, q in enumerate(RESULTS)}
     computed = status.reshape(shape) == 0
     nothing = np.where(computed, 0.0, np.nan) if draws == 0 else np.full(shape, np.nan)
     nothing.flags.writeable = False
     budgets = {}
-    for i, q in enumerate(RESULTS):
+    for i, q in enumerate(RESULTS if budget else ()):
         budgets[q] = {s: nothing for s in names}
         for k, j in enumerate(budget_sources):
-            budgets[q][names[j]] = budget[i, k].reshape(shape)
+            budgets[q][names[j]] = parts[i, k].reshape(shape)
     value_map = {q: values[i].reshape(shape) for i, q in enumerate(RESULTS)}
     return Uncertainty(result, budgets, value_map, _status(status, shape))
 

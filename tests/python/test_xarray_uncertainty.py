@@ -273,3 +273,11 @@ def test_per_sample_seeds_of_the_numpy_function():
     assert own["ph"][1] == float(single["ph"])
     with pytest.raises(TypeError, match="seed must be an integer or an array of integers"):
         brinora.uncertainty(35.0, 18, **args, seed=np.array([1.5]))
+
+
+def test_without_budget_the_numpy_function_gives_the_same_uncertainties():
+    full = brinora.uncertainty([35.0, 30.0], 18, ta=2300, tco2=2000, **WORKED_U)
+    lean = brinora.uncertainty([35.0, 30.0], 18, ta=2300, tco2=2000, **WORKED_U, budget=False)
+    assert lean.budget == {} and set(full.budget["ph"]) >= {"ta", "pk2"}
+    for name in ("ph", "pco2", "omega_aragonite_out"):
+        np.testing.assert_array_equal(lean[name], full[name])
