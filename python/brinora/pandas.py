@@ -40,6 +40,11 @@ float32 values). Empty number fields are 0, as in the batch reader.
 
 ``compute_dask(path)`` runs the same on CSV files larger than memory with
 dask.dataframe, one partition at a time.
+
+``sensitivities``, ``uncertainty`` and ``buffers`` give brinora's functions
+of those names for the rows: columns ``dph_dta``, ``u_ph`` (and with
+``budget=True`` ``u_ph_budget_<source>``), ``revelle_factor``, ..., and
+``status``, with the units of the columns in ``attrs["units"]``.
 """
 
 import numpy as np

@@ -48,6 +48,13 @@ dask scheduler is active. On a dask.distributed cluster, write the results
 with ``to_zarr``: each chunk is written on its own, with no lock, so a
 worker that dies is replaced and its chunks written again (``to_netcdf``
 holds a file lock that a dead worker never gives back).
+
+``sensitivities``, ``uncertainty`` and ``buffers`` apply brinora's functions
+of those names to a dataset in the same way (inputs read and converted
+alike, lazy on dask), with CF attributes: ``u_<result>`` "standard
+uncertainty of ..." with the standard name "<name> standard_error", the
+budget on a dimension ``source``; ``add_uncertainty`` puts the
+uncertainties beside compute's results, linked by ``ancillary_variables``.
 """
 
 import datetime
