@@ -3,7 +3,7 @@ datasets, eagerly or lazily on dask, with CF attributes (brinora.xarray
 re-exports the functions here; its text says how the inputs are read).
 
 The inputs are read and converted as brinora.xarray.compute reads them, and
-the derivatives and uncertainties are those of brinora.compute's units (the
+the derivatives and uncertainties are in brinora.compute's units (the
 units of every variable are in its ``units`` attribute). On dask-backed
 inputs each function builds one task per chunk
 (``xarray.apply_ufunc(..., dask="parallelized")``) and computes nothing until
