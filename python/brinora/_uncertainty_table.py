@@ -166,8 +166,9 @@ def results_asked(results, flux):
         raise ValueError(f"unknown result name(s) {', '.join(map(repr, unknown))}: the results are "
                          f"{', '.join(RESULTS)}")
     if not flux and set(names) & set(_FLUX_QUANTITIES):
+        flux = ", ".join(n for n in names if n in _FLUX_QUANTITIES)
         raise ValueError("the air-sea flux needs wind_speed and pco2_air: "
-                         f"{', '.join(n for n in names if n in _FLUX_QUANTITIES)} cannot be computed")
+                         f"{flux} cannot be computed")
     return names
 
 

@@ -153,7 +153,8 @@ def _uncertainty_of(ds, name, value, units):
         return value, None
     if given is None:
         raise _cf.UnitsError(f"{what} ({source}) has no units; give units={{{what!r}: ...}} to "
-                             f"say which units the values are in ({brinora.QUANTITIES[name].units})")
+                             "say which units the values are in "
+                             f"({brinora.QUANTITIES[name].units})")
     factors = _cf.linear(text, target, f"{what} ({source})")
     if factors is None:
         raise _cf.UnitsError(f"{what} ({source}) has units {given!r}, which cannot be converted "
@@ -343,7 +344,8 @@ def buffers(ds, salinity="so", temperature="thetao", pressure=None, phosphate=No
     keep = table.buffers_asked(results)
     read = front._read(ds, given, latitude, longitude, units)
     outputs = _apply(_buffer_kernel, read, [], [],
-                     dict(fixed=read.fixed, keep=keep, options=items, threads=read.threads(threads)),
+                     dict(fixed=read.fixed, keep=keep, options=items,
+                          threads=read.threads(threads)),
                      [(np.float64, [])] * len(keep) + [(np.int8, [])])
     out = xr.Dataset(dict(zip(keep + ["status"], outputs)))
     for name in keep:
