@@ -343,7 +343,7 @@ std::unique_ptr<OutputTarget> OutputTarget::open(const std::string& path, Output
     target->oldLength_ = static_cast<std::uint64_t>(locked.st_size);
     // A last line without its line end gets one, so the first record starts a line.
     char last = '\n';
-    const bool addLineEnd = target->oldLength_ > 0 &&
+    const bool addLineEnd = options.endLastLine && target->oldLength_ > 0 &&
                             ::pread(target->fd_, &last, 1, static_cast<off_t>(target->oldLength_ - 1)) == 1 &&
                             last != '\n';
 
