@@ -1,8 +1,10 @@
-// The desktop program's output file as the destination of records and
-// placemarks: appended to through the journaled output target, as the
-// command line's --append does, so that an append cut short (a crash, a full
-// device) is rolled back before the next one. The file is opened at the
-// first write; a run that fails takes its bytes away again.
+// The desktop program's output files as destinations of records and
+// placemarks, written through the same output target as the command line's:
+// records are appended with the journaled append (as --append does), so that
+// an append cut short (a crash, a full device) is rolled back before the next
+// one; a KML document is written aside and renamed into place when complete
+// (as `brinora kml` does). The file is opened at the first write; a run that
+// fails takes its bytes away again.
 #pragma once
 
 #include <memory>
@@ -16,43 +18,26 @@ namespace brinora {
 
 class AppendedFile : public ByteSink {
 public:
-    explicit AppendedFile(std::string path) : path_(std::move(path)) {}
+    explicit AppendedFile(std::string path, OutputMode mode = OutputMode::kAppend, OutputOptions options = {})
+        : path_(std::move(path)), mode_(mode), options_(std::move(options)) {}
 
-    // Opens the file on the first write.
+    // Opens the file on the first write (once: a file that could not be
+    // opened fails every later write with the same message).
     bool write(std::string_view bytes) override;
     std::string errorMessage() const override { return error_; }
-    // Makes the appended bytes part of the file for good; false (and
+    // Makes the written bytes part of the file for good; false (and
     // errorMessage()) when that fails. True when nothing was written.
     bool commit();
-    // Cuts the file back to its length before the first write.
+    // Takes the run's bytes away: an append is cut back to the file's length
+    // before the first write, a new or replaced file is not put in place.
     void rollBack();
 
 private:
     std::string path_;
+    OutputMode mode_;
+    OutputOptions options_;
     std::unique_ptr<OutputTarget> target_;
-    std::string error_;
-};
-
-// The desktop program's KML document after its header: appended to with
-// plain writes, opened at the first write; what a run appended is cut away
-// again when the run fails. (The output target's append would first give
-// the header, which has no line end, one.)
-class KmlDocumentFile : public ByteSink {
-public:
-    explicit KmlDocumentFile(std::string path) : path_(std::move(path)) {}
-    ~KmlDocumentFile() override;
-    KmlDocumentFile(const KmlDocumentFile&) = delete;
-    KmlDocumentFile& operator=(const KmlDocumentFile&) = delete;
-
-    bool write(std::string_view bytes) override;
-    std::string errorMessage() const override { return error_; }
-    // Cuts the file back to its length before the first write.
-    void rollBack();
-
-private:
-    std::string path_;
-    int fd_ = -1;
-    long long startLength_ = 0;
+    bool openFailed_ = false;
     std::string error_;
 };
 

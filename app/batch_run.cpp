@@ -10,9 +10,7 @@
 #include "app/settings_keys.h"
 #include "engine/engine.h"
 #include "input/lenient_number.h"
-#include "output/atomic_write.h"
 #include "output/path_names.h"
-#include "records/kml_document.h"
 
 namespace brinora {
 namespace {
@@ -235,9 +233,11 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
     WindowReport report(core, ui, options, RunMode::kKml);
     BatchRequest request = requestFrom(core, ui, options, RunMode::kKml, core.fullPath);
     request.firstSampleNumber = core.sampleID;
-    // The document is chosen on the first line: its header is the new file's
-    // whole content, and the placemarks are appended to it.
-    std::unique_ptr<KmlDocumentFile> appended;
+    // The document is chosen on the first line. A chosen file is written as
+    // `brinora kml` writes it: aside, header first, and put in place whole at
+    // the end. Without a choice the placemarks are appended to the output
+    // file named before.
+    std::unique_ptr<AppendedFile> appended;
     request.openDocument = [&]() {
         KmlDocument document;
         const std::string proposed =
@@ -245,22 +245,32 @@ void runKmlOfChosenInput(BrinoraAppControllerCore& core, AppUi& ui, SettingsStor
         const auto kmlPath =
             ui.runSavePanel(SavePanelRequest{"kml", defaults.value(settings::kOpenPath).value_or(""), proposed});
         if (kmlPath) core.fullPathOut = *kmlPath;
+        document.writeHeader = kmlPath.has_value();
         if (options.output) {
             document.sink = options.output;
-            document.writeHeader = kmlPath.has_value();
             return document;
         }
         if (kmlPath) {
-            const WriteResult written = writeFileAtomically(*kmlPath, kmlDocumentHeader());
-            if (!written.ok) document.headerError = written.message;
+            OutputOptions outputOptions;
+            outputOptions.inputPath = core.fullPath;  // never the input it reads
+            appended = std::make_unique<AppendedFile>(*kmlPath, OutputMode::kReplace, std::move(outputOptions));
+        } else {
+            OutputOptions outputOptions;
+            outputOptions.endLastLine = false;  // the placemarks follow the file's last byte
+            appended = std::make_unique<AppendedFile>(core.fullPathOut, OutputMode::kAppend, std::move(outputOptions));
         }
-        document.writeHeader = false;
-        appended = std::make_unique<KmlDocumentFile>(core.fullPathOut);
         document.sink = appended.get();
         return document;
     };
 
     BatchResult result = runBatch(request, report);
+    // A document that the run completed is put in place (or its append made
+    // part of the file) before the run is reported.
+    if (appended && result.status != RunStatus::kReadError && result.status != RunStatus::kWriteFailed &&
+        !appended->commit()) {
+        result.status = RunStatus::kWriteFailed;
+        result.writeError = appended->errorMessage();
+    }
     core.lastRunStatus = result.status;
     if (!result.headerError.empty()) core.lastWriteError = result.headerError;
     if (result.status == RunStatus::kReadError && !result.linesRun) {

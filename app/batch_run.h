@@ -25,8 +25,9 @@ struct BatchRunOptions {
     SampleLogLines sampleLogLines = SampleLogLines::kEvery;
     std::size_t readBlock = kDefaultReadBlock;
     std::size_t linesPerChunk = 256;
-    // Where records go. Null: appended to the controller's output file
-    // (fullPathOut), which already holds its header.
+    // Where records, or a KML document's bytes, go. Null: records are
+    // appended to the controller's output file (fullPathOut), which already
+    // holds its header; a KML document is written to the file chosen for it.
     ByteSink* output = nullptr;
     // Remarks about the input, in file order (null: none are made).
     std::function<void(const RunNote&)> note;

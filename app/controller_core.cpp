@@ -178,6 +178,14 @@ void BrinoraAppControllerCore::outputFileOpened(const std::string& path) {
 }
 
 void BrinoraAppControllerCore::selectCSVtoOutput() {
+    // The header is not written for a run that could not start: a batch
+    // refuses every option still on "Select...".
+    if (optionOnPlaceholder()) {
+        const std::string message(options::kChooseOptionsMessage);
+        presentAppError(message);
+        logLine(message);
+        return;
+    }
     fullPath = filesToOpen.empty() ? std::string() : filesToOpen.front();
     const auto chosen =
         ui_.runSavePanel(SavePanelRequest{"csv", directoryOf(fullPath), fileStem(fullPath) + "_Brinora.csv"});
@@ -216,9 +224,13 @@ void BrinoraAppControllerCore::updateConstants() {
     logLine("Constants updated!");
 }
 
+bool BrinoraAppControllerCore::optionOnPlaceholder() const {
+    return ui_.selectedIndex(Menu::CO2Constants) == 0 || ui_.selectedIndex(Menu::KHSO4) == 0 ||
+           ui_.selectedIndex(Menu::AirSeaFlux) == 0 || ui_.selectedIndex(Menu::pHScale) == 0;
+}
+
 bool BrinoraAppControllerCore::checkForConstants() {
-    if (ui_.selectedIndex(Menu::CO2Constants) == 0 || ui_.selectedIndex(Menu::KHSO4) == 0 ||
-        ui_.selectedIndex(Menu::AirSeaFlux) == 0 || ui_.selectedIndex(Menu::pHScale) == 0) {
+    if (optionOnPlaceholder()) {
         const std::string message(options::kChooseOptionsMessage);
         presentAppError(message);
         logLine(message);

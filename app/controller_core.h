@@ -87,6 +87,8 @@ public:
     // OK branch of openFileForOutput: records go to the end of `path`.
     void outputFileOpened(const std::string& path);
     // Batch: a save panel for the batch output file, then the preview check.
+    // Refused (the "Select..." message, no panel, nothing written) while one
+    // of the four option menus is on its placeholder.
     void selectCSVtoOutput();
     // The batch output file at `path` gets its header and becomes fullPathOut;
     // false when the header could not be written.
@@ -144,6 +146,8 @@ public:
     // False (after presenting the message) when an option is on its
     // placeholder or the flux inputs are incomplete.
     bool checkForConstants();
+    // Whether one of the four option menus is on its "Select..." item.
+    bool optionOnPlaceholder() const;
     // Constants sets 7 and 8 move the pH-scale menu to NBS.
     void CO2selected();
     // Marks the flux inputs "optional" or "required".

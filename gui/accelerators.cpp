@@ -14,7 +14,8 @@ QString withAccelerator(const QString& text, QChar letter) {
 }
 
 std::optional<FieldAccelerator> inputFieldAccelerator(std::uint32_t slot) {
-    // The menu bar takes F, S, V and H, the button row C and L. Salinity,
+    // The menu bar takes F, S, V and H, the button row C and L, the graph
+    // page X, Y, B and Z. Salinity,
     // temperature, pressure and the carbonate names share few letters, so
     // phosphate, silicate, output pressure and pCO2 carry theirs on the unit.
     switch (slot) {

@@ -1,8 +1,12 @@
 // Keyboard accelerators (Alt+letter) of the main window. Each key is claimed
-// once among the widgets that can be on screen together: the menu bar, the
-// button row and one page. The number fields of the form take theirs through
-// their labels, which are the fields' buddies; a field whose name offers no
-// free letter carries it on its unit label, also a buddy of the field.
+// once in the whole window, whichever page is in front: the four menu titles
+// (F, S, V, H), Calculate and Clear (C, L), the 14 number fields of the form
+// and the graph page's x axis, y axis, colour and size (X, Y, B, Z). The
+// number fields take theirs through their labels, which are the fields'
+// buddies; a field whose name offers no free letter carries it on its unit
+// label, also a buddy of the field. The labels offer no other free letter (J
+// and Q are in none), so the other buttons and menus of the pages have no
+// accelerator: the File and View menus reach the batch page's actions.
 #pragma once
 
 #include <QChar>

@@ -1,19 +1,16 @@
 // The batch tab's runs as the window starts and ends them: the checks of the
 // output file before a full run, the KML button, Cancel, and the report of a
 // run that a line stopped or the user cancelled.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <QAction>
 #include <QCloseEvent>
 
-#include <cerrno>
 #include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "app/option_titles.h"
+#include "output/output_start.h"
 #include "records/output_record.h"
 #include "gui/brinora_app_controller.h"
 #include "gui/window_fit.h"
@@ -22,45 +19,6 @@ namespace brinora {
 namespace {
 
 constexpr std::string_view kErrorDomain = "BrinoraApp";
-
-// What the batch output file holds before records are added to it.
-enum class OutputFileState {
-    Unreadable,       // it cannot be opened or read (reason in `reason`)
-    NotAnOutputFile,  // it does not begin with the output header line
-    HeaderOnly,       // the header line and nothing else
-    HoldsRecords,     // the header line and more
-};
-
-struct OutputFileCheck {
-    OutputFileState state = OutputFileState::Unreadable;
-    std::string reason;
-};
-
-// Reads no more than the header line and one byte of `path`.
-OutputFileCheck examineOutputFile(const std::string& path) {
-    const std::string_view header = dataFileHeaders();
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return {OutputFileState::Unreadable, std::strerror(errno)};
-    std::string start(header.size() + 1, '\0');
-    std::size_t have = 0;
-    while (have < start.size()) {
-        const ssize_t got = ::read(fd, start.data() + have, start.size() - have);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) {
-            const int readErrno = errno;
-            ::close(fd);
-            return {OutputFileState::Unreadable, std::strerror(readErrno)};
-        }
-        if (got == 0) break;
-        have += static_cast<std::size_t>(got);
-    }
-    ::close(fd);
-    start.resize(have);
-    if (have < header.size() || std::string_view(start).substr(0, header.size()) != header) {
-        return {OutputFileState::NotAnOutputFile, {}};
-    }
-    return {have > header.size() ? OutputFileState::HoldsRecords : OutputFileState::HeaderOnly, {}};
-}
 
 // "1 record of this run is", "9 records of this run are".
 std::string recordsOfThisRun(int count) {
@@ -102,18 +60,18 @@ void BrinoraAppController::startBatchRun() {
 
     // Records go only after the header line of an output file: never into a
     // KML document or any other file that a path once named.
-    const OutputFileCheck check = examineOutputFile(output);
+    const OutputStartCheck check = examineOutputFile(output, dataFileHeaders());
     switch (check.state) {
-        case OutputFileState::Unreadable:
-            refuse("The output file \"" + output + "\" cannot be opened (" + check.reason +
+        case OutputStart::kUnreadable:
+            refuse("The output file \"" + output + "\" cannot be opened (" + std::strerror(check.errorNumber) +
                    "). Choose the output file again.");
             return;
-        case OutputFileState::NotAnOutputFile:
+        case OutputStart::kOtherContent:
             refuse("The output file \"" + output +
                    "\" does not begin with the header line of a Brinora output file, so no records are "
                    "added to it. Choose a new output file.");
             return;
-        case OutputFileState::HoldsRecords:
+        case OutputStart::kHoldsRecords:
             // A second Calculate would add the whole batch a second time.
             if (!dialogs_->askQuestion(
                     this, Question{"The output file already holds records.",
@@ -124,7 +82,7 @@ void BrinoraAppController::startBatchRun() {
                 return;
             }
             break;
-        case OutputFileState::HeaderOnly:
+        case OutputStart::kHeaderOnly:
             break;
     }
 

@@ -35,7 +35,7 @@ QWidget* BrinoraAppController::buildUncertaintyPage() {
 }
 
 QCheckBox* BrinoraAppController::buildBatchUncertaintyBox(QWidget* parent) {
-    batchUncertaintyBox_ = new QCheckBox(tr("Also write the &uncertainty file (<output>_uncertainty.csv) with the "
+    batchUncertaintyBox_ = new QCheckBox(tr("Also write the uncertainty file (<output>_uncertainty.csv) with the "
                                             "uncertainties of the one-sample form's Uncertainties tab"),
                                          parent);
     batchUncertaintyBox_->setObjectName("batchUncertaintyFile");

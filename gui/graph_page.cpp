@@ -47,10 +47,10 @@ GraphPage::GraphPage(SettingsStore& defaults, std::function<UserDialogs*()> dial
     errorBars_->setObjectName("graphErrorBars");
     errorBars_->setTextInteractionFlags(Qt::TextSelectableByMouse);
 
-    open_ = new QPushButton(tr("&Open File…"), this);
+    open_ = new QPushButton(tr("Open File…"), this);
     open_->setObjectName("graphOpen");
     open_->setToolTip(tr("Plot a Brinora output file or batch input file"));
-    reset_ = new QPushButton(tr("&Reset View"), this);
+    reset_ = new QPushButton(tr("Reset View"), this);
     reset_->setObjectName("graphReset");
     reset_->setToolTip(tr("Show every point again after zooming (wheel) or panning (drag)"));
     format_ = new QComboBox(this);
@@ -66,11 +66,11 @@ GraphPage::GraphPage(SettingsStore& defaults, std::function<UserDialogs*()> dial
     }
     width_->setValue(1200);
     height_->setValue(800);
-    export_ = new QPushButton(tr("&Export…"), this);
+    export_ = new QPushButton(tr("Export…"), this);
     export_->setObjectName("graphExport");
     export_->setToolTip(tr("Write the graph as a PNG image or an SVG drawing of the chosen size"));
 
-    errorSpace_ = new QPushButton(tr("Error S&pace…"), this);
+    errorSpace_ = new QPushButton(tr("Error Space…"), this);
     errorSpace_->setObjectName("graphErrorSpace");
     errorSpace_->setToolTip(tr("The error-space diagram of the sample calculated on the one-sample form: u of a "
                                "result over the uncertainties of its two carbonate parameters (Orr et al. 2018)"));
@@ -80,7 +80,7 @@ GraphPage::GraphPage(SettingsStore& defaults, std::function<UserDialogs*()> dial
     xLabel->setBuddy(xMenu_);
     auto* yLabel = new QLabel(tr("&y axis"), this);
     yLabel->setBuddy(yMenu_);
-    auto* colourLabel = new QLabel(tr("Colo&ur by"), this);
+    auto* colourLabel = new QLabel(tr("Colour &by"), this);
     colourLabel->setBuddy(colourMenu_);
     auto* sizeLabel = new QLabel(tr("Si&ze"), this);
     sizeLabel->setBuddy(width_);

@@ -484,13 +484,13 @@ QWidget* BrinoraAppController::buildConstantsPage() {
         QString note;
     };
     const OptionRow rows[] = {
-        {Menu::CO2Constants, tr("CO₂ co&nstants"),
+        {Menu::CO2Constants, tr("CO₂ constants"),
          tr("Dissociation constants K1 and K2 of carbonic acid.")},
-        {Menu::KHSO4, tr("&KHSO₄"),
+        {Menu::KHSO4, tr("KHSO₄"),
          tr("Bisulfate dissociation constant, used between the pH scales.")},
-        {Menu::pHScale, tr("&pH scale"),
+        {Menu::pHScale, tr("pH scale"),
          tr("Scale of the pH you enter and of the pH results.")},
-        {Menu::AirSeaFlux, tr("&Air-sea flux"),
+        {Menu::AirSeaFlux, tr("Air-sea flux"),
          tr("Gas-transfer velocity of the air-sea CO₂ flux.")},
     };
     int row = 0;
@@ -609,9 +609,9 @@ QWidget* BrinoraAppController::buildBatchPage() {
     pathFieldOut->setPlaceholderText(tr("a new CSV file for the results"));
     textFields_[TextField::PathField] = pathField;
     textFields_[TextField::PathFieldOut] = pathFieldOut;
-    auto* chooseInput = new QPushButton(tr("Choose &Input…"), files);
+    auto* chooseInput = new QPushButton(tr("Choose Input…"), files);
     chooseInput->setObjectName("selectCSVtoOpen");
-    auto* chooseOutput = new QPushButton(tr("Choose &Output…"), files);
+    auto* chooseOutput = new QPushButton(tr("Choose Output…"), files);
     chooseOutput->setObjectName("selectCSVtoOutput");
     connect(chooseInput, &QPushButton::clicked, this, [this] { previewing([this] { core_->selectCSVtoOpen(); }); });
     connect(chooseOutput, &QPushButton::clicked, this,
@@ -643,11 +643,11 @@ QWidget* BrinoraAppController::buildBatchPage() {
     progressIndicator_->setRange(0, 100 * kProgressStepsPerPercent);
     progressIndicator_->setFormat(QStringLiteral("%p%"));
 
-    auto* kml = new QPushButton(tr("Write &KML…"), page);
+    auto* kml = new QPushButton(tr("Write KML…"), page);
     kml->setObjectName("writeKML");
     kml->setToolTip(tr("Turn a batch input file into a KML document with one placemark per sample"));
     connect(kml, &QPushButton::clicked, this, &BrinoraAppController::writeKML);
-    auto* constants = new QPushButton(tr("Co&nstants…"), page);
+    auto* constants = new QPushButton(tr("Constants…"), page);
     constants->setObjectName("batchConstants");
     constants->setToolTip(tr("Show the constants used for the batch"));
     connect(constants, &QPushButton::clicked, this, &BrinoraAppController::switchToConstants);
@@ -662,7 +662,7 @@ QWidget* BrinoraAppController::buildBatchPage() {
     layout->addWidget(files);
     layout->addWidget(batchPreviewTable_, 1);
     layout->addStretch(0);
-    cancelBatchButton_ = new QPushButton(tr("C&ancel"), page);
+    cancelBatchButton_ = new QPushButton(tr("Cancel"), page);
     cancelBatchButton_->setObjectName("cancelBatch");
     cancelBatchButton_->setToolTip(tr("Stop the batch run; the records written so far stay in the output file"));
     cancelBatchButton_->setEnabled(false);

@@ -61,7 +61,7 @@ UncertaintyPanel::UncertaintyPanel(SettingsStore& defaults, QWidget* parent)
     auto* inputs = new QGroupBox(tr("Standard uncertainties"), this);
     auto* grid = new QGridLayout(inputs);
     grid->setColumnStretch(0, 1);
-    shown_ = new QCheckBox(tr("&Propagate the uncertainties when calculating"), inputs);
+    shown_ = new QCheckBox(tr("Propagate the uncertainties when calculating"), inputs);
     shown_->setObjectName("uncertaintyShown");
     shown_->setChecked(stored.shown);
     grid->addWidget(shown_, 0, 0, 1, 3);
@@ -106,7 +106,7 @@ UncertaintyPanel::UncertaintyPanel(SettingsStore& defaults, QWidget* parent)
                               "total boron 2 %"));
     {
         const int row = grid->rowCount();
-        auto* caption = new QLabel(tr("Co&nstants"), inputs);
+        auto* caption = new QLabel(tr("Constants"), inputs);
         caption->setBuddy(constants_);
         grid->addWidget(caption, row, 0);
         grid->addWidget(constants_, row, 1, 1, 2);
@@ -130,7 +130,7 @@ UncertaintyPanel::UncertaintyPanel(SettingsStore& defaults, QWidget* parent)
     const int chosen = budgetResult_->findData(QString::fromStdString(stored.budgetResult));
     budgetResult_->setCurrentIndex(chosen >= 0 ? chosen : 0);
     auto* resultRow = new QHBoxLayout;
-    auto* resultLabel = new QLabel(tr("&Result"), budget);
+    auto* resultLabel = new QLabel(tr("Result"), budget);
     resultLabel->setBuddy(budgetResult_);
     resultRow->addWidget(resultLabel);
     resultRow->addWidget(budgetResult_, 1);

@@ -1,5 +1,7 @@
 #include "output/output_target.h"
 
+#include "output/output_start.h"
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -28,22 +30,25 @@ OutputError systemError(const std::string& message, int errorNumber) { return Ou
 
 // Every change of an output file holds this lock, and so does the stop of
 // the process by a signal (stopOutputs), which never gives it back.
+// This registry and the two below are never destroyed: a signal that comes
+// while the program is already exiting is still served by the thread that
+// waits for it, after the static objects have gone.
 std::timed_mutex& outputLock() {
-    static std::timed_mutex lock;
-    return lock;
+    static auto* const lock = new std::timed_mutex;
+    return *lock;
 }
 
 // The targets of the process that are being written.
 std::set<OutputTarget*>& liveTargets() {
-    static std::set<OutputTarget*> targets;
-    return targets;
+    static auto* const targets = new std::set<OutputTarget*>;
+    return *targets;
 }
 
 // What became of the targets of this process that were committed and are
 // gone, so that a signal after a commit still tells it (under the lock).
 std::vector<std::string>& committedTexts() {
-    static std::vector<std::string> texts;
-    return texts;
+    static auto* const texts = new std::vector<std::string>;
+    return *texts;
 }
 
 // The folder part and the name part of `path` ("a/b.csv" -> "a", "b.csv";
@@ -118,19 +123,6 @@ bool lockFile(int fd, int waitSeconds, const std::function<void()>& waiting, int
         told = true;
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
-}
-
-// Whether the file open as `fd` starts with `header`.
-bool startsWith(int fd, const std::string& header) {
-    std::string head(header.size(), '\0');
-    std::size_t done = 0;
-    while (done < head.size()) {
-        const ssize_t n = ::pread(fd, head.data() + done, head.size() - done, static_cast<off_t>(done));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        done += static_cast<std::size_t>(n);
-    }
-    return head == header;
 }
 
 int commasOf(const std::string& header) {
@@ -343,7 +335,8 @@ std::unique_ptr<OutputTarget> OutputTarget::open(const std::string& path, Output
     if (!settled.refusal.empty()) return refuse("cannot append to " + shown + ": " + settled.refusal, settled.errorNumber);
     clearLeftovers(target->folderFd_, target->folder_, note);
 
-    if (!options.expectedHeader.empty() && !startsWith(target->fd_, options.expectedHeader)) {
+    if (!options.expectedHeader.empty() &&
+        !examineOutputStart(target->fd_, options.expectedHeader).beginsWithHeader()) {
         return refuse("the output " + shown + " does not start with the header line of an output file; "
                           "records are only added to an output file",
                       0);
@@ -353,7 +346,7 @@ std::unique_ptr<OutputTarget> OutputTarget::open(const std::string& path, Output
     target->oldLength_ = static_cast<std::uint64_t>(locked.st_size);
     // A last line without its line end gets one, so the first record starts a line.
     char last = '\n';
-    const bool addLineEnd = target->oldLength_ > 0 &&
+    const bool addLineEnd = options.endLastLine && target->oldLength_ > 0 &&
                             ::pread(target->fd_, &last, 1, static_cast<off_t>(target->oldLength_ - 1)) == 1 &&
                             last != '\n';
 

@@ -30,6 +30,9 @@ enum class OutputMode {
 struct OutputOptions {
     std::string inputPath;       // the output must not be this file (compared by device and inode); "-": standard input
     std::string expectedHeader;  // kAppend: what the file must start with (its first line, "\n" included); empty = no check
+    // kAppend: a last line without its line end gets one before the new
+    // bytes (records start a line); false appends right after the last byte.
+    bool endLastLine = true;
     // kAppend: how long to wait for another run appending to the file, and
     // what to say when the wait begins (null: nothing is said).
     int waitSeconds = 600;

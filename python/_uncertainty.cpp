@@ -25,6 +25,7 @@ using namespace uncertainty;
 
 using FloatArray = py::array_t<float, py::array::c_style | py::array::forcecast>;
 using DoubleArray = py::array_t<double, py::array::c_style | py::array::forcecast>;
+using SeedArray = py::array_t<std::uint64_t, py::array::c_style | py::array::forcecast>;
 
 // The fourteen sample inputs in board order, as brinora.compute passes them.
 constexpr int kInputCount = 14;
@@ -87,7 +88,10 @@ struct Job {
     std::array<Column<double>, kSourceCount> u;
     Column<double> correlation;
     const double* covariance = nullptr;
-    std::uint64_t draws = 0, seed = 0;
+    std::uint64_t draws = 0;
+    // Monte Carlo seeds: of length 1, sample i is seeded by seeds[0] + i;
+    // of length n, by its own.
+    Column<std::uint64_t> seeds;
     unsigned drawThreads = 1;
     // The sources whose budget is wanted (those of non-zero uncertainty).
     std::vector<std::size_t> budgetSources;
@@ -130,7 +134,8 @@ void ComputeOne(const Job& job, std::size_t i, const Outputs& o, std::size_t j) 
         }
         if (job.draws > 0) {
             MonteCarloResult mc;
-            outcome = MonteCarlo(job.options, sample, c, job.draws, job.seed + i, job.drawThreads, mc);
+            const std::uint64_t seed = job.seeds.perSample ? job.seeds.at(i) : job.seeds.at(0) + i;
+            outcome = MonteCarlo(job.options, sample, c, job.draws, seed, job.drawThreads, mc);
             for (std::size_t q = 0; q < kQuantityCount; ++q) p.u[q] = mc.sd[q];
         } else {
             PropagateGradients(g, c, p);
@@ -255,11 +260,11 @@ py::tuple Sensitivities(const std::vector<FloatArray>& inputs, std::size_t n, st
 
 // (values[Q, n], u[Q, n], budget[Q, B, n], status[n]); u: kSourceCount arrays
 // of length 1 or n; covariance: empty or kSourceCount^2 values; draws > 0
-// for Monte Carlo.
+// for Monte Carlo, seeds of length 1 (sample i: seeds[0] + i) or n.
 py::tuple Propagation(const std::vector<FloatArray>& inputs, std::size_t n, std::array<int, 4> items,
                       std::array<int, 2> pair, const std::vector<DoubleArray>& u, const DoubleArray& correlation,
                       const DoubleArray& covariance, const std::vector<std::size_t>& budgetSources,
-                      std::uint64_t draws, std::uint64_t seed, unsigned threads) {
+                      std::uint64_t draws, const SeedArray& seeds, unsigned threads) {
     Job job = MakeJob(inputs, n, items, pair);
     if (u.size() != kSourceCount) throw py::value_error("expected one uncertainty array per source");
     for (std::size_t s = 0; s < kSourceCount; ++s) job.u[s] = ColumnOf(u[s], n, "u " + std::to_string(s));
@@ -275,7 +280,7 @@ py::tuple Propagation(const std::vector<FloatArray>& inputs, std::size_t n, std:
     }
     job.budgetSources = budgetSources;
     job.draws = draws;
-    job.seed = seed;
+    job.seeds = ColumnOf(seeds, n, "seeds");
     // Monte Carlo of one sample spreads its draws over the threads.
     job.drawThreads = n == 1 ? std::max(1u, threads) : 1u;
     const auto N = static_cast<py::ssize_t>(n), Q = static_cast<py::ssize_t>(kQuantityCount);
@@ -328,8 +333,7 @@ void registerUncertainty(py::module_& m) {
           "solution) of n samples.");
     m.def("propagate", &Propagation, py::arg("inputs"), py::arg("n"), py::arg("items"), py::arg("pair"),
           py::arg("u"), py::arg("correlation"), py::arg("covariance"), py::arg("budget_sources"), py::arg("draws"),
-          py::arg("seed"),
-          py::arg("threads"),
+          py::arg("seeds"), py::arg("threads"),
           "Values [Q, n], combined standard uncertainty [Q, n], budget [Q, B, n] of the B sources "
           "budget_sources, and status [n]; Monte Carlo when draws > 0.");
     m.def("buffers", &BufferArrays, py::arg("inputs"), py::arg("n"), py::arg("items"), py::arg("pair"),

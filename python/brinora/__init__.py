@@ -23,6 +23,7 @@ import operator
 import os
 import sys
 import warnings
+from typing import NamedTuple
 
 try:
     import numpy as np
@@ -254,6 +255,69 @@ def _flux_inputs(wind_speed, pco2_air):
                          "leave out pco2_air")
 
 
+def _threads(threads):
+    """The thread count asked for, checked: every core when None."""
+    if threads is None:
+        return default_threads()
+    threads = operator.index(threads)
+    if threads < 1:
+        raise ValueError(f"threads must be at least 1, not {threads}")
+    return threads
+
+
+def _check_call(values, constants=None, khso4=None, ph_scale=None, flux=None, threads=None):
+    """The checks of a call that need no data, shared by every front:
+    exactly two carbonate parameters given, the flux inputs both or neither.
+    ``values``: input name -> the value given or None. Returns the names of
+    the pair (in the order of PARAMETERS), the options as menu items and the
+    thread count."""
+    given = [name for name in PARAMETERS if values.get(name) is not None]
+    if len(given) != 2:
+        raise ValueError("exactly two of the carbonate parameters ta, tco2, ph, fco2, pco2 are "
+                         f"needed; given: {', '.join(given) if given else 'none'}")
+    _flux_inputs(values.get("wind_speed"), values.get("pco2_air"))
+    return given, option_items(constants, khso4, ph_scale, flux), _threads(threads)
+
+
+class _Prepared(NamedTuple):
+    """The inputs of a call as the compiled core takes them."""
+    read: list  # (float32 array, mask or None) per input, in INPUT_NAMES order
+    shape: tuple  # the broadcast shape
+    size: int
+    flat: list  # one-dimensional float32 arrays, of length 1 or size
+    given: list  # the names of the pair
+    items: dict  # the options as menu items
+    threads: int
+
+    @property
+    def menu(self):
+        return [self.items["constants"], self.items["khso4"], self.items["ph_scale"],
+                self.items["flux"]]
+
+    @property
+    def pair(self):
+        """The pair as the compiled core numbers it (TA 1 .. pCO2 5)."""
+        return [PARAMETERS.index(name) + 1 for name in self.given]
+
+
+def _prepare(values, constants=None, khso4=None, ph_scale=None, flux=None, threads=None):
+    """The one preparation of the inputs of compute, sensitivities,
+    uncertainty and buffers: the checks of :func:`_check_call`, every input
+    narrowed to float32 (None: 0), the broadcast shape and the flat arrays.
+    ``values``: input name -> the value given or None."""
+    given, items, threads = _check_call(values, constants, khso4, ph_scale, flux, threads)
+    read = [_as_float32(name, values.get(name)) for name in INPUT_NAMES]
+    arrays = [array for array, _ in read]
+    try:
+        shape = np.broadcast_shapes(*(a.shape for a in arrays))
+    except ValueError:
+        shapes = ", ".join(f"{name} {a.shape}" for name, a in zip(INPUT_NAMES, arrays) if a.ndim)
+        raise ValueError(f"the input shapes do not broadcast together: {shapes}") from None
+    size = int(np.prod(shape, dtype=np.int64))
+    flat = [_flatten(a, shape, size) for a in arrays]
+    return _Prepared(read, shape, size, flat, given, items, threads)
+
+
 def _result_names(results):
     """The names asked for, checked, as a list: every result name when None."""
     if results is None:
@@ -356,37 +420,18 @@ def compute(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=No
     NaN (a fill value of 1e20 with ``validate=False``; a salinity of 0 with
     constant sets that take its logarithm) has status ``NO_NUMBER``.
     """
-    parameters = {"ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2, "pco2": pco2}
-    given = [name for name, value in parameters.items() if value is not None]
-    if len(given) != 2:
-        raise ValueError("exactly two of the carbonate parameters ta, tco2, ph, fco2, pco2 are "
-                         f"needed; given: {', '.join(given) if given else 'none'}")
-    _flux_inputs(wind_speed, pco2_air)
-    items = option_items(constants, khso4, ph_scale, flux)
     names = _result_names(results)
-    if threads is None:
-        threads = default_threads()
-    else:
-        threads = operator.index(threads)
-        if threads < 1:
-            raise ValueError(f"threads must be at least 1, not {threads}")
-
     values = {"salinity": salinity, "temperature": temperature, "pressure": pressure,
               "phosphate": phosphate, "silicate": silicate, "temperature_out": temperature_out,
-              "pressure_out": pressure_out, **parameters, "pco2_air": pco2_air,
-              "wind_speed": wind_speed}
-    read = [_as_float32(name, values[name]) for name in INPUT_NAMES]
+              "pressure_out": pressure_out, "ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2,
+              "pco2": pco2, "pco2_air": pco2_air, "wind_speed": wind_speed}
+    prepared = _prepare(values, constants, khso4, ph_scale, flux, threads)
+    read, shape, size, flat, items = (prepared.read, prepared.shape, prepared.size, prepared.flat,
+                                      prepared.items)
     arrays = [array for array, _ in read]
-    try:
-        shape = np.broadcast_shapes(*(a.shape for a in arrays))
-    except ValueError:
-        shapes = ", ".join(f"{name} {a.shape}" for name, a in zip(INPUT_NAMES, arrays) if a.ndim)
-        raise ValueError(f"the input shapes do not broadcast together: {shapes}") from None
-    size = int(np.prod(shape, dtype=np.int64))
-    flat = [_flatten(a, shape, size) for a in arrays]
     rows, status = _brinora.compute(
-        flat, size, [items["constants"], items["khso4"], items["ph_scale"], items["flux"]],
-        threads, None if results is None else [RESULT_NAMES.index(name) for name in names])
+        flat, size, prepared.menu, prepared.threads,
+        None if results is None else [RESULT_NAMES.index(name) for name in names])
     status = status.reshape(shape)
     out = {**{name: rows[i].reshape(shape) for i, name in enumerate(names)}, "status": status}
 

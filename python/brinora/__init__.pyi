@@ -5,6 +5,7 @@ import numpy as np
 import numpy.typing as npt
 
 from ._quantities import Quantity
+from .uncertainty import buffers as buffers, sensitivities as sensitivities, uncertainty as uncertainty
 
 __version__: str
 QUANTITIES: Dict[str, Quantity]

@@ -40,13 +40,20 @@ float32 values). Empty number fields are 0, as in the batch reader.
 
 ``compute_dask(path)`` runs the same on CSV files larger than memory with
 dask.dataframe, one partition at a time.
+
+``sensitivities``, ``uncertainty`` and ``buffers`` give brinora's functions
+of those names for the rows: columns ``dph_dta``, ``u_ph`` (and with
+``budget=True`` ``u_ph_budget_<source>``), ``revelle_factor``, ..., and
+``status``, with the units of the columns in ``attrs["units"]``.
 """
 
 import numpy as np
 import pandas as pd
 
 import brinora
+from . import _uncertainty_table as _table
 from ._quantities import QUANTITIES
+from .uncertainty import check_propagation
 
 _TEXT_COLUMNS = ["SampleID", "Name", "Time", "Date", "Latitude", "Longitude"]
 #: The batch input file's column names (the header of examples/cruise.csv).
@@ -261,3 +268,158 @@ def compute_dask(paths, blocksize="64MB", **options):
     meta = compute(pd.DataFrame({name: pd.Series(dtype=str if i in _TEXT else "float64")
                                  for i, name in enumerate(BATCH_COLUMNS)}), **options)
     return frame.map_partitions(compute, **options, meta=meta)
+
+
+# -- sensitivities, uncertainties and buffer factors of the rows -----------
+
+def _columns_of(df, columns):
+    """Each value of ``columns`` given (name -> a column name or a number
+    for every row) as the column of ``df`` or the number."""
+    out = {}
+    for name, column in columns.items():
+        if column is None:
+            continue
+        if not isinstance(column, str):  # a number for every row
+            out[name] = column
+            continue
+        if column not in df.columns:
+            raise ValueError(f"{name}: the DataFrame has no column {column!r}; its columns: "
+                             f"{', '.join(map(str, df.columns))}")
+        out[name] = df[column]
+    return out
+
+
+def _inputs(df, given):
+    """The inputs of the columns named in ``given`` (input name -> a column
+    name, a number or None); with none named, the columns of ``df`` named as
+    the inputs of brinora.QUANTITIES (salinity, temperature, ..., ta, tco2)."""
+    if all(value is None for value in given.values()):
+        given = {name: name for name in _INPUTS if name in df.columns}
+    inputs = _columns_of(df, given)
+    for name in ("salinity", "temperature"):
+        if name not in inputs:
+            raise ValueError(f"{name}: a column is needed")
+    return inputs
+
+
+def _frame(columns, index, units):
+    out = pd.DataFrame(columns, index=index)
+    out.attrs["units"] = units
+    return out
+
+
+def sensitivities(df, salinity=None, temperature=None, pressure=None, phosphate=None,
+                  silicate=None, *, ta=None, tco2=None, ph=None, fco2=None, pco2=None,
+                  temperature_out=None, pressure_out=None, wind_speed=None, pco2_air=None,
+                  constants=None, khso4=None, ph_scale=None, flux=None, results=None,
+                  sources=None, threads=None):
+    """Exact partial derivatives of the results of the rows of ``df``
+    (brinora.sensitivities): each input the column named, or a number for
+    every row; with none named, the columns named as the inputs (salinity,
+    temperature, ..., ta, tco2, ...). ``results`` and ``sources`` as for
+    brinora.xarray.sensitivities. Returns a DataFrame on ``df``'s index with
+    a column ``d<result>_d<source>`` per pair (``dph_dta``: dpH/dTA) and
+    ``status`` (0 computed, 1 refused, 2 no solution); ``attrs["units"]``
+    holds each column's units."""
+    inputs = _inputs(df, {
+        "salinity": salinity, "temperature": temperature, "pressure": pressure,
+        "phosphate": phosphate, "silicate": silicate, "temperature_out": temperature_out,
+        "pressure_out": pressure_out, "ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2,
+        "pco2": pco2, "wind_speed": wind_speed, "pco2_air": pco2_air})
+    items = brinora.option_items(constants, khso4, ph_scale, flux)
+    flux_given = "wind_speed" in inputs
+    keep = _table.results_asked(results, flux_given)
+    d = brinora.sensitivities(**inputs, **items, threads=threads)
+    chosen = _table.sources_asked(sources, list(d[keep[0]]), flux_given)
+    columns, units = {}, {}
+    for result in keep:
+        for source in chosen:
+            name = _table.derivative_name(result, source)
+            columns[name] = np.atleast_1d(d[result][source])
+            units[name] = _table.derivative_attributes(result, source, items["ph_scale"])["units"]
+    columns["status"] = np.atleast_1d(d["status"])
+    return _frame(columns, df.index, units)
+
+
+def uncertainty(df, salinity=None, temperature=None, pressure=None, phosphate=None,
+                silicate=None, *, ta=None, tco2=None, ph=None, fco2=None, pco2=None,
+                temperature_out=None, pressure_out=None, wind_speed=None, pco2_air=None,
+                constants=None, khso4=None, ph_scale=None, flux=None, u_ta=None, u_tco2=None,
+                u_ph=None, u_fco2=None, u_pco2=None, u_salinity=None, u_temperature=None,
+                u_pressure=None, u_phosphate=None, u_silicate=None, u_temperature_out=None,
+                u_pressure_out=None, u_pco2_air=None, u_wind_speed=None, u_constants="standard",
+                correlation=0.0, covariance=None, method="linear", draws=10000, seed=0,
+                budget=False, results=None, threads=None):
+    """Combined standard uncertainty of the results of the rows of ``df``
+    (brinora.uncertainty): each input, each ``u_<source>`` and
+    ``correlation`` the column named or a number for every row (in
+    brinora.compute's units); with no input named, the columns named as the
+    inputs and ``u_<input>`` for their uncertainties. Other arguments as for
+    brinora.uncertainty; ``results`` as for brinora.xarray.uncertainty.
+
+    Returns a DataFrame on ``df``'s index: a column ``u_<result>`` per
+    result (``u_ph``), with ``budget=True`` a column ``u_<result>_budget_<source>``
+    per result and source of a non-zero uncertainty (|dy/dx| u(x)), and
+    ``status`` (0 computed, 1 refused, 2 no solution); ``attrs["units"]``
+    holds each column's units (those of the result)."""
+    given = {"salinity": salinity, "temperature": temperature, "pressure": pressure,
+             "phosphate": phosphate, "silicate": silicate, "temperature_out": temperature_out,
+             "pressure_out": pressure_out, "ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2,
+             "pco2": pco2, "wind_speed": wind_speed, "pco2_air": pco2_air}
+    given_u = {"ta": u_ta, "tco2": u_tco2, "ph": u_ph, "fco2": u_fco2, "pco2": u_pco2,
+               "salinity": u_salinity, "temperature": u_temperature, "pressure": u_pressure,
+               "phosphate": u_phosphate, "silicate": u_silicate,
+               "temperature_out": u_temperature_out, "pressure_out": u_pressure_out,
+               "pco2_air": u_pco2_air, "wind_speed": u_wind_speed}
+    if all(value is None for value in given.values()) and all(
+            value is None for value in given_u.values()):
+        given_u = {name: f"u_{name}" for name in _INPUTS if f"u_{name}" in df.columns}
+    inputs = _inputs(df, given)
+    uncertainties = _columns_of(df, {f"u_{name}": value for name, value in given_u.items()})
+    if isinstance(correlation, str):
+        correlation = _columns_of(df, {"correlation": correlation})["correlation"]
+    if budget and method != "linear":
+        raise ValueError("a Monte Carlo result has no budget: budget=True needs method='linear'")
+    items = brinora.option_items(constants, khso4, ph_scale, flux)
+    keep = _table.results_asked(results, "wind_speed" in inputs)
+    u = brinora.uncertainty(**inputs, **uncertainties, **items, u_constants=u_constants,
+                            correlation=correlation, covariance=covariance, method=method,
+                            draws=draws, seed=seed, budget=budget, threads=threads)
+    columns, units = {}, {}
+    scale = items["ph_scale"]
+    for name in keep:
+        columns[f"u_{name}"] = np.atleast_1d(u[name])
+        units[f"u_{name}"] = _table.uncertainty_attributes(name, scale)["units"]
+    if budget:
+        pair = [name for name in brinora.PARAMETERS if name in inputs]
+        names, matrix, by_source, _ = check_propagation(
+            pair, {name[2:]: value for name, value in uncertainties.items()}, u_constants, None,
+            covariance, method, draws)
+        sources = _table.budget_sources(names, matrix, by_source)
+        for name in keep:
+            for source in sources:
+                column = f"u_{name}_budget_{source}"
+                columns[column] = np.atleast_1d(u.budget[name][source])
+                units[column] = units[f"u_{name}"]
+    columns["status"] = np.atleast_1d(u.status)
+    return _frame(columns, df.index, units)
+
+
+def buffers(df, salinity=None, temperature=None, pressure=None, phosphate=None, silicate=None,
+            *, ta=None, tco2=None, ph=None, fco2=None, pco2=None, temperature_out=None,
+            pressure_out=None, wind_speed=None, pco2_air=None, constants=None, khso4=None,
+            ph_scale=None, flux=None, threads=None):
+    """Buffer factors of the rows of ``df`` (brinora.buffers), inputs as for
+    :func:`sensitivities`: a DataFrame on ``df``'s index with a column per
+    name of brinora.uncertainty.BUFFER_NAMES, the same with "_out", and
+    ``status``; ``attrs["units"]`` holds each column's units."""
+    inputs = _inputs(df, {
+        "salinity": salinity, "temperature": temperature, "pressure": pressure,
+        "phosphate": phosphate, "silicate": silicate, "temperature_out": temperature_out,
+        "pressure_out": pressure_out, "ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2,
+        "pco2": pco2, "wind_speed": wind_speed, "pco2_air": pco2_air})
+    b = brinora.buffers(**inputs, constants=constants, khso4=khso4, ph_scale=ph_scale, flux=flux,
+                        threads=threads)
+    columns = {name: np.atleast_1d(values) for name, values in b.items()}
+    units = {name: _table.buffer_attributes(name)["units"] for name in b if name != "status"}
+    return _frame(columns, df.index, units)

@@ -62,32 +62,14 @@ _STATUS = ("computed", "refused", "no solution")
 
 def _prepare(salinity, temperature, pressure, phosphate, silicate, parameters, temperature_out,
              pressure_out, wind_speed, pco2_air, constants, khso4, ph_scale, flux, threads):
-    """Flat float32 inputs in board order, their shape and size, the option
-    items, the pair's codes and names, and the thread count."""
-    from . import _as_float32, _flatten, default_threads, option_items
+    """The inputs prepared as for :func:`brinora.compute` (one preparation
+    for every front: the checks, float32, broadcasting, threads)."""
+    from . import _prepare as prepare
 
-    given = [name for name in _PARAMETERS if parameters[name] is not None]
-    if len(given) != 2:
-        raise ValueError("exactly two of the carbonate parameters ta, tco2, ph, fco2, pco2 are "
-                         f"needed; given: {', '.join(given) if given else 'none'}")
-    items = option_items(constants, khso4, ph_scale, flux)
-    if threads is None:
-        threads = default_threads()
-    else:
-        threads = operator.index(threads)
-        if threads < 1:
-            raise ValueError(f"threads must be at least 1, not {threads}")
-    values = {"salinity": salinity, "temperature": temperature, "pressure": pressure,
-              "phosphate": phosphate, "silicate": silicate, "temperature_out": temperature_out,
-              "pressure_out": pressure_out, **parameters, "pco2_air": pco2_air, "wind_speed": wind_speed}
-    # Masked elements are NaN in the array; the mask itself is not needed here.
-    arrays = [_as_float32(name, values[name])[0] for name in _brinora.INPUT_NAMES]
-    shape = np.broadcast_shapes(*(a.shape for a in arrays))
-    size = int(np.prod(shape, dtype=np.int64))
-    flat = [_flatten(a, shape, size) for a in arrays]
-    pair = [_PARAMETERS.index(name) + 1 for name in given]
-    menu = [items["constants"], items["khso4"], items["ph_scale"], items["flux"]]
-    return flat, shape, size, menu, pair, given, threads
+    return prepare({"salinity": salinity, "temperature": temperature, "pressure": pressure,
+                    "phosphate": phosphate, "silicate": silicate, "temperature_out": temperature_out,
+                    "pressure_out": pressure_out, **parameters, "pco2_air": pco2_air,
+                    "wind_speed": wind_speed}, constants, khso4, ph_scale, flux, threads)
 
 
 def source_names(first, second):
@@ -116,9 +98,9 @@ def sensitivities(salinity, temperature, pressure=0, phosphate=0, silicate=0, *,
     (0.0015592, 12.42)
     """
     parameters = {"ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2, "pco2": pco2}
-    flat, shape, size, menu, pair, given, threads = _prepare(
-        salinity, temperature, pressure, phosphate, silicate, parameters, temperature_out, pressure_out,
-        wind_speed, pco2_air, constants, khso4, ph_scale, flux, threads)
+    p = _prepare(salinity, temperature, pressure, phosphate, silicate, parameters, temperature_out, pressure_out,
+                 wind_speed, pco2_air, constants, khso4, ph_scale, flux, threads)
+    flat, shape, size, menu, pair, given, threads = p.flat, p.shape, p.size, p.menu, p.pair, p.given, p.threads
     values, gradient, status = _brinora.sensitivities(flat, size, menu, pair, threads)
     names = source_names(*given)
     out = {q: {s: gradient[i, j].reshape(shape) for j, s in enumerate(names)} for i, q in enumerate(RESULTS)}
@@ -156,13 +138,61 @@ def _constant_uncertainties(u_constants):
     return dict(u_constants)
 
 
+def _correlation(correlation):
+    rho = np.asarray(correlation, dtype=np.float64)
+    if np.any(np.abs(rho) > 1):
+        raise ValueError("correlation must lie in -1..1")
+    return rho
+
+
+def check_propagation(given, given_u, u_constants, correlation, covariance, method, draws):
+    """The checks of an uncertainty call that need no sample: ``given``, the
+    names of the pair; ``given_u``, source name -> its u or None. Returns
+    the source names, the covariance matrix (or None), the uncertainties by
+    source (the constants' included; None when a covariance is given) and
+    the number of draws (0: linear). ``correlation`` is checked here when it
+    is a number."""
+    names = source_names(*given)
+    if method not in ("linear", "monte_carlo"):
+        raise ValueError(f"method is 'linear' or 'monte_carlo', not {method!r}")
+    draws = operator.index(draws) if method == "monte_carlo" else 0
+    if method == "monte_carlo" and draws < 2:
+        raise ValueError("draws must be at least 2")
+    for name in _PARAMETERS:
+        if name not in given and given_u.get(name) is not None:
+            raise ValueError(f"u_{name} is given but {name} is not one of the pair")
+    if covariance is not None:
+        matrix = np.ascontiguousarray(covariance, dtype=np.float64)
+        if matrix.shape != (len(names), len(names)):
+            raise ValueError(f"covariance must be {len(names)} x {len(names)} (sources {', '.join(names)})")
+        if not np.allclose(matrix, matrix.T):
+            raise ValueError("covariance must be symmetric")
+        return names, matrix, None, draws
+    if isinstance(correlation, (int, float, np.number)):
+        _correlation(correlation)
+    by_source = {name: value for name, value in given_u.items() if value is not None}
+    by_source.update(_constant_uncertainties(u_constants))
+    return names, None, by_source, draws
+
+
+def _seeds(seed, shape):
+    """The Monte Carlo seeds as the compiled core takes them: one (sample i
+    is seeded by seed + i) or one per sample."""
+    seeds = np.asarray(seed)
+    if seeds.ndim == 0:
+        return np.array([operator.index(seed)], dtype=np.uint64)
+    if seeds.dtype.kind not in "iu":
+        raise TypeError(f"seed must be an integer or an array of integers, not of dtype {seeds.dtype}")
+    return np.ascontiguousarray(np.broadcast_to(seeds, shape)).reshape(-1).astype(np.uint64)
+
+
 def uncertainty(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=None, tco2=None, ph=None,
                 fco2=None, pco2=None, temperature_out=None, pressure_out=None, wind_speed=None, pco2_air=None,
                 constants=None, khso4=None, ph_scale=None, flux=None, u_ta=None, u_tco2=None, u_ph=None,
                 u_fco2=None, u_pco2=None, u_salinity=None, u_temperature=None, u_pressure=None,
                 u_phosphate=None, u_silicate=None, u_temperature_out=None, u_pressure_out=None,
                 u_pco2_air=None, u_wind_speed=None, u_constants="standard", correlation=0.0,
-                covariance=None, method="linear", draws=10000, seed=0, threads=None):
+                covariance=None, method="linear", draws=10000, seed=0, budget=True, threads=None):
     """Combined standard uncertainty of every result.
 
     Inputs and options as :func:`brinora.compute`. ``u_<source>``: standard
@@ -176,67 +206,59 @@ def uncertainty(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, t
     ``method``: "linear", first-order propagation u(y)^2 = g' C g with the
     exact gradient g (the default), or "monte_carlo": ``draws`` normal
     draws of the sources per sample through the same calculation (seeded by
-    ``seed`` plus the sample's index; one sample spreads its draws over the
-    threads), u being their standard deviation; it checks the linear result
+    ``seed`` plus the sample's index in C order, or, where ``seed`` is an
+    array of integers that broadcasts with the inputs, by the sample's own
+    seed; one sample spreads its draws over the threads), u being their standard deviation; it checks the linear result
     at large uncertainties and has no budget.
+
+    ``budget``: False leaves the budget out (``.budget`` is then empty): on
+    large arrays it is the largest part of the memory, some 100 bytes per
+    sample, result and source.
 
     Returns an :class:`Uncertainty`.
     """
     parameters = {"ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2, "pco2": pco2}
-    flat, shape, size, menu, pair, given, threads = _prepare(
-        salinity, temperature, pressure, phosphate, silicate, parameters, temperature_out, pressure_out,
-        wind_speed, pco2_air, constants, khso4, ph_scale, flux, threads)
-    names = source_names(*given)
-    if method not in ("linear", "monte_carlo"):
-        raise ValueError(f"method is 'linear' or 'monte_carlo', not {method!r}")
-    draws = operator.index(draws) if method == "monte_carlo" else 0
-    if method == "monte_carlo" and draws < 2:
-        raise ValueError("draws must be at least 2")
+    p = _prepare(salinity, temperature, pressure, phosphate, silicate, parameters, temperature_out, pressure_out,
+                 wind_speed, pco2_air, constants, khso4, ph_scale, flux, threads)
+    flat, shape, size, menu, pair, given, threads = p.flat, p.shape, p.size, p.menu, p.pair, p.given, p.threads
     given_u = {"ta": u_ta, "tco2": u_tco2, "ph": u_ph, "fco2": u_fco2, "pco2": u_pco2,
                "salinity": u_salinity, "temperature": u_temperature, "pressure": u_pressure,
                "phosphate": u_phosphate, "silicate": u_silicate, "temperature_out": u_temperature_out,
                "pressure_out": u_pressure_out, "pco2_air": u_pco2_air, "wind_speed": u_wind_speed}
-    for name in _PARAMETERS:
-        if name not in given and given_u[name] is not None:
-            raise ValueError(f"u_{name} is given but {name} is not one of the pair")
-    if covariance is not None:
-        matrix = np.ascontiguousarray(covariance, dtype=np.float64)
-        if matrix.shape != (len(names), len(names)):
-            raise ValueError(f"covariance must be {len(names)} x {len(names)} (sources {', '.join(names)})")
-        if not np.allclose(matrix, matrix.T):
-            raise ValueError("covariance must be symmetric")
+    names, matrix, by_source, draws = check_propagation(given, given_u, u_constants, correlation, covariance,
+                                                        method, draws)
+    if matrix is not None:
         u_arrays = [np.zeros(1)] * len(names)
         correlation_array = np.zeros(1)
         covariance_flat = matrix.reshape(-1)
         budget_sources = [i for i in range(len(names)) if matrix[i, i] != 0]
     else:
-        by_source = {name: value for name, value in given_u.items() if value is not None}
-        by_source.update(_constant_uncertainties(u_constants))
         u_arrays = []
         for name in names:
             value = np.asarray(by_source.get(name, 0.0), dtype=np.float64)
             u_arrays.append(np.ascontiguousarray(np.broadcast_to(value, shape)).reshape(-1) if value.ndim
                             else value.reshape(1))
-        rho = np.asarray(correlation, dtype=np.float64)
-        if np.any(np.abs(rho) > 1):
-            raise ValueError("correlation must lie in -1..1")
+        rho = _correlation(correlation)
         correlation_array = (np.ascontiguousarray(np.broadcast_to(rho, shape)).reshape(-1) if rho.ndim
                              else rho.reshape(1))
         covariance_flat = np.zeros(0)
         budget_sources = [i for i, array in enumerate(u_arrays) if np.any(array != 0)]
+    if not budget:
+        budget_sources = []
     # Budgets are computed for the sources of non-zero uncertainty only; the
     # others are 0 (or NaN where the sample has no result).
-    values, u, budget, status = _brinora.propagate(flat, size, menu, pair, u_arrays, correlation_array,
-                                                   covariance_flat, budget_sources, draws, int(seed), threads)
+    values, u, parts, status = _brinora.propagate(flat, size, menu, pair, u_arrays, correlation_array,
+                                                  covariance_flat, budget_sources, draws, _seeds(seed, shape),
+                                                  threads)
     result = {q: u[i].reshape(shape) for i, q in enumerate(RESULTS)}
     computed = status.reshape(shape) == 0
     nothing = np.where(computed, 0.0, np.nan) if draws == 0 else np.full(shape, np.nan)
     nothing.flags.writeable = False
     budgets = {}
-    for i, q in enumerate(RESULTS):
+    for i, q in enumerate(RESULTS if budget else ()):
         budgets[q] = {s: nothing for s in names}
         for k, j in enumerate(budget_sources):
-            budgets[q][names[j]] = budget[i, k].reshape(shape)
+            budgets[q][names[j]] = parts[i, k].reshape(shape)
     value_map = {q: values[i].reshape(shape) for i, q in enumerate(RESULTS)}
     return Uncertainty(result, budgets, value_map, _status(status, shape))
 
@@ -255,9 +277,9 @@ def buffers(salinity, temperature, pressure=0, phosphate=0, silicate=0, *, ta=No
     (9.69, 0.0417)
     """
     parameters = {"ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2, "pco2": pco2}
-    flat, shape, size, menu, pair, given, threads = _prepare(
-        salinity, temperature, pressure, phosphate, silicate, parameters, temperature_out, pressure_out,
-        wind_speed, pco2_air, constants, khso4, ph_scale, flux, threads)
+    p = _prepare(salinity, temperature, pressure, phosphate, silicate, parameters, temperature_out, pressure_out,
+                 wind_speed, pco2_air, constants, khso4, ph_scale, flux, threads)
+    flat, shape, size, menu, pair, given, threads = p.flat, p.shape, p.size, p.menu, p.pair, p.given, p.threads
     factors, status = _brinora.buffers(flat, size, menu, pair, threads)
     out = {}
     for c, suffix in enumerate(("", "_out")):

@@ -48,11 +48,19 @@ dask scheduler is active. On a dask.distributed cluster, write the results
 with ``to_zarr``: each chunk is written on its own, with no lock, so a
 worker that dies is replaced and its chunks written again (``to_netcdf``
 holds a file lock that a dead worker never gives back).
+
+``sensitivities``, ``uncertainty`` and ``buffers`` apply brinora's functions
+of those names to a dataset in the same way (inputs read and converted
+alike, lazy on dask), with CF attributes: ``u_<result>`` "standard
+uncertainty of ..." with the standard name "<name> standard_error", the
+budget on a dimension ``source``; ``add_uncertainty`` puts the
+uncertainties beside compute's results, linked by ``ancillary_variables``.
 """
 
 import datetime
 import sys
 import warnings
+from typing import NamedTuple
 
 import numpy as np
 import xarray as xr
@@ -158,19 +166,7 @@ def compute(ds, salinity="so", temperature="thetao", pressure=None, phosphate=No
              "phosphate": phosphate, "silicate": silicate, "temperature_out": temperature_out,
              "pressure_out": pressure_out, "ta": ta, "tco2": tco2, "ph": ph, "fco2": fco2,
              "pco2": pco2, "wind_speed": wind_speed, "pco2_air": pco2_air}
-    carbonate = [n for n in brinora.PARAMETERS if given[n] is not None]
-    if len(carbonate) != 2:
-        raise ValueError("exactly two of the carbonate parameters ta, tco2, ph, fco2, pco2 are "
-                         f"needed; given: {', '.join(carbonate) if carbonate else 'none'}")
-    brinora._flux_inputs(wind_speed, pco2_air)
-    unknown = set(options) - {"constants", "khso4", "ph_scale", "flux"}
-    if unknown:
-        raise TypeError(f"unknown options: {', '.join(sorted(unknown))}")
-    items = brinora.option_items(**options)
-    units = dict(units or {})
-    for name in units:
-        if name not in _INPUTS and name not in ("latitude", "longitude"):
-            raise ValueError(f"units: {name!r} is not an input")
+    items, threads = _check(given, options, threads)
     flux = wind_speed is not None
     if results is None:
         keep = [n for n in brinora.RESULT_NAMES if flux or n not in _FLUX_RESULTS]
@@ -179,6 +175,65 @@ def compute(ds, salinity="so", temperature="thetao", pressure=None, phosphate=No
         if not flux and set(keep) & set(_FLUX_RESULTS):
             raise ValueError("the air-sea flux needs wind_speed and pco2_air: "
                              f"{', '.join(n for n in keep if n in _FLUX_RESULTS)} cannot be computed")
+    read = _read(ds, given, latitude, longitude, units)
+    names, data, fixed = read.names, read.data, read.fixed
+
+    outputs = xr.apply_ufunc(
+        _kernel, *data,
+        kwargs=dict(names=names, fixed=fixed, keep=keep, options=items, validate=validate,
+                    threads=read.threads(threads)),
+        input_core_dims=[[]] * len(data),
+        output_core_dims=[[]] * (len(keep) + 1),
+        output_dtypes=[np.float32] * len(keep) + [np.int8],
+        dask="parallelized",
+        keep_attrs=False,
+    )
+    out = xr.Dataset(dict(zip(keep + ["status"], outputs)))
+    _finish(out, read, keep, items, "compute", ds)
+    return out
+
+
+def _check(given, options, threads):
+    """The checks of a call that need no data (brinora._check_call): the
+    options as menu items, and the thread count asked for (None stays None:
+    see _Read.threads)."""
+    unknown = set(options) - {"constants", "khso4", "ph_scale", "flux"}
+    if unknown:
+        raise TypeError(f"unknown options: {', '.join(sorted(unknown))}")
+    _, items, _ = brinora._check_call(given, threads=1, **options)
+    if threads is not None:
+        threads = brinora._threads(threads)
+    return items, threads
+
+
+class _Read(NamedTuple):
+    """The inputs of a call read from the dataset and converted."""
+    given: dict  # input name -> what the call gave (a name, a DataArray, a number or None)
+    names: list  # the inputs that are DataArrays after conversion
+    data: list  # ... and those DataArrays
+    fixed: dict  # the inputs that are numbers
+    arrays: list  # the DataArrays given, whose coordinates the results take
+    inputs: dict  # input name -> _cf.Input
+    notes: list  # the conversions made, in words
+    converted: dict
+    lazy: bool  # some input is dask-backed
+
+    def threads(self, threads):
+        """Worker threads per block: as asked, else all cores for in-memory
+        inputs and 1 for dask-backed ones (dask runs the blocks in parallel)."""
+        if threads is not None:
+            return threads
+        return 1 if self.lazy else brinora.default_threads()
+
+
+def _read(ds, given, latitude, longitude, units, stacklevel=3):
+    """Every input of ``given`` (input name -> a variable name of ``ds``, a
+    DataArray, a number or None) read with its CF attributes and converted
+    to brinora.compute's units; each conversion warned once."""
+    units = dict(units or {})
+    for name in units:
+        if name not in _INPUTS and name not in ("latitude", "longitude"):
+            raise ValueError(f"units: {name!r} is not an input")
     for name in ("salinity", "temperature"):
         if given[name] is None:
             raise ValueError(f"{name} is needed")
@@ -195,14 +250,14 @@ def compute(ds, salinity="so", temperature="thetao", pressure=None, phosphate=No
             value = _cf.find_coordinate(arrays, xr.Dataset(), test)
         located[name] = None if value is None else _input_place(name, value)
     vertical = None
-    if pressure is None:
+    if given["pressure"] is None:
         found = _cf.find_coordinate(arrays, xr.Dataset(), _cf.is_vertical)
         if found is not None:
             vertical = _cf.Input("pressure", found, found.name, units.get("pressure",
                                  found.attrs.get("units")), found.attrs.get("standard_name"))
     converted, notes = _cf.convert(inputs, vertical, located["latitude"], located["longitude"])
     for note in notes:
-        warnings.warn(note, ConversionWarning, stacklevel=2)
+        warnings.warn(note, ConversionWarning, stacklevel=stacklevel)
 
     names, data, fixed = [], [], {}
     for name, value in converted.items():
@@ -214,32 +269,26 @@ def compute(ds, salinity="so", temperature="thetao", pressure=None, phosphate=No
     lazy = any(a.chunks is not None for a in data)
     if lazy:
         check_workers()
-    if threads is None:
-        threads = 1 if lazy else brinora.default_threads()
+    return _Read(given, names, data, fixed, arrays, inputs, notes, converted, lazy)
 
-    outputs = xr.apply_ufunc(
-        _kernel, *data,
-        kwargs=dict(names=names, fixed=fixed, keep=keep, options=items, validate=validate,
-                    threads=threads),
-        input_core_dims=[[]] * len(data),
-        output_core_dims=[[]] * (len(keep) + 1),
-        output_dtypes=[np.float32] * len(keep) + [np.int8],
-        dask="parallelized",
-        keep_attrs=False,
-    )
-    out = xr.Dataset(dict(zip(keep + ["status"], outputs)))
+
+def _finish(out, read, keep, items, function, ds, status=True):
+    """The coordinates' attributes from the inputs, CF attributes of the
+    results in ``keep``, the status (with ``status``) and the dataset, and
+    the notes of the input conversions."""
     for name, coordinate in out.coords.items():
-        for array in arrays:
+        for array in read.arrays:
             if name in array.coords:
                 coordinate.attrs = dict(array.coords[name].attrs)
                 break
-    described = ", ".join(f"{n}={given[n] if isinstance(given[n], str) else inputs[n].source}"
+    given = read.given
+    described = ", ".join(f"{n}={given[n] if isinstance(given[n], str) else read.inputs[n].source}"
                           for n in _INPUTS if given[n] is not None)
-    _decorate(out, keep, items, f"brinora.xarray.compute({described})", ds.attrs.get("history"))
-    out.attrs["input_conversions"] = "\n".join(notes) if notes else "none"
-    if "pressure" not in converted:
+    _decorate(out, keep, items, f"brinora.xarray.{function}({described})", ds.attrs.get("history"),
+              status)
+    out.attrs["input_conversions"] = "\n".join(read.notes) if read.notes else "none"
+    if "pressure" not in read.converted:
         out.attrs["pressure"] = "none given and no vertical coordinate: 0 dbar (the surface)"
-    return out
 
 
 def _input_place(name, value):
@@ -247,17 +296,13 @@ def _input_place(name, value):
     return _cf.Input(name, value, source, None, name)
 
 
-def _decorate(out, keep, items, call, history):
-    """CF attributes of the results, the status and the dataset."""
+def _decorate(out, keep, items, call, history, status=True):
+    """CF attributes of the results, the status (with ``status``) and the dataset."""
     for name in keep:
         out[name].attrs = {**brinora.attributes(name, items["ph_scale"]),
                            "ancillary_variables": "status"}
-    out["status"].attrs = {
-        "long_name": "why a point was not computed (0: computed)",
-        "standard_name": "status_flag",
-        "flag_values": np.arange(len(brinora.STATUS_MESSAGES), dtype=np.int8),
-        "flag_meanings": " ".join(_status_meaning(m) for m in brinora.STATUS_MESSAGES),
-    }
+    if status:
+        _status_attributes(out)
     stamp = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
     line = f"{stamp} {call} with Brinora {__version__}"
     out.attrs = {
@@ -267,6 +312,15 @@ def _decorate(out, keep, items, call, history):
         "brinora_version": __version__,
         **{option: f"{items[option]}: {brinora.option_title(option, items[option])}"
            for option in ("constants", "khso4", "ph_scale", "flux")},
+    }
+
+
+def _status_attributes(out):
+    out["status"].attrs = {
+        "long_name": "why a point was not computed (0: computed)",
+        "standard_name": "status_flag",
+        "flag_values": np.arange(len(brinora.STATUS_MESSAGES), dtype=np.int8),
+        "flag_meanings": " ".join(_status_meaning(m) for m in brinora.STATUS_MESSAGES),
     }
 
 
@@ -283,3 +337,11 @@ def result_dataset(result, dims=None, coords=None):
     keep = [name for name in result if name != "status"]
     _decorate(out, keep, result.options, "brinora.compute", None)
     return out
+
+
+# The uncertainty wrappers, which use the functions above; they are this module's.
+from ._xarray_uncertainty import add_uncertainty, buffers, sensitivities, uncertainty  # noqa: E402
+
+for _function in (sensitivities, uncertainty, buffers, add_uncertainty):
+    _function.__module__ = __name__
+del _function

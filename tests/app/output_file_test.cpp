@@ -2,6 +2,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <csignal>
 
 #include "app/appended_file.h"
@@ -95,6 +96,7 @@ TEST_F(OutputFileTest, OpenedFileKeepsItsRecordsAndGetsNoHeader) {
 }
 
 TEST_F(OutputFileTest, BatchOutputIsProposedBesideTheInput) {
+    chooseOptions();
     const std::string input = useInput(testing::kInputHeader + "\n", "leg2.csv");
     answer = (dir / "leg2_out.csv").string();
     core.selectCSVtoOutput();
@@ -105,10 +107,79 @@ TEST_F(OutputFileTest, BatchOutputIsProposedBesideTheInput) {
     EXPECT_EQ(core.fullPathOut, *answer);
     EXPECT_EQ(ui.text(TextField::PathFieldOut), *answer);
     EXPECT_EQ(readFile(*answer), std::string(dataFileHeaders()));
-    // The preview check ran: the options are still on their placeholders.
+}
+
+TEST_F(OutputFileTest, BatchOutputIsRefusedWhileAnOptionIsOnSelect) {
+    chooseOptions();
+    ui.selectItem(Menu::AirSeaFlux, 0);
+    useInput(testing::kInputHeader + "\n", "leg2.csv");
+    answer = (dir / "leg2_out.csv").string();
+    core.selectCSVtoOutput();
+    EXPECT_TRUE(savePanels.empty()) << "refused before the panel";
+    EXPECT_FALSE(std::filesystem::exists(*answer)) << "no header is written";
+    EXPECT_EQ(core.fullPathOut, "");
+    EXPECT_EQ(ui.text(TextField::PathFieldOut), "");
     ASSERT_EQ(presented.size(), 1u);
     EXPECT_EQ(presented[0].domain, "BrinoraApp");
     EXPECT_EQ(presented[0].code, 0);
+    EXPECT_EQ(presented[0].localizedDescription,
+              "To perform the calculation, Brinora needs constants, scales, and units supplied by the user. "
+              "Click \"Select...\" to provide these parameters.");
+    EXPECT_TRUE(logged(presented[0].localizedDescription));
+}
+
+// ---------------------------------------------------------------- the KML document
+
+TEST_F(OutputFileTest, AKmlDocumentCutShortLeavesThePreviousDocumentAsItWas) {
+    chooseOptions();
+    std::string text = testing::kInputHeader + "\n";
+    for (int k = 1; k <= 20; ++k) {
+        text += std::to_string(k) + ",St " + std::to_string(k) + ",08:00:00,03/14/2024,26.5,-80.1,35,25,0,0,0,,,2300,2000,,,,,,\n";
+    }
+    const std::string input = useInput(text, "leg.csv");
+    const std::string kml = (dir / "leg.kml").string();
+    writeFile(kml, "the previous document\n");
+    ui.onOpenPanel = [&](const OpenPanelRequest&) { return std::vector<std::string>{input}; };
+    answer = kml;
+    // The document may not grow past 8000 bytes: its header fits, its
+    // placemarks do not.
+    rlimit saved{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &saved), 0);
+    const auto previousHandler = ::signal(SIGXFSZ, SIG_IGN);
+    rlimit limited = saved;
+    limited.rlim_cur = 8000;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limited), 0);
+    core.writeKML();
+    ::setrlimit(RLIMIT_FSIZE, &saved);
+    ::signal(SIGXFSZ, previousHandler);
+    ASSERT_EQ(savePanels.size(), 1u);
+    EXPECT_EQ(readFile(kml), "the previous document\n") << "nothing of the run is kept";
+    EXPECT_TRUE(alerts.empty()) << alerts.front().messageText;
+    EXPECT_EQ(core.failedWrites, 1);
+    EXPECT_EQ(core.placemarksWritten, 0);
+    EXPECT_NE(core.lastWriteError.find("File too large"), std::string::npos) << core.lastWriteError;
+    // No temporary file or journal is left beside it.
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(dir)) names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::string>{"leg.csv", "leg.kml"}));
+}
+
+TEST_F(OutputFileTest, AKmlDocumentIsWrittenWholeOverThePreviousOne) {
+    chooseOptions();
+    const std::string input = useInput(testing::kInputHeader + "\n1,a,,,,,35,25,0,0,0,,,2300,2000,,,,,,\n", "leg.csv");
+    const std::string kml = (dir / "leg.kml").string();
+    writeFile(kml, "the previous document\n");
+    ui.onOpenPanel = [&](const OpenPanelRequest&) { return std::vector<std::string>{input}; };
+    answer = kml;
+    core.writeKML();
+    ASSERT_EQ(alerts.size(), 1u);
+    EXPECT_EQ(alerts[0].messageText, "CSV to KML Processing Completed");
+    const std::string document = readFile(kml);
+    EXPECT_EQ(document.rfind("<?xml version=\"1.0\" encoding=\"UTF-8\"?>", 0), 0u);
+    EXPECT_NE(document.find("<name>Results</name><Placemark><styleUrl>#Brinora-style</styleUrl>"), std::string::npos);
+    EXPECT_EQ(document.substr(document.size() - 26), "</Folder></Document></kml>");
+    EXPECT_EQ(document.find("previous"), std::string::npos);
 }
 
 // ---------------------------------------------------------------- the journaled append

@@ -349,7 +349,7 @@ for ((k = 1; k <= COUNT; k++)); do
     elif [ "$status" -eq 0 ]; then
         cmp -s "$OUT" "$FULL" || fail "SIGTERM, signal $k (status 0): not the previous bytes and one run"
     else
-        fail "SIGTERM, signal $k: status $status"
+        fail "SIGTERM, signal $k: status $status; the run said: $(printf '%s' "$said" | tail -n 20)"
     fi
     [ -z "$(ls -A "$WORK/out" | grep '^\.brinora')" ] || fail "SIGTERM, signal $k: $(ls -A "$WORK/out" | grep '^\.brinora') left"
 done

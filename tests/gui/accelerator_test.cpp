@@ -1,12 +1,16 @@
-// Every Alt+letter accelerator of every window is claimed once among the
-// widgets that can be on screen together, and pressing it reaches its own
-// target: a label's buddy takes the focus, a button is pressed, a menu of the
-// menu bar opens.
+// Every Alt+letter accelerator of the main window is claimed once in the
+// whole window (every page, the menu bar and the button row), every number
+// field of the form has one, and pressing it reaches its own target: a
+// label's buddy takes the focus, a button is pressed, a menu of the menu bar
+// opens. The preview and help windows claim each of their keys once.
 #include <QAbstractButton>
+#include <QComboBox>
+#include <QGroupBox>
 #include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QSignalSpy>
+#include <QTabBar>
 
 #include <map>
 #include <set>
@@ -41,7 +45,8 @@ QString pageOf(const QWidget* widget) {
     return {};
 }
 
-// The accelerators of the labels with buddies, the buttons and the menu bar
+// The accelerators of the labels with buddies, the buttons, check boxes and
+// radio buttons, the group box titles, the tab titles and the menu bar
 // titles that belong to `window` itself (not to its other windows).
 std::vector<Accelerator> acceleratorsOf(QWidget* window) {
     std::vector<Accelerator> found;
@@ -62,25 +67,27 @@ std::vector<Accelerator> acceleratorsOf(QWidget* window) {
     for (QAbstractButton* button : window->findChildren<QAbstractButton*>()) {
         if (button->window() == window) add(button->text(), button, button);
     }
+    for (QGroupBox* group : window->findChildren<QGroupBox*>()) {
+        if (group->window() == window) add(group->title(), group, group);
+    }
+    for (QTabBar* bar : window->findChildren<QTabBar*>()) {
+        if (bar->window() != window) continue;
+        for (int i = 0; i < bar->count(); ++i) add(bar->tabText(i), bar, bar);
+    }
     if (auto* main = qobject_cast<QMainWindow*>(window)) {
         for (QAction* action : main->menuBar()->actions()) add(action->text(), action, nullptr);
     }
     return found;
 }
 
-// Each key at most once among the menu bar, the button row and any one page.
+// Each key at most once among all of `accelerators`.
 void expectUnique(const std::vector<Accelerator>& accelerators) {
-    QStringList pages = kPages;
-    pages.append(QString());
-    for (const QString& page : pages) {
-        std::map<QString, QStringList> claims;
-        for (const Accelerator& a : accelerators) {
-            if (a.page.isEmpty() || a.page == page) claims[a.key.toString()].append(a.text);
-        }
-        for (const auto& [key, texts] : claims) {
-            EXPECT_EQ(texts.size(), 1) << key.toStdString() << " on " << page.toStdString() << ": "
-                                       << texts.join(QStringLiteral(" | ")).toStdString();
-        }
+    std::map<QString, QStringList> claims;
+    for (const Accelerator& a : accelerators) {
+        claims[a.key.toString()].append(a.text + QStringLiteral(" (") + (a.page.isEmpty() ? QStringLiteral("window") : a.page) + QLatin1Char(')'));
+    }
+    for (const auto& [key, texts] : claims) {
+        EXPECT_EQ(texts.size(), 1) << key.toStdString() << ": " << texts.join(QStringLiteral(" | ")).toStdString();
     }
 }
 
@@ -127,16 +134,23 @@ protected:
     }
 };
 
-TEST_F(AcceleratorTest, EveryAcceleratorOfTheMainWindowIsClaimedOnce) {
+TEST_F(AcceleratorTest, EveryAcceleratorOfTheMainWindowIsClaimedOnceInTheWholeWindow) {
     const std::vector<Accelerator> accelerators = acceleratorsOf(window);
     expectUnique(accelerators);
     expectUniqueInMenus(window);
-    // The keys the one-sample form is used with.
     std::map<QString, QString> keys;
     for (const Accelerator& a : accelerators) keys[a.key.toString()] += a.text + QLatin1Char(' ');
     EXPECT_EQ(keys[QStringLiteral("Alt+C")].toStdString(), "&Calculate ");
     EXPECT_EQ(keys[QStringLiteral("Alt+F")].toStdString(), "&File ");
     EXPECT_EQ(keys[QStringLiteral("Alt+H")].toStdString(), "&Help ");
+    EXPECT_EQ(keys[QStringLiteral("Alt+N")].toStdString(), "Sali&nity ");
+    EXPECT_EQ(keys[QStringLiteral("Alt+B")].toStdString(), "Colour &by ");
+    // Every key, in order: 24 of the 26 letters (J and Q are in no label).
+    QStringList all;
+    for (const auto& [key, texts] : keys) all.append(key);
+    EXPECT_EQ(all.join(QLatin1Char(' ')).toStdString(),
+              "Alt+A Alt+B Alt+C Alt+D Alt+E Alt+F Alt+G Alt+H Alt+I Alt+K Alt+L Alt+M Alt+N Alt+O Alt+P Alt+R "
+              "Alt+S Alt+T Alt+U Alt+V Alt+W Alt+X Alt+Y Alt+Z");
 }
 
 TEST_F(AcceleratorTest, EveryNumberFieldOfTheFormHasOne) {
@@ -189,12 +203,47 @@ TEST_F(AcceleratorTest, EachAcceleratorReachesItsOwnTarget) {
         window->activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(window));
     }
-    // Four menus, Calculate and Clear, 14 number fields, four options, four
-    // batch buttons and the batch's uncertainty check box (Cancel is off
-    // while no run goes), eight on the graph tab, three on the uncertainty
-    // page.
-    EXPECT_EQ(accelerators.size(), 41u);
-    EXPECT_EQ(fired, 40u);
+    // Four menus, Calculate and Clear, 14 number fields, four on the graph tab.
+    EXPECT_EQ(accelerators.size(), 24u);
+    EXPECT_EQ(fired, 24u);
+}
+
+TEST_F(AcceleratorTest, AKeyOfAHiddenPageDoesNothingOnAnother) {
+    chooseOptions();
+    // Alt+N is salinity's: on the constants page it moves the focus nowhere.
+    window->switchToConstants();
+    QApplication::processEvents();
+    QComboBox* constants = window->menu(Menu::CO2Constants);
+    window->menu(Menu::KHSO4)->setFocus();
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_N, Qt::AltModifier);
+    QApplication::processEvents();
+    EXPECT_EQ(QApplication::focusWidget(), window->menu(Menu::KHSO4));
+    EXPECT_NE(QApplication::focusWidget(), constants);
+    // Back on the input page it reaches the salinity field.
+    window->switchToInput();
+    QApplication::processEvents();
+    window->inputField(slot::kTA)->setFocus();
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_N, Qt::AltModifier);
+    QApplication::processEvents();
+    EXPECT_EQ(QApplication::focusWidget(), window->inputField(slot::kSalinity));
+}
+
+TEST_F(AcceleratorTest, TheGraphPageAndTheMenusAnswerTheirKeys) {
+    window->switchToGraph();
+    QApplication::processEvents();
+    window->activateWindow();
+    QWidget* start = QApplication::focusWidget() ? QApplication::focusWidget() : window;
+    QTest::keyClick(start, Qt::Key_B, Qt::AltModifier);
+    QApplication::processEvents();
+    ASSERT_NE(QApplication::focusWidget(), nullptr);
+    EXPECT_EQ(QApplication::focusWidget()->objectName().toStdString(), "graphColour");
+    // Alt+F opens the File menu from the graph page too.
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_F, Qt::AltModifier);
+    QApplication::processEvents();
+    QWidget* popup = QApplication::activePopupWidget();
+    ASSERT_NE(popup, nullptr);
+    EXPECT_EQ(static_cast<QMenu*>(popup)->title().toStdString(), "&File");
+    popup->close();
 }
 
 TEST_F(AcceleratorTest, AltCPressesCalculateInsteadOfTypingIntoTheField) {

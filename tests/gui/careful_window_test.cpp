@@ -1,6 +1,9 @@
 // The window as a careful user meets it: runs refused while an option is on
 // "Select...", the batch tab's Calculate after a visit to the constants page,
 // completion alerts that count what was written.
+#include <QProcess>
+#include <QProcessEnvironment>
+
 #include "engine/slots.h"
 #include "gui/help_viewer.h"
 #include "records/output_record.h"
@@ -64,6 +67,18 @@ TEST_F(CarefulWindowTest, WriteKmlIsRefusedWhileAnOptionIsOnSelect) {
     EXPECT_FALSE(QFile::exists(path("cruise.kml")));
 }
 
+TEST_F(CarefulWindowTest, ChooseOutputIsRefusedWhileAnOptionIsOnSelect) {
+    chooseOptions();
+    choose(Menu::AirSeaFlux, 0);
+    window->switchToBatchProcessing();
+    dialogs.saveAnswers.push_back(path("cruise_Brinora.csv").toStdString());
+    click(child("selectCSVtoOutput"));
+    EXPECT_EQ(messages(), std::vector<std::string>{kSelectMessage});
+    EXPECT_TRUE(dialogs.saveRequests.empty()) << "refused before the output file is asked for";
+    EXPECT_FALSE(QFile::exists(path("cruise_Brinora.csv"))) << "no header line is written";
+    EXPECT_EQ(window->text(TextField::PathFieldOut), "");
+}
+
 TEST_F(CarefulWindowTest, TheBatchTabCalculatesAfterItsConstantsButton) {
     chooseOptions();
     prepareBatch();
@@ -99,6 +114,54 @@ TEST_F(CarefulWindowTest, TheKmlAlertCountsItsPlacemarks) {
     EXPECT_EQ(dialogs.alerts[0].informativeText, "Input: " + path("cruise.csv").toStdString() + "\n\nOutput: " +
                                                      path("cruise.kml").toStdString() +
                                                      "\n\n2 placemarks were written.");
+}
+
+TEST_F(CarefulWindowTest, TheKmlDocumentIsTheCommandLinesByteForByte) {
+    chooseOptions();  // constants 13, KHSO4 1, pH scale 1, flux 1
+    writeText(path("cruise.csv"), kTwoSamples);
+    dialogs.openAnswers.push_back({path("cruise.csv").toStdString()});
+    dialogs.saveAnswers.push_back(path("desktop.kml").toStdString());
+    window->switchToBatchProcessing();
+    click(child("writeKML"));
+    ASSERT_TRUE(waitForBatchRun());
+    ASSERT_EQ(dialogs.alerts.size(), 1u);
+    EXPECT_EQ(dialogs.alerts[0].messageText, "CSV to KML Processing Completed");
+
+    QProcess cli;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("BRINORA_SETTINGS_FILE"), path("cli.ini"));
+    cli.setProcessEnvironment(environment);
+    cli.start(QStringLiteral(BRINORA_BINARY),
+              {QStringLiteral("kml"), path("cruise.csv"), QStringLiteral("-o"), path("cli.kml"),
+               QStringLiteral("--constants"), QStringLiteral("13"), QStringLiteral("--khso4"), QStringLiteral("1"),
+               QStringLiteral("--ph-scale"), QStringLiteral("1"), QStringLiteral("--flux"), QStringLiteral("1")});
+    ASSERT_TRUE(cli.waitForFinished(60000));
+    ASSERT_EQ(cli.exitCode(), 0) << cli.readAllStandardError().toStdString();
+    const std::string desktop = readText(path("desktop.kml"));
+    const std::string commandLine = readText(path("cli.kml"));
+    ASSERT_FALSE(commandLine.empty());
+    EXPECT_EQ(desktop.size(), commandLine.size());
+    EXPECT_TRUE(desktop == commandLine) << "the documents differ from byte "
+                                        << std::mismatch(desktop.begin(), desktop.end(), commandLine.begin(),
+                                                         commandLine.end()).first - desktop.begin();
+    EXPECT_NE(desktop.find("<Folder id=\"CO2Results\"><name>Results</name><Placemark>"), std::string::npos)
+        << "the first placemark follows the header without a line end";
+}
+
+TEST_F(CarefulWindowTest, AKmlDocumentIsNeverWrittenOverTheInputItReads) {
+    chooseOptions();
+    writeText(path("cruise.csv"), kTwoSamples);
+    dialogs.openAnswers.push_back({path("cruise.csv").toStdString()});
+    dialogs.saveAnswers.push_back(path("cruise.csv").toStdString());
+    window->switchToBatchProcessing();
+    click(child("writeKML"));
+    ASSERT_TRUE(waitForBatchRun());
+    EXPECT_EQ(readText(path("cruise.csv")), kTwoSamples) << "the input is as it was";
+    EXPECT_TRUE(dialogs.alerts.empty()) << dialogs.alerts.front().messageText;
+    EXPECT_EQ(window->core().failedWrites, 1);
+    EXPECT_NE(window->core().lastWriteError.find("\"" + path("cruise.csv").toStdString() + "\""), std::string::npos)
+        << window->core().lastWriteError;
+    EXPECT_EQ(window->core().placemarksWritten, 0);
 }
 
 TEST_F(CarefulWindowTest, AFieldReadAsZeroIsAskedAboutBeforeCalculating) {

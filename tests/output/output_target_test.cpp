@@ -427,6 +427,18 @@ TEST_F(OutputTargetTest, AppendRefusesAFileWithoutTheHeader) {
     }
 }
 
+TEST_F(OutputTargetTest, AppendCanFollowTheLastByteWithoutALineEnd) {
+    const std::string out = path("doc.kml");
+    writeFile(out, "<kml><Document>");
+    OutputOptions options;
+    options.endLastLine = false;
+    auto target = open(out, OutputMode::kAppend, options);
+    ASSERT_TRUE(target);
+    ASSERT_TRUE(target->write("<Placemark/>"));
+    ASSERT_TRUE(target->commit());
+    EXPECT_EQ(readFile(out), "<kml><Document><Placemark/>");
+}
+
 TEST_F(OutputTargetTest, AppendEndsALastLineWithoutItsLineEndFirst) {
     const std::string out = path("out.csv");
     writeFile(out, kHeader + "A,1");

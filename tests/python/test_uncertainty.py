@@ -140,6 +140,14 @@ def test_errors_name_the_problem():
         brinora.uncertainty(**WORKED, u_constants={"pk9": 0.1})
     with pytest.raises(ValueError, match="method is 'linear' or 'monte_carlo'"):
         brinora.uncertainty(**WORKED, method="bootstrap")
+    # The checks of brinora.compute, from the one input preparation.
+    with pytest.raises(ValueError, match="^pCO2air is required to calculate Air-Sea flux"):
+        brinora.uncertainty(**WORKED, wind_speed=8)
+    with pytest.raises(ValueError, match=r"^the input shapes do not broadcast together: salinity \(2,\), "
+                       r"temperature \(3,\)$"):
+        brinora.buffers([35, 34], [18, 17, 16], ta=2300, tco2=2000)
+    with pytest.raises(ValueError, match="^threads must be at least 1, not 0$"):
+        brinora.sensitivities(**WORKED, threads=0)
 
 
 def test_the_examples_of_the_module_and_of_the_docs_run():

@@ -239,27 +239,40 @@ TEST_F(KmlTest, OneSaveCancelledAppendsToTheEarlierOutput) {
     EXPECT_FALSE(std::filesystem::exists(kmlPath));
 }
 
-TEST_F(KmlTest, PlacemarksThatCannotBeWrittenLeaveTheDocumentAsChosen) {
+TEST_F(KmlTest, TheDocumentTakesItsNameOnlyWhenComplete) {
+    writeFile(kmlPath, "the previous document");
     input(kInputHeader + "\n" + kAlpha + "\n" + kAlpha + "\n" + kAlpha + "\n");
-    // The document goes away while the placemarks are computed: they are
-    // appended in one block at the end, which then fails.
+    // While the placemarks are computed the name still holds the previous
+    // document: the new one is written aside and renamed at the end.
     const auto compute = core.computeCO2;
     int calls = 0;
-    std::string kept;
+    std::string during;
     core.computeCO2 = [&](Board& board) {
-        if (++calls == 2) {
-            kept = readFile(kmlPath);
-            std::filesystem::remove(kmlPath);
-        }
+        if (++calls == 2) during = readFile(kmlPath);
         compute(board);
     };
     core.writeKML();
-    EXPECT_EQ(kept, kHeader);
     EXPECT_EQ(calls, 3);
+    EXPECT_EQ(during, "the previous document");
+    const std::string document = readFile(kmlPath);
+    EXPECT_EQ(document.substr(0, kHeader.size()), kHeader);
+    EXPECT_EQ(document.substr(document.size() - kFooter.size()), kFooter);
+    EXPECT_EQ(core.placemarksWritten, 3);
+    EXPECT_EQ(core.failedWrites, 0);
+    ASSERT_EQ(alerts.size(), 1u);
+    EXPECT_EQ(alerts[0].messageText, "CSV to KML Processing Completed");
+}
+
+TEST_F(KmlTest, AnEarlierOutputThatIsGoneLosesThePlacemarks) {
+    // The save panel is cancelled and the earlier output named no longer exists.
+    core.fullPathOut = (dir / "gone.kml").string();
+    saveAnswer.reset();
+    input(kInputHeader + "\n" + kAlpha + "\n");
+    core.writeKML();
     EXPECT_EQ(core.placemarksWritten, 0);
     EXPECT_EQ(core.failedWrites, 1);
-    EXPECT_EQ(core.lastWriteError, "cannot open \"" + kmlPath + "\": No such file or directory");
-    EXPECT_FALSE(std::filesystem::exists(kmlPath));
+    EXPECT_EQ(core.lastWriteError, "cannot open \"" + core.fullPathOut + "\": No such file or directory");
+    EXPECT_FALSE(std::filesystem::exists(core.fullPathOut));
     EXPECT_TRUE(alerts.empty());  // no "Completed" alert for a document that is not complete
 }
 
