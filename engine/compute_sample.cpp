@@ -10,6 +10,7 @@
 #include "constants/co2_constants.h"
 #include "engine/sample.h"
 #include "solvers/alkalinity.h"
+#include "solvers/alkalinity_terms.h"
 #include "solvers/co2_flux.h"
 #include "solvers/density.h"
 #include "solvers/pair_solvers.h"
@@ -79,6 +80,26 @@ void clearUpperVectorState() {
 
 using Values = std::array<float, quantity::kCount>;
 
+// H = 10^-pH [mol/kg-SW] of one sample's pH values, kept for the latest pH:
+// the fCO2, the species and the saturation states of one pH read the same
+// power of ten (detail::HydrogenIon of the same bits), computed once.
+class HydrogenIonOfpH {
+public:
+    float operator()(float pH) {
+        if (!held_ || !sameBits(pH, pH_)) {
+            pH_ = pH;
+            H_ = detail::HydrogenIon(pH);
+            held_ = true;
+        }
+        return H_;
+    }
+
+private:
+    float pH_ = 0.0f;
+    float H_ = 0.0f;
+    bool held_ = false;
+};
+
 // The parts of the derived block (species and alkalinity parts, Revelle
 // factor, saturation states, xCO2) of one set of conditions.
 struct DerivedParts {
@@ -126,7 +147,7 @@ struct DerivedContext {
 // whose every argument has the bits of `earlier`'s (same conditions and
 // constants) is copied from it: the same function of the same values.
 void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArguments& a, const DerivedContext& c,
-                 const EarlierBlock* earlier) {
+                 const EarlierBlock* earlier, HydrogenIonOfpH& hydrogenIon) {
     const auto copy = [&](int from, int to) {
         for (int p = from; p <= to; ++p) r[static_cast<std::size_t>(first + p)] = r[static_cast<std::size_t>(earlier->first + p)];
     };
@@ -139,7 +160,8 @@ void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArgument
             copy(0, 6);
         } else {
             float HCO3 = 0, CO3 = 0, BAlk = 0, OH = 0, PAlk = 0, SiAlk = 0, Hfree = 0, HSO4 = 0, HF = 0;
-            CalculateAlkParts(a.pH, a.TCO2, c.K, c.T, HCO3, CO3, BAlk, OH, PAlk, SiAlk, Hfree, HSO4, HF);
+            CalculateAlkPartsAtH(hydrogenIon(a.pH), a.TCO2, c.K, c.T, HCO3, CO3, BAlk, OH, PAlk, SiAlk, Hfree,
+                                 HSO4, HF);
             if (c.whichKs == kGeosecsPhosphateSet) {
                 PAlk = sumWithNaNOf(c.T[t::TP], PAlk);
             }
@@ -169,8 +191,8 @@ void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArgument
             copy(8, 9);
         } else {
             float OmegaCa = 0, OmegaAr = 0;
-            CaSolubility(static_cast<short>(c.whichKs), c.Sal, c.TempC, c.Pdbar, a.TCO2, a.pH, K1, K2, OmegaCa,
-                         OmegaAr);
+            CaSolubilityAtH(static_cast<short>(c.whichKs), c.Sal, c.TempC, c.Pdbar, a.TCO2, hydrogenIon(a.pH), K1,
+                            K2, OmegaCa, OmegaAr);
             r[static_cast<std::size_t>(first + 8)] = OmegaCa;
             r[static_cast<std::size_t>(first + 9)] = OmegaAr;
         }
@@ -295,6 +317,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     // constants K0, K1, K2 of the sample's codes at input conditions.
     bool fCO2OfTCpH = false;
     bool solved = true;
+    HydrogenIonOfpH hydrogenIon;
     switch (pairCode) {
         case 12: {
             // The TA and TCO2 solver evaluates the constants routine again
@@ -321,7 +344,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
             }
             const float TAused = solverKs == kGeosecsPhosphateSet ? TA - T[t::TP] : TA;
             CalculatepHfromTATC(TAused, TCO2, K, T, pH);
-            CalculatefCO2fromTCpH(TCO2, pH, K0, K[k::K1], K[k::K2], fCO2);
+            CalculatefCO2fromTCH(TCO2, hydrogenIon(pH), K0, K[k::K1], K[k::K2], fCO2);
             pCO2 = fCO2 / FugFac;
             fCO2OfTCpH = inputConstantsOfCodes;
             break;
@@ -330,7 +353,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
             if (phosphateOutside) TA = TA - TP;
             CalculateTCfromTApH(TA, pH, K, T, TCO2);
             if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
-            CalculatefCO2fromTCpH(TCO2, pH, K0, K1, K2, fCO2);
+            CalculatefCO2fromTCH(TCO2, hydrogenIon(pH), K0, K1, K2, fCO2);
             pCO2 = fCO2 / FugFac;
             fCO2OfTCpH = true;
             break;
@@ -344,7 +367,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
         case 23:
             CalculateTAfromTCpH(TCO2, pH, K, T, TA);
             if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
-            CalculatefCO2fromTCpH(TCO2, pH, K0, K1, K2, fCO2);
+            CalculatefCO2fromTCH(TCO2, hydrogenIon(pH), K0, K1, K2, fCO2);
             pCO2 = fCO2 / FugFac;
             fCO2OfTCpH = true;
             break;
@@ -386,7 +409,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     r[22] = 0.0f;
     const DerivedParts inParts = partsWanted(wanted, 11);
     fillDerived(r, 11, inParts, inArguments, DerivedContext{whichKs, SalChem, TempC, Pdbar, K0, VPFac, K, T},
-                nullptr);
+                nullptr, hydrogenIon);
     const int fluxFormula = sample.options.fluxFormula;
     if (wanted & quantityBit(quantity::kCO2FluxIn)) {
         r[quantity::kCO2FluxIn] = static_cast<float>(CalcCO2Flux(fluxFormula, TempC, SalChem, windSpeed, pCO2air, r[10]));
@@ -439,7 +462,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
         // The same function of the same TCO2, pH and constants as at input.
         fCO2Out = fCO2;
     } else {
-        CalculatefCO2fromTCpH(TCO2, pHOut, K0, K1, K2, fCO2Out);
+        CalculatefCO2fromTCH(TCO2, hydrogenIon(pHOut), K0, K1, K2, fCO2Out);
     }
     const float pCO2Out = fCO2Out / FugFac;
 
@@ -449,7 +472,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     const EarlierBlock earlier{inArguments, inParts, 11};
     fillDerived(r, 28, partsWanted(wanted, 28), DerivedArguments{TA, TCO2, pHOut, pCO2Out},
                 DerivedContext{whichKs, SalChem, TempCOut, PdbarOut, K0, VPFac, K, T},
-                sameConditions ? &earlier : nullptr);
+                sameConditions ? &earlier : nullptr, hydrogenIon);
     if (wanted & quantityBit(quantity::kCO2FluxOut)) {
         if ((wanted & quantityBit(quantity::kCO2FluxIn)) && sameBits(TempCOut, TempC) && sameBits(r[27], r[10])) {
             r[quantity::kCO2FluxOut] = r[quantity::kCO2FluxIn];

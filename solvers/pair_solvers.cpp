@@ -329,7 +329,10 @@ void CalculateTCfrompHfCO2(float pH, float fCO2, float K0, float K1, float K2, f
 }
 
 void CalculatefCO2fromTCpH(float TC, float pH, float K0, float K1, float K2, float& fCO2) {
-    const float H = detail::HydrogenIon(pH);
+    CalculatefCO2fromTCH(TC, detail::HydrogenIon(pH), K0, K1, K2, fCO2);
+}
+
+void CalculatefCO2fromTCH(float TC, float H, float K0, float K1, float K2, float& fCO2) {
     fCO2 = TC * H * H / (H * H + K1 * H + K1 * K2) / K0;
 }
 

@@ -33,6 +33,9 @@ void CalculateTCfromTApH(float TA, float pH, const ConstantsArray& K, const Tota
 void CalculateTCfrompHfCO2(float pH, float fCO2, float K0, float K1, float K2, float& TC);
 // fCO2 from TC and pH.
 void CalculatefCO2fromTCpH(float TC, float pH, float K0, float K1, float K2, float& fCO2);
+// The same at a given H = detail::HydrogenIon(pH) [mol/kg-SW]: the same bits
+// for a caller that already holds H.
+void CalculatefCO2fromTCH(float TC, float H, float K0, float K1, float K2, float& fCO2);
 
 // Constants for (TempC [deg C], PdBar [dbar]) followed by pH, fCO2 and pCO2
 // from TA and TC. T positions 4 and 5 must hold TP and TSi. Writes K0 and
