@@ -276,12 +276,60 @@ void SolvepHfromTATCPrepared(float TA, float TC, const ConstantsArray& K, const 
     newtonSteps = steps;
 }
 
+// Two solves of SolvepHfromTATCPrepared on the same constants, their steps
+// taken in turn within one loop: each solve is the same sequence of
+// operations on the same values as on its own (so the same pH to the bit),
+// and the processor overlaps the two chains of dependent operations.
+void SolveTwopHfromTATCPrepared(float TA1, float TC1, float TA2, float TC2, const ConstantsArray& K,
+                                const TotalsArray& T, float& pH1, float& pH2) {
+    constexpr float kTolerance = 0.0001f;
+    const PreparedSolve& solve = Prepare(K, T);
+    const PreparedTATC& p = solve.constants;
+    const float TCK1a = TC1 * p.K1;
+    const float TCK1b = TC2 * p.K1;
+    int stepsA = 0, stepsB = 0;
+    pH1 = 8.0f;
+    pH2 = 8.0f;
+    bool goingA = true, goingB = true;
+    while (goingA || goingB) {
+        if (goingA) {
+            const float rawStep = stepsA == 0 ? StepFromTerms(solve.start, TA1, TCK1a, p)
+                                              : StepFromTerms(TermsAt(detail::HydrogenIon(pH1), p), TA1, TCK1a, p);
+            const float deltapH = detail::HalveNewtonStep(rawStep);
+            pH1 = pH1 + deltapH;
+            ++stepsA;
+            goingA = std::fabs(deltapH) > kTolerance && stepsA < kMaxNewtonSteps;
+        }
+        if (goingB) {
+            const float rawStep = stepsB == 0 ? StepFromTerms(solve.start, TA2, TCK1b, p)
+                                              : StepFromTerms(TermsAt(detail::HydrogenIon(pH2), p), TA2, TCK1b, p);
+            const float deltapH = detail::HalveNewtonStep(rawStep);
+            pH2 = pH2 + deltapH;
+            ++stepsB;
+            goingB = std::fabs(deltapH) > kTolerance && stepsB < kMaxNewtonSteps;
+        }
+    }
+    newtonSteps = stepsB;
+}
+
 }  // namespace
 
 void CalculatepHfromTATC(float TA, float TC, const ConstantsArray& K, const TotalsArray& T,
                          float& pH) {
     SolvepHfromTATCPrepared(TA, TC, K, T, pH);
     if (std::isnan(pH)) detail::SolvepHfromTATC(TA, TC, K, T, pH, kMaxNewtonSteps);
+}
+
+void CalculateTwopHfromTATC(float TA1, float TC1, float TA2, float TC2, const ConstantsArray& K,
+                            const TotalsArray& T, float& pH1, float& pH2) {
+    SolveTwopHfromTATCPrepared(TA1, TC1, TA2, TC2, K, T, pH1, pH2);
+    const int secondSteps = newtonSteps;
+    if (std::isnan(pH1)) detail::SolvepHfromTATC(TA1, TC1, K, T, pH1, kMaxNewtonSteps);
+    if (std::isnan(pH2)) {
+        detail::SolvepHfromTATC(TA2, TC2, K, T, pH2, kMaxNewtonSteps);
+    } else {
+        newtonSteps = secondSteps;
+    }
 }
 
 void CalculatepHfromTAfCO2(float TA, float fCO2, float K0, const ConstantsArray& K,

@@ -18,6 +18,11 @@ int lastNewtonSteps();
 // pH from TA and TC, Newton iteration from pH 8.
 void CalculatepHfromTATC(float TA, float TC, const ConstantsArray& K, const TotalsArray& T,
                          float& pH);
+// Two pH values from TA and TC on the same constants: CalculatepHfromTATC of
+// (TA1, TC1) and of (TA2, TC2), to the bit, the two iterations stepped
+// together. The steps of the second are those lastNewtonSteps reports.
+void CalculateTwopHfromTATC(float TA1, float TC1, float TA2, float TC2, const ConstantsArray& K,
+                            const TotalsArray& T, float& pH1, float& pH2);
 // pH from TA and fCO2, Newton iteration from pH 8.
 void CalculatepHfromTAfCO2(float TA, float fCO2, float K0, const ConstantsArray& K,
                            const TotalsArray& T, float& pH);
