@@ -147,7 +147,7 @@ struct DerivedContext {
 // whose every argument has the bits of `earlier`'s (same conditions and
 // constants) is copied from it: the same function of the same values.
 void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArguments& a, const DerivedContext& c,
-                 const EarlierBlock* earlier, HydrogenIonOfpH& hydrogenIon) {
+                 const EarlierBlock* earlier, HydrogenIonOfpH& hydrogenIon, const float* revellepH) {
     const auto copy = [&](int from, int to) {
         for (int p = from; p <= to; ++p) r[static_cast<std::size_t>(first + p)] = r[static_cast<std::size_t>(earlier->first + p)];
     };
@@ -179,6 +179,10 @@ void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArgument
         if (earlier && earlier->parts.revelle && sameBits(a.TA, earlier->arguments.TA) &&
             sameBits(a.TCO2, earlier->arguments.TCO2)) {
             copy(7, 7);
+        } else if (revellepH) {
+            // The pH either side of TCO2 solved already, with the pH of the pass.
+            const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(c.whichKs), a.TA, a.TCO2, c.T);
+            r[static_cast<std::size_t>(first + 7)] = RevelleFrompH(pairs, revellepH[0], revellepH[1], c.K0, K1, K2);
         } else {
             float Revelle = 0;
             RevelleFactor(static_cast<short>(c.whichKs), a.TA, a.TCO2, c.K0, c.K, c.T, Revelle);
@@ -318,6 +322,9 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     bool fCO2OfTCpH = false;
     bool solved = true;
     HydrogenIonOfpH hydrogenIon;
+    const DerivedParts inParts = partsWanted(wanted, 11);
+    float inRevellepH[2] = {0.0f, 0.0f};
+    bool inRevelleSolved = false;
     switch (pairCode) {
         case 12: {
             // The TA and TCO2 solver evaluates the constants routine again
@@ -343,7 +350,22 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
                 inputConstantsOfCodes = false;
             }
             const float TAused = solverKs == kGeosecsPhosphateSet ? TA - T[t::TP] : TA;
-            CalculatepHfromTATC(TAused, TCO2, K, T, pH);
+            if (inParts.revelle && TCO2 != 0.0f) {
+                // The Revelle factor at input conditions will solve TA and
+                // TCO2 plus and minus 1 micromol/kg on the same constants:
+                // the three solves stepped together.
+                const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(whichKs), TA, TCO2, T);
+                const float TAs[3] = {TAused, pairs.TAplus, pairs.TAminus};
+                const float TCs[3] = {TCO2, pairs.TCplus, pairs.TCminus};
+                float pHs[3];
+                CalculateThreepHfromTATC(TAs, TCs, K, T, pHs);
+                pH = pHs[0];
+                inRevellepH[0] = pHs[1];
+                inRevellepH[1] = pHs[2];
+                inRevelleSolved = true;
+            } else {
+                CalculatepHfromTATC(TAused, TCO2, K, T, pH);
+            }
             CalculatefCO2fromTCH(TCO2, hydrogenIon(pH), K0, K[k::K1], K[k::K2], fCO2);
             pCO2 = fCO2 / FugFac;
             fCO2OfTCpH = inputConstantsOfCodes;
@@ -407,9 +429,8 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     r[9] = toBoard(fCO2);
     r[10] = toBoard(pCO2);
     r[22] = 0.0f;
-    const DerivedParts inParts = partsWanted(wanted, 11);
     fillDerived(r, 11, inParts, inArguments, DerivedContext{whichKs, SalChem, TempC, Pdbar, K0, VPFac, K, T},
-                nullptr, hydrogenIon);
+                nullptr, hydrogenIon, inRevelleSolved ? inRevellepH : nullptr);
     const int fluxFormula = sample.options.fluxFormula;
     if (wanted & quantityBit(quantity::kCO2FluxIn)) {
         r[quantity::kCO2FluxIn] = static_cast<float>(CalcCO2Flux(fluxFormula, TempC, SalChem, windSpeed, pCO2air, r[10]));
@@ -447,14 +468,35 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
         K1 = K[k::K1];
         K2 = K[k::K2];
     }
+    const DerivedParts outParts = partsWanted(wanted, 28);
     float pHOut = 0.0f;
+    float outRevellepH[2] = {0.0f, 0.0f};
+    bool outRevelleSolved = false;
     if (phosphateOutside) TA = TA - TP;
     if (sameConditions && pairCode == 12) {
         // The pH from TA and TCO2 of the input pass: the same solver on the
         // same TA (less phosphate for set 7), TCO2 and constants.
         pHOut = pH;
     } else {
-        CalculatepHfromTATC(TA, TCO2, K, T, pHOut);
+        // The TA the Revelle factor at output conditions reads (restored
+        // below), and whether it is copied from the input pass's.
+        const float TAheld = phosphateOutside ? sumWithNaNOf(TP, TA) : TA;
+        const bool revelleCopied = sameConditions && inParts.revelle && sameBits(TAheld, inArguments.TA) &&
+                                   sameBits(TCO2, inArguments.TCO2);
+        if (outParts.revelle && !revelleCopied && TCO2 != 0.0f) {
+            // Its two solves stepped together with this one.
+            const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(whichKs), TAheld, TCO2, T);
+            const float TAs[3] = {TA, pairs.TAplus, pairs.TAminus};
+            const float TCs[3] = {TCO2, pairs.TCplus, pairs.TCminus};
+            float pHs[3];
+            CalculateThreepHfromTATC(TAs, TCs, K, T, pHs);
+            pHOut = pHs[0];
+            outRevellepH[0] = pHs[1];
+            outRevellepH[1] = pHs[2];
+            outRevelleSolved = true;
+        } else {
+            CalculatepHfromTATC(TA, TCO2, K, T, pHOut);
+        }
     }
     if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
     float fCO2Out = 0.0f;
@@ -470,9 +512,9 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     r[26] = toBoard(fCO2Out);
     r[27] = toBoard(pCO2Out);
     const EarlierBlock earlier{inArguments, inParts, 11};
-    fillDerived(r, 28, partsWanted(wanted, 28), DerivedArguments{TA, TCO2, pHOut, pCO2Out},
+    fillDerived(r, 28, outParts, DerivedArguments{TA, TCO2, pHOut, pCO2Out},
                 DerivedContext{whichKs, SalChem, TempCOut, PdbarOut, K0, VPFac, K, T},
-                sameConditions ? &earlier : nullptr, hydrogenIon);
+                sameConditions ? &earlier : nullptr, hydrogenIon, outRevelleSolved ? outRevellepH : nullptr);
     if (wanted & quantityBit(quantity::kCO2FluxOut)) {
         if ((wanted & quantityBit(quantity::kCO2FluxIn)) && sameBits(TempCOut, TempC) && sameBits(r[27], r[10])) {
             r[quantity::kCO2FluxOut] = r[quantity::kCO2FluxIn];

@@ -276,40 +276,56 @@ void SolvepHfromTATCPrepared(float TA, float TC, const ConstantsArray& K, const 
     newtonSteps = steps;
 }
 
-// Two solves of SolvepHfromTATCPrepared on the same constants, their steps
+// N solves of SolvepHfromTATCPrepared on the same constants, their steps
 // taken in turn within one loop: each solve is the same sequence of
 // operations on the same values as on its own (so the same pH to the bit),
-// and the processor overlaps the two chains of dependent operations.
-void SolveTwopHfromTATCPrepared(float TA1, float TC1, float TA2, float TC2, const ConstantsArray& K,
-                                const TotalsArray& T, float& pH1, float& pH2) {
+// and the processor overlaps their chains of dependent operations. Leaves
+// the steps of the last solve in newtonSteps.
+template <int N>
+void SolveManypHfromTATCPrepared(const float (&TA)[N], const float (&TC)[N], const ConstantsArray& K,
+                                 const TotalsArray& T, float (&pH)[N]) {
     constexpr float kTolerance = 0.0001f;
     const PreparedSolve& solve = Prepare(K, T);
     const PreparedTATC& p = solve.constants;
-    const float TCK1a = TC1 * p.K1;
-    const float TCK1b = TC2 * p.K1;
-    int stepsA = 0, stepsB = 0;
-    pH1 = 8.0f;
-    pH2 = 8.0f;
-    bool goingA = true, goingB = true;
-    while (goingA || goingB) {
-        if (goingA) {
-            const float rawStep = stepsA == 0 ? StepFromTerms(solve.start, TA1, TCK1a, p)
-                                              : StepFromTerms(TermsAt(detail::HydrogenIon(pH1), p), TA1, TCK1a, p);
+    float TCK1[N];
+    int steps[N];
+    bool going[N];
+    for (int i = 0; i < N; ++i) {
+        TCK1[i] = TC[i] * p.K1;
+        steps[i] = 0;
+        going[i] = true;
+        pH[i] = 8.0f;
+    }
+    bool anyGoing = true;
+    while (anyGoing) {
+        anyGoing = false;
+        for (int i = 0; i < N; ++i) {
+            if (!going[i]) continue;
+            const float rawStep = steps[i] == 0
+                                      ? StepFromTerms(solve.start, TA[i], TCK1[i], p)
+                                      : StepFromTerms(TermsAt(detail::HydrogenIon(pH[i]), p), TA[i], TCK1[i], p);
             const float deltapH = detail::HalveNewtonStep(rawStep);
-            pH1 = pH1 + deltapH;
-            ++stepsA;
-            goingA = std::fabs(deltapH) > kTolerance && stepsA < kMaxNewtonSteps;
-        }
-        if (goingB) {
-            const float rawStep = stepsB == 0 ? StepFromTerms(solve.start, TA2, TCK1b, p)
-                                              : StepFromTerms(TermsAt(detail::HydrogenIon(pH2), p), TA2, TCK1b, p);
-            const float deltapH = detail::HalveNewtonStep(rawStep);
-            pH2 = pH2 + deltapH;
-            ++stepsB;
-            goingB = std::fabs(deltapH) > kTolerance && stepsB < kMaxNewtonSteps;
+            pH[i] = pH[i] + deltapH;
+            ++steps[i];
+            going[i] = std::fabs(deltapH) > kTolerance && steps[i] < kMaxNewtonSteps;
+            anyGoing = anyGoing || going[i];
         }
     }
-    newtonSteps = stepsB;
+    newtonSteps = steps[N - 1];
+}
+
+// CalculatepHfromTATC of each pair: the solves stepped together, then, for a
+// pH that is not a number, the solver that has always run (as
+// CalculatepHfromTATC does); the steps reported are the last solve's.
+template <int N>
+void CalculateManypHfromTATC(const float (&TA)[N], const float (&TC)[N], const ConstantsArray& K,
+                             const TotalsArray& T, float (&pH)[N]) {
+    SolveManypHfromTATCPrepared(TA, TC, K, T, pH);
+    const int lastSteps = newtonSteps;
+    for (int i = 0; i < N; ++i) {
+        if (std::isnan(pH[i])) detail::SolvepHfromTATC(TA[i], TC[i], K, T, pH[i], kMaxNewtonSteps);
+    }
+    if (!std::isnan(pH[N - 1])) newtonSteps = lastSteps;
 }
 
 }  // namespace
@@ -322,14 +338,17 @@ void CalculatepHfromTATC(float TA, float TC, const ConstantsArray& K, const Tota
 
 void CalculateTwopHfromTATC(float TA1, float TC1, float TA2, float TC2, const ConstantsArray& K,
                             const TotalsArray& T, float& pH1, float& pH2) {
-    SolveTwopHfromTATCPrepared(TA1, TC1, TA2, TC2, K, T, pH1, pH2);
-    const int secondSteps = newtonSteps;
-    if (std::isnan(pH1)) detail::SolvepHfromTATC(TA1, TC1, K, T, pH1, kMaxNewtonSteps);
-    if (std::isnan(pH2)) {
-        detail::SolvepHfromTATC(TA2, TC2, K, T, pH2, kMaxNewtonSteps);
-    } else {
-        newtonSteps = secondSteps;
-    }
+    const float TA[2] = {TA1, TA2};
+    const float TC[2] = {TC1, TC2};
+    float pH[2];
+    CalculateManypHfromTATC(TA, TC, K, T, pH);
+    pH1 = pH[0];
+    pH2 = pH[1];
+}
+
+void CalculateThreepHfromTATC(const float (&TA)[3], const float (&TC)[3], const ConstantsArray& K,
+                              const TotalsArray& T, float (&pH)[3]) {
+    CalculateManypHfromTATC(TA, TC, K, T, pH);
 }
 
 void CalculatepHfromTAfCO2(float TA, float fCO2, float K0, const ConstantsArray& K,

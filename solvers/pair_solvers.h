@@ -23,6 +23,9 @@ void CalculatepHfromTATC(float TA, float TC, const ConstantsArray& K, const Tota
 // together. The steps of the second are those lastNewtonSteps reports.
 void CalculateTwopHfromTATC(float TA1, float TC1, float TA2, float TC2, const ConstantsArray& K,
                             const TotalsArray& T, float& pH1, float& pH2);
+// Three pH values from TA and TC on the same constants, the same way.
+void CalculateThreepHfromTATC(const float (&TA)[3], const float (&TC)[3], const ConstantsArray& K,
+                              const TotalsArray& T, float (&pH)[3]);
 // pH from TA and fCO2, Newton iteration from pH 8.
 void CalculatepHfromTAfCO2(float TA, float fCO2, float K0, const ConstantsArray& K,
                            const TotalsArray& T, float& pH);

@@ -220,9 +220,9 @@ TEST(CalculateTCfrompHfCO2, IsTheInverseOfCalculatefCO2fromTCpH) {
 namespace brinora {
 namespace {
 
-// The two solves stepped together against each solved on its own: the same
-// bits for ordinary seawater, for values that never converge and for
-// not-a-number, and the steps of the second reported.
+// Two and three solves stepped together against each solved on its own: the
+// same bits for ordinary seawater, for odd values and for not-a-number, and
+// the steps of the last one reported.
 TEST(CalculateTwopHfromTATC, EachpHIsTheBitsOfItsOwnSolve) {
     const ConstantsArray K = test::SurfaceConstants();
     TotalsArray T = test::SurfaceTotals();
@@ -247,7 +247,18 @@ TEST(CalculateTwopHfromTATC, EachpHIsTheBitsOfItsOwnSolve) {
         CalculatepHfromTATC(values[2], values[3], K, T, alone2);
         const int steps2 = lastNewtonSteps();
         CalculateTwopHfromTATC(values[0], values[1], values[2], values[3], K, T, together1, together2);
-        if (!(same(alone1, together1) && same(alone2, together2) && steps2 == lastNewtonSteps()) && ++differing <= 3) {
+        bool equal = same(alone1, together1) && same(alone2, together2) && steps2 == lastNewtonSteps();
+        // Three at once: the two pairs and a third made of their halves.
+        float alone3 = 0;
+        CalculatepHfromTATC(values[0], values[3], K, T, alone3);
+        const int steps3 = lastNewtonSteps();
+        const float TA[3] = {values[0], values[2], values[0]};
+        const float TC[3] = {values[1], values[3], values[3]};
+        float three[3];
+        CalculateThreepHfromTATC(TA, TC, K, T, three);
+        equal = equal && same(three[0], alone1) && same(three[1], alone2) && same(three[2], alone3) &&
+                steps3 == lastNewtonSteps();
+        if (!equal && ++differing <= 3) {
             ADD_FAILURE() << "pair " << n << ": " << values[0] << " " << values[1] << ", " << values[2] << " "
                           << values[3];
         }
