@@ -429,6 +429,30 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     r[9] = toBoard(fCO2);
     r[10] = toBoard(pCO2);
     r[22] = 0.0f;
+    // The output pass at the input conditions of a pair other than TA and
+    // TCO2 solves the pH of TA and TCO2 on the same constants: when the
+    // Revelle factor at input conditions solves its two pH values, that
+    // solve is stepped together with them (the same TA, less phosphate for
+    // set 7, as the output pass takes).
+    const QuantityMask needsOutputpH = kOutputQuantities & ~quantityBit(quantity::kTemperatureOut) &
+                                       ~quantityBit(quantity::kPressureOut) & ~quantityBit(quantity::kSigmaOut);
+    const bool sameConditions = inputConstantsOfCodes && sameBits(TempCOut, TempC) && sameBits(PdbarOut, Pdbar);
+    float earlypHOut = 0.0f;
+    bool earlypHOutSolved = false;
+    if (solved && !inRevelleSolved && inParts.revelle && TCO2 != 0.0f && sameConditions && pairCode != 12 &&
+        (wanted & needsOutputpH) != 0) {
+        const float TAout = phosphateOutside ? TA - TP : TA;
+        const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(whichKs), TA, TCO2, T);
+        const float TAs[3] = {TAout, pairs.TAplus, pairs.TAminus};
+        const float TCs[3] = {TCO2, pairs.TCplus, pairs.TCminus};
+        float pHs[3];
+        CalculateThreepHfromTATC(TAs, TCs, K, T, pHs);
+        earlypHOut = pHs[0];
+        earlypHOutSolved = true;
+        inRevellepH[0] = pHs[1];
+        inRevellepH[1] = pHs[2];
+        inRevelleSolved = true;
+    }
     fillDerived(r, 11, inParts, inArguments, DerivedContext{whichKs, SalChem, TempC, Pdbar, K0, VPFac, K, T},
                 nullptr, hydrogenIon, inRevelleSolved ? inRevellepH : nullptr);
     const int fluxFormula = sample.options.fluxFormula;
@@ -449,8 +473,6 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
             r[quantity::kSigmaOut] = static_cast<float>(Sigma(TempCOutForSigma, SalChem));
         }
     }
-    const QuantityMask needsOutputpH = kOutputQuantities & ~quantityBit(quantity::kTemperatureOut) &
-                                       ~quantityBit(quantity::kPressureOut) & ~quantityBit(quantity::kSigmaOut);
     if ((wanted & needsOutputpH) == 0) {
         results.K0 = K0;
         results.FugFac = FugFac;
@@ -458,7 +480,6 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     }
     // The same conditions as at input: the constants routine would be
     // evaluated on the same arguments, so its values are those already held.
-    const bool sameConditions = inputConstantsOfCodes && sameBits(TempCOut, TempC) && sameBits(PdbarOut, Pdbar);
     if (sameConditions) {
         addPeng(peng);
     } else {
@@ -477,6 +498,9 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
         // The pH from TA and TCO2 of the input pass: the same solver on the
         // same TA (less phosphate for set 7), TCO2 and constants.
         pHOut = pH;
+    } else if (earlypHOutSolved) {
+        // Solved with the Revelle factor's two at input conditions.
+        pHOut = earlypHOut;
     } else {
         // The TA the Revelle factor at output conditions reads (restored
         // below), and whether it is copied from the input pass's.
