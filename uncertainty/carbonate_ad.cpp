@@ -190,15 +190,22 @@ void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const
     q[i++] = Flux(fluxCode, h, S, wind, pCO2air, pCO2water);
 }
 
+// `directions`: the direction of each source on a gradient R smaller than
+// Gradient (on Gradient source i is direction i); a source of direction -1
+// is a constant.
 template <class R>
-Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R, kQuantityCount>& out) {
+Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R, kQuantityCount>& out,
+            const Directions* directions = nullptr) {
     const int whichKs = options.whichKs;
     std::array<R, kSourceCount> src;
     for (std::size_t i = 0; i < kSourceCount; ++i) {
         if constexpr (std::is_same_v<R, double>) {
             src[i] = sample.x[i];
-        } else {
+        } else if constexpr (std::is_same_v<R, Gradient>) {
             src[i] = R::variable(sample.x[i], i);
+        } else {
+            const int d = (*directions)[i];
+            src[i] = d < 0 ? R(sample.x[i]) : R::variable(sample.x[i], static_cast<std::size_t>(d));
         }
     }
     const auto& x = sample.x;
@@ -300,5 +307,20 @@ Outcome DifferentiateSample(const ChemistryOptions& options, const Sample& sampl
                             std::array<Gradient, kQuantityCount>& out) {
     return Run<Gradient>(options, sample, out);
 }
+
+template <std::size_t N>
+Outcome DifferentiateSampleAlong(const ChemistryOptions& options, const Sample& sample,
+                                 const Directions& directions, std::array<ad::Dual<N>, kQuantityCount>& out) {
+    return Run<ad::Dual<N>>(options, sample, out, &directions);
+}
+
+template Outcome DifferentiateSampleAlong<4>(const ChemistryOptions&, const Sample&, const Directions&,
+                                             std::array<ad::Dual<4>, kQuantityCount>&);
+template Outcome DifferentiateSampleAlong<8>(const ChemistryOptions&, const Sample&, const Directions&,
+                                             std::array<ad::Dual<8>, kQuantityCount>&);
+template Outcome DifferentiateSampleAlong<12>(const ChemistryOptions&, const Sample&, const Directions&,
+                                              std::array<ad::Dual<12>, kQuantityCount>&);
+template Outcome DifferentiateSampleAlong<16>(const ChemistryOptions&, const Sample&, const Directions&,
+                                              std::array<ad::Dual<16>, kQuantityCount>&);
 
 }  // namespace brinora::uncertainty
