@@ -67,21 +67,88 @@ R fCO2fromTCpH(const Chemistry<R>& h, const R& TC, const R& pH) {
     })[0];
 }
 
+// Partial derivatives of one result in quantities of the calculation,
+// gathered by quantity and then turned into its gradient at once (one scaled
+// addition of a gradient per quantity).
+template <class R, std::size_t M>
+struct Partials {
+    std::array<const R*, M> x{};
+    std::array<double, M> c{};
+    std::size_t n = 0;
+    void add(double partial, const R& quantity) {
+        for (std::size_t k = 0; k < n; ++k) {
+            if (x[k] == &quantity) {
+                c[k] += partial;
+                return;
+            }
+        }
+        x[n] = &quantity;
+        c[n++] = partial;
+    }
+    R gradient(double v) const {
+        R r(v);
+        for (std::size_t k = 0; k < n; ++k) AddScaled(r, c[k], *x[k]);
+        return r;
+    }
+};
+
 // Revelle factor: the centred difference of fCO2 in TC at fixed TA of the
 // record (1 micromol/kg either side, reference TC the lower one), here on
-// double-precision solves.
+// double-precision solves. On gradients, the derivative of that difference:
+// each of the two fCO2 values is differentiated in TC, K0, K1, K2 and its pH,
+// whose derivatives come from the TA-TC residual at its root (implicit
+// differentiation), and the partial derivatives of the whole are summed by
+// quantity before a single pass over the gradients.
 template <class R>
 R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH) {
     if (value(TC) == 0.0) return R(0.0);
-    const R TCplus = TC + kRevelleStep;
-    const R TCminus = TC - kRevelleStep;
-    // The solves start from the pH at TC, a few 1e-4 away.
-    const R fplus = fCO2fromTCpH(h, TCplus, SolvepHTATC(h, TAused, TCplus, pH));
-    const R fminus = fCO2fromTCpH(h, TCminus, SolvepHTATC(h, TAused, TCminus, pH));
-    return Local<1>(std::array<const R*, 3>{&fplus, &fminus, &TCminus}, [](const auto& v) {
-        using T = Element<decltype(v)>;
-        return std::array<T, 1>{((v[0] - v[1]) / kRevelleStep) / ((v[0] + v[1]) / v[2])};
-    })[0];
+    if constexpr (std::is_same_v<R, double>) {
+        const R TCplus = TC + kRevelleStep;
+        const R TCminus = TC - kRevelleStep;
+        // The solves start from the pH at TC, a few 1e-4 away.
+        const R fplus = fCO2fromTCpH(h, TCplus, SolvepHTATC(h, TAused, TCplus, pH));
+        const R fminus = fCO2fromTCpH(h, TCminus, SolvepHTATC(h, TAused, TCminus, pH));
+        return ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
+    } else {
+        // The same values, in the same operations, as on doubles.
+        const Chemistry<double> v = Values(h);
+        const double TA = TAused.v, TCplus = TC.v + kRevelleStep, TCminus = TC.v - kRevelleStep;
+        double slopePlus = 0.0, slopeMinus = 0.0;
+        const double pHplus = NewtonRoot(
+            [&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCplus); }, pH, slopePlus);
+        const double pHminus = NewtonRoot(
+            [&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCminus); }, pH, slopeMinus);
+        const double fplus = fCO2fromTCpH(v, TCplus, pHplus);
+        const double fminus = fCO2fromTCpH(v, TCminus, pHminus);
+        const double revelle = ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
+        // R = (A / step) / (B / TCminus), A = f+ - f-, B = f+ + f-.
+        const double A = fplus - fminus, B = fplus + fminus;
+        const double K0 = v.k.K0, K1 = v.k.K1, K2 = v.k.K2;
+        Partials<R, 24> partials;
+        partials.add(A / (kRevelleStep * B), TC);  // through TCminus
+        // One fCO2 value of weight w at TC + dTC and its pH.
+        const auto side = [&](double w, double tc, double pHside, double slope, double f) {
+            const double H = std::pow(10.0, -pHside);
+            const double D = H * H + K1 * H + K1 * K2;
+            partials.add(w * f / tc, TC);
+            partials.add(-w * f / K0, h.k.K0);
+            partials.add(-w * f * (H + K2) / D, h.k.K1);
+            partials.add(-w * f * K1 / D, h.k.K2);
+            // d fCO2/d pH, then the pH's derivatives: minus those of the
+            // residual over its slope.
+            const double dfdpH = f * (2.0 / H - (2.0 * H + K1) / D) * (-kLn10 * H);
+            const double viaPH = -w * dfdpH / slope;
+            const double num = tc * K1 * (H + 2.0 * K2);
+            partials.add(viaPH, TAused);
+            partials.add(viaPH * (-K1 * (H + 2.0 * K2) / D), TC);
+            partials.add(viaPH * (-(tc * (H + 2.0 * K2) * D - num * (H + K2)) / (D * D)), h.k.K1);
+            partials.add(viaPH * (-(2.0 * tc * K1 * D - num * K1) / (D * D)), h.k.K2);
+            NonCarbonatePartials(H, h, [&](double partial, const R& x) { partials.add(viaPH * partial, x); });
+        };
+        side(TCminus * 2.0 * fminus / (kRevelleStep * B * B), TCplus, pHplus, slopePlus, fplus);
+        side(-TCminus * 2.0 * fplus / (kRevelleStep * B * B), TCminus, pHminus, slopeMinus, fminus);
+        return partials.gradient(revelle);
+    }
 }
 
 // Air-sea flux [mmol m-2 d-1] for pCO2 of water and air [microatm]: transfer

@@ -288,32 +288,33 @@ double NewtonRoot(F residual, double start, double& slope) {
 // forms below) times their gradients: some 17 scaled additions of a
 // gradient instead of the 35 operations on gradients of the residual itself.
 
-// Adds the gradient of -BAlk - OH - PAlk - SiAlk + Hfree + HSO4 + HF at H.
-template <std::size_t N>
-void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual<N>& g) {
-    const ConditionConstants<ad::Dual<N>>& k = h.k;
+// The partial derivatives of -BAlk - OH - PAlk - SiAlk + Hfree + HSO4 + HF
+// at H in the totals and constants: add(partial, quantity) for each.
+template <class R, class Add>
+void NonCarbonatePartials(double H, const Chemistry<R>& h, Add&& add) {
+    const ConditionConstants<R>& k = h.k;
     const double TB = k.TB.v, KB = k.KB.v, TP = h.TP.v, TSi = h.TSi.v, KSi = k.KSi.v;
     const double KP1 = k.KP1.v, KP2 = k.KP2.v, KP3 = k.KP3.v;
     const double TS = k.TS.v, KS = k.KS.v, TF = k.TF.v, KF = k.KF.v;
     // Borate: TB KB/(KB + H).
     const double bD = KB + H;
-    AddScaled(g, -KB / bD, k.TB);
-    AddScaled(g, -TB * H / (bD * bD), k.KB);
+    add(-KB / bD, k.TB);
+    add(-TB * H / (bD * bD), k.KB);
     // Hydroxide: KW/H.
-    AddScaled(g, -1.0 / H, k.KW);
+    add(-1.0 / H, k.KW);
     // Phosphate: TP Num/Den.
     const double HH = H * H, HHH = HH * H;
     const double num = KP1 * KP2 * H + 2.0 * KP1 * KP2 * KP3 - HHH;
     const double den = HHH + KP1 * HH + KP1 * KP2 * H + KP1 * KP2 * KP3;
     const auto phosphate = [&](double dNum, double dDen) { return -TP * (dNum * den - num * dDen) / (den * den); };
-    AddScaled(g, -num / den, h.TP);
-    AddScaled(g, phosphate(KP2 * H + 2.0 * KP2 * KP3, HH + KP2 * H + KP2 * KP3), k.KP1);
-    AddScaled(g, phosphate(KP1 * H + 2.0 * KP1 * KP3, KP1 * H + KP1 * KP3), k.KP2);
-    AddScaled(g, phosphate(2.0 * KP1 * KP2, KP1 * KP2), k.KP3);
+    add(-num / den, h.TP);
+    add(phosphate(KP2 * H + 2.0 * KP2 * KP3, HH + KP2 * H + KP2 * KP3), k.KP1);
+    add(phosphate(KP1 * H + 2.0 * KP1 * KP3, KP1 * H + KP1 * KP3), k.KP2);
+    add(phosphate(2.0 * KP1 * KP2, KP1 * KP2), k.KP3);
     // Silicate: TSi KSi/(KSi + H).
     const double sD = KSi + H;
-    AddScaled(g, -KSi / sD, h.TSi);
-    AddScaled(g, -TSi * H / (sD * sD), k.KSi);
+    add(-KSi / sD, h.TSi);
+    add(-TSi * H / (sD * sD), k.KSi);
     // Hfree = H/a, a = 1 + TS/KS; HSO4 = TS/b, b = 1 + KS/Hfree; HF = TF/c, c = 1 + KF/Hfree.
     const double a = 1.0 + TS / KS;
     const double Hfree = H / a;
@@ -322,10 +323,16 @@ void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual
     const double dHfreedKS = H * TS / (a * a * KS * KS);
     // Everything that Hfree reaches: Hfree itself, HSO4 and HF through it.
     const double viaHfree = 1.0 + TS * KS / (b * b * Hfree * Hfree) + TF * KF / (c * c * Hfree * Hfree);
-    AddScaled(g, 1.0 / b + viaHfree * dHfreedTS, k.TS);
-    AddScaled(g, -TS / (b * b * Hfree) + viaHfree * dHfreedKS, k.KS);
-    AddScaled(g, 1.0 / c, k.TF);
-    AddScaled(g, -TF / (c * c * Hfree), k.KF);
+    add(1.0 / b + viaHfree * dHfreedTS, k.TS);
+    add(-TS / (b * b * Hfree) + viaHfree * dHfreedKS, k.KS);
+    add(1.0 / c, k.TF);
+    add(-TF / (c * c * Hfree), k.KF);
+}
+
+// Adds the gradient of -BAlk - OH - PAlk - SiAlk + Hfree + HSO4 + HF at H.
+template <std::size_t N>
+void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual<N>& g) {
+    NonCarbonatePartials(H, h, [&g](double partial, const ad::Dual<N>& x) { AddScaled(g, partial, x); });
 }
 
 // The TA-TC residual on a gradient type at a fixed pH.
