@@ -73,18 +73,22 @@ CovariancePlan FullPlanOf(const Covariance& covariance) {
 }
 
 // u(y)^2 = g' C g, where the k-th source of the plan is direction k of g.
+// Each variance is summed over the entries in their order; the quantities
+// are taken side by side, so that their sums do not wait for each other.
 template <std::size_t N>
 void PropagateAlong(const std::array<ad::Dual<N>, kQuantityCount>& q, const CovariancePlan& plan,
                     Propagated& result) {
+    std::array<double, kQuantityCount> variance{};
+    for (std::size_t e = 0; e < plan.entryCount; ++e) {
+        const CovariancePlan::Entry& entry = plan.entries[e];
+        for (std::size_t y = 0; y < kQuantityCount; ++y) {
+            variance[y] += q[y].d[entry.i] * entry.c * q[y].d[entry.j];
+        }
+    }
     for (std::size_t y = 0; y < kQuantityCount; ++y) {
         const auto& g = q[y].d;
-        double variance = 0.0;
-        for (std::size_t e = 0; e < plan.entryCount; ++e) {
-            const CovariancePlan::Entry& entry = plan.entries[e];
-            variance += g[entry.i] * entry.c * g[entry.j];
-        }
         result.value[y] = q[y].v;
-        result.u[y] = std::sqrt(std::max(variance, 0.0));
+        result.u[y] = std::sqrt(std::max(variance[y], 0.0));
         std::array<double, kSourceCount>& budget = result.budget[y];
         if (plan.sources < kSourceCount) budget.fill(0.0);
         for (std::size_t a = 0; a < plan.sources; ++a) budget[plan.source[a]] = std::fabs(g[a]) * plan.u[a];
