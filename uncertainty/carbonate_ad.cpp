@@ -12,6 +12,7 @@
 #include "uncertainty/carbonate_ad.h"
 
 #include <cmath>
+#include <optional>
 #include <type_traits>
 
 #include "uncertainty/chemistry_ad.h"
@@ -353,8 +354,13 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     if (!std::isfinite(value(pH))) return Outcome::kNoSolution;
     Derived(whichKs, options.fluxCode, in, SalChem, TA, TC, pH, fCO2, pCO2, wind, pCO2air, true, &out[0]);
 
-    // Output conditions, TA and TC held.
-    const Chemistry<R> outChem = ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src);
+    // Output conditions, TA and TC held. An output temperature and pressure
+    // of 0 repeat the input ones: the input's constants serve again (the
+    // same numbers, computed once).
+    const bool sameConditions = x[kTemperatureOut] == 0.0 && x[kPressureOut] == 0.0;
+    std::optional<Chemistry<R>> ownOut;
+    if (!sameConditions) ownOut.emplace(ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src));
+    const Chemistry<R>& outChem = sameConditions ? in : *ownOut;
     const R pHOut = SolvepHTATC(outChem, TA - TPoutside, TC, value(pH));
     if (!std::isfinite(value(pHOut))) return Outcome::kNoSolution;
     const R fCO2Out = fCO2fromTCpH(outChem, TC, pHOut);
