@@ -30,11 +30,6 @@ using ad::value;
 
 constexpr double kLn10 = std::numbers::ln10;
 
-// The number type of the constants: doubles for values, three-direction duals
-// (salinity, temperature, pressure) when derivatives are carried.
-template <class R>
-using ConstantsNumber = std::conditional_t<std::is_same_v<R, double>, double, ad::Dual<3>>;
-
 // The direction of a number that is a source itself (gradient 1 along one
 // direction, 0 along the others); -1 for a constant (gradient 0); -2 for
 // any other gradient.
@@ -49,23 +44,38 @@ int SeedDirection(const ad::Dual<N>& x) {
     return direction;
 }
 
-// A constant of the three-direction constants routine as a full dual, by the
-// chain rule through the salinity, temperature and pressure used; where
-// these are sources themselves (`seeds`, from SeedDirection), by placing the
-// three derivatives.
+// A constant of the constants routine, evaluated on doubles or on duals
+// along those of salinity, temperature and pressure that vary (`lanes`: the
+// direction of each there, -1 for one that is constant), as a full dual, by
+// the chain rule through them; where these are sources themselves (`seeds`,
+// from SeedDirection), by placing the derivatives.
 template <class R, class C>
-R Lift(const C& c, const R& S, const R& T, const R& P, const std::array<int, 3>& seeds) {
+R Lift(const C& c, const R& S, const R& T, const R& P, const std::array<int, 3>& seeds,
+       const std::array<int, 3>& lanes) {
     if constexpr (std::is_same_v<R, double>) {
         return c;
+    } else if constexpr (std::is_same_v<C, double>) {
+        return R(c);
     } else {
         R r(c.v);
         if (seeds[0] >= -1 && seeds[1] >= -1 && seeds[2] >= -1) {
             for (std::size_t k = 0; k < 3; ++k) {
-                if (seeds[k] >= 0) r.d[static_cast<std::size_t>(seeds[k])] += c.d[k];
+                if (seeds[k] >= 0) r.d[static_cast<std::size_t>(seeds[k])] += c.d[static_cast<std::size_t>(lanes[k])];
             }
             return r;
         }
-        for (std::size_t i = 0; i < r.d.size(); ++i) r.d[i] = c.d[0] * S.d[i] + c.d[1] * T.d[i] + c.d[2] * P.d[i];
+        const std::array<const R*, 3> x{&S, &T, &P};
+        for (std::size_t i = 0; i < r.d.size(); ++i) {
+            double sum = 0.0;
+            bool first = true;
+            for (std::size_t k = 0; k < 3; ++k) {
+                if (lanes[k] < 0) continue;
+                const double term = c.d[static_cast<std::size_t>(lanes[k])] * x[k]->d[i];
+                sum = first ? term : sum + term;
+                first = false;
+            }
+            r.d[i] = sum;
+        }
         return r;
     }
 }
@@ -129,23 +139,25 @@ struct Chemistry {
     R TempC;     // deg C, for the flux
 };
 
-template <class R>
-Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& TempC, const R& Pdbar,
-                         const R& TP, const R& TSi, const std::array<R, kSourceCount>& src) {
-    using C = ConstantsNumber<R>;
-    C Sc, Tc, Pc;
-    if constexpr (std::is_same_v<C, double>) {
-        Sc = S, Tc = TempC, Pc = Pdbar;
-    } else {
-        Sc = C::variable(value(S), 0);
-        Tc = C::variable(value(TempC), 1);
-        Pc = C::variable(value(Pdbar), 2);
+// The chemistry of one set of conditions with the constants evaluated on C:
+// doubles, or duals along the `lanes` of salinity, temperature and pressure.
+template <class C, class R>
+Chemistry<R> ChemistryOn(const ChemistryOptions& options, const R& S, const R& TempC, const R& Pdbar,
+                         const R& TP, const R& TSi, const std::array<R, kSourceCount>& src,
+                         const std::array<int, 3>& seeds, const std::array<int, 3>& lanes) {
+    const std::array<const R*, 3> conditions{&S, &TempC, &Pdbar};
+    std::array<C, 3> x;
+    for (std::size_t k = 0; k < 3; ++k) {
+        if constexpr (std::is_same_v<C, double>) {
+            x[k] = value(*conditions[k]);
+        } else {
+            x[k] = lanes[k] < 0 ? C(value(*conditions[k]))
+                                : C::variable(value(*conditions[k]), static_cast<std::size_t>(lanes[k]));
+        }
     }
-    const ConditionConstants<C> c = ConstantsAt(options, Sc, Tc, Pc);
+    const ConditionConstants<C> c = ConstantsAt(options, x[0], x[1], x[2]);
     Chemistry<R> h;
-    std::array<int, 3> seeds{};
-    if constexpr (!std::is_same_v<R, double>) seeds = {SeedDirection(S), SeedDirection(TempC), SeedDirection(Pdbar)};
-    auto lift = [&](const C& x) { return Lift<R, C>(x, S, TempC, Pdbar, seeds); };
+    auto lift = [&](const C& v) { return Lift<R, C>(v, S, TempC, Pdbar, seeds, lanes); };
     // A constant times 10^-offset; at an offset of 0 (the calculation itself)
     // its gradient gains -ln(10) K along the offset.
     auto perturbed = [&](const C& x, Source offset) {
@@ -187,6 +199,36 @@ Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& T
     h.TSi = TSi;
     h.TempC = TempC;
     return h;
+}
+
+// The chemistry of one set of conditions: the constants are evaluated on
+// duals along those of salinity, temperature and pressure that carry a
+// gradient only (on doubles when none does, or when R is double). Each
+// derivative is the one of the three-direction evaluation, bit for bit.
+template <class R>
+Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& TempC, const R& Pdbar,
+                         const R& TP, const R& TSi, const std::array<R, kSourceCount>& src) {
+    std::array<int, 3> seeds{-1, -1, -1};
+    std::array<int, 3> lanes{-1, -1, -1};
+    if constexpr (std::is_same_v<R, double>) {
+        return ChemistryOn<double>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+    } else {
+        seeds = {SeedDirection(S), SeedDirection(TempC), SeedDirection(Pdbar)};
+        int varying = 0;
+        for (std::size_t k = 0; k < 3; ++k) {
+            if (seeds[k] != -1) lanes[k] = varying++;
+        }
+        switch (varying) {
+            case 0:
+                return ChemistryOn<double>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+            case 1:
+                return ChemistryOn<ad::Dual<1>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+            case 2:
+                return ChemistryOn<ad::Dual<2>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+            default:
+                return ChemistryOn<ad::Dual<3>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+        }
+    }
 }
 
 // The number type of an expression of a T and an R: a double and a dual
