@@ -380,7 +380,8 @@ void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual
     NonCarbonatePartials(H, h, [&g](double partial, const ad::Dual<N>& x) { AddScaled(g, partial, x); });
 }
 
-// The TA-TC residual on a gradient type at a fixed pH.
+// The gradient of the TA-TC residual at a fixed pH (the root: its value,
+// there 0, is not formed; only the gradient is used).
 template <std::size_t N>
 ad::Dual<N> ResidualTATCAt(double pH, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
                            const ad::Dual<N>& TC) {
@@ -389,7 +390,7 @@ ad::Dual<N> ResidualTATCAt(double pH, const Chemistry<ad::Dual<N>>& h, const ad:
     const double K1 = k.K1.v, K2 = k.K2.v, C = TC.v;
     const double D = H * H + K1 * H + K1 * K2;
     const double num = C * K1 * (H + 2.0 * K2);
-    ad::Dual<N> g(ResidualTATC(pH, Values(h), TA.v, TC.v));
+    ad::Dual<N> g(0.0);
     AddScaled(g, 1.0, TA);
     AddScaled(g, -K1 * (H + 2.0 * K2) / D, TC);
     AddScaled(g, -(C * (H + 2.0 * K2) * D - num * (H + K2)) / (D * D), k.K1);
@@ -398,7 +399,7 @@ ad::Dual<N> ResidualTATCAt(double pH, const Chemistry<ad::Dual<N>>& h, const ad:
     return g;
 }
 
-// The TA-fCO2 residual on a gradient type at a fixed pH.
+// The gradient of the TA-fCO2 residual at a fixed pH (the root), as above.
 template <std::size_t N>
 ad::Dual<N> ResidualTAfCO2At(double pH, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
                              const ad::Dual<N>& fCO2) {
@@ -406,7 +407,7 @@ ad::Dual<N> ResidualTAfCO2At(double pH, const Chemistry<ad::Dual<N>>& h, const a
     const double H = std::pow(10.0, -pH);
     const double K0 = k.K0.v, K1 = k.K1.v, K2 = k.K2.v, f = fCO2.v;
     const double carbonate = 1.0 / H + 2.0 * K2 / (H * H);  // CAlk/(K0 K1 fCO2)
-    ad::Dual<N> g(ResidualTAfCO2(pH, Values(h), TA.v, fCO2.v));
+    ad::Dual<N> g(0.0);
     AddScaled(g, 1.0, TA);
     AddScaled(g, -K1 * f * carbonate, k.K0);
     AddScaled(g, -K0 * f * carbonate, k.K1);
