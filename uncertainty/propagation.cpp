@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace brinora::uncertainty {
 
@@ -86,12 +87,15 @@ void PropagateAlong(const std::array<ad::Dual<N>, kQuantityCount>& q, const Cova
         }
     }
     for (std::size_t y = 0; y < kQuantityCount; ++y) {
-        const auto& g = q[y].d;
         result.value[y] = q[y].v;
         result.u[y] = std::sqrt(std::max(variance[y], 0.0));
-        std::array<double, kSourceCount>& budget = result.budget[y];
-        if (plan.sources < kSourceCount) budget.fill(0.0);
-        for (std::size_t a = 0; a < plan.sources; ++a) budget[plan.source[a]] = std::fabs(g[a]) * plan.u[a];
+    }
+    // The budget source by source (no source of the plan, no contribution).
+    if (plan.sources < kSourceCount) std::memset(result.budget.data(), 0, sizeof result.budget);
+    for (std::size_t a = 0; a < plan.sources; ++a) {
+        const std::size_t s = plan.source[a];
+        const double u = plan.u[a];
+        for (std::size_t y = 0; y < kQuantityCount; ++y) result.budget[y][s] = std::fabs(q[y].d[a]) * u;
     }
 }
 
