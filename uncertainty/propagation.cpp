@@ -122,10 +122,19 @@ Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const C
     if (plan.sources <= 8) return PropagateOn<8>(options, sample, plan, result);
     if (plan.sources <= 12) return PropagateOn<12>(options, sample, plan, result);
     if (plan.sources <= 16) return PropagateOn<16>(options, sample, plan, result);
+    // On the full gradient, direction s is source s.
+    CovariancePlan full;
+    full.sources = kSourceCount;
+    for (std::size_t s = 0; s < kSourceCount; ++s) full.source[s] = s;
+    for (std::size_t a = 0; a < plan.sources; ++a) full.u[plan.source[a]] = plan.u[a];
+    for (std::size_t e = 0; e < plan.entryCount; ++e) {
+        const CovariancePlan::Entry& entry = plan.entries[e];
+        full.entries[full.entryCount++] = {plan.source[entry.i], plan.source[entry.j], entry.c};
+    }
     std::array<Gradient, kQuantityCount> q;
     const Outcome outcome = DifferentiateSample(options, sample, q);
     if (outcome != Outcome::kComputed) return outcome;
-    PropagateAlong(q, plan, result);
+    PropagateAlong(q, full, result);
     return Outcome::kComputed;
 }
 

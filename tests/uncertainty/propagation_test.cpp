@@ -66,9 +66,14 @@ TEST(Propagation, TheSourcesWithAnUncertaintyAloneGiveTheFullGradientsResults) {
         std::array<Gradient, kQuantityCount> g;
         ASSERT_EQ(DifferentiateSample(c.options, c.sample, g), Outcome::kComputed) << c.name;
         for (const std::size_t sources : {2u, 6u, 10u, 16u, 20u}) {
+            // Every source but a few, the pair always: the sources taken
+            // are not the first ones, so that their directions are not
+            // their numbers.
             std::array<double, kSourceCount> u{};
             std::size_t given = 0;
             for (std::size_t s = 0; s < kSourceCount && given < sources; ++s) {
+                if (s > kSecondParameter && s % 4 == 3 && sources < 20) continue;
+                if (s > kSecondParameter && s % 6 == 5 && sources == 20) continue;
                 u[s] = worked[s] != 0.0 ? worked[s] : 0.1;
                 ++given;
             }
