@@ -303,7 +303,7 @@ Chemistry<double> Values(const Chemistry<R>& h) {
 // `start` (pH 8, or a nearby root already known). Step: -F/F', halved while larger than 1 pH unit. Stop: a step below
 // 1e-12 pH units; cap: 200 steps (converging samples take under 10), after
 // which the solve has failed (NaN). Returns the root and sets `slope` to
-// dF/dpH at the last step's start.
+// dF/dpH there.
 template <class F>
 double NewtonRoot(F residual, double start, double& slope) {
     using D1 = ad::Dual<1>;
@@ -315,10 +315,7 @@ double NewtonRoot(F residual, double start, double& slope) {
         while (std::fabs(delta) > 1.0) delta /= 2.0;
         pH += delta;
         if (std::fabs(delta) < 1e-12) {
-            // The slope where the last step was taken, under 1e-12 pH units
-            // from the root: it differs from the slope at the root by some
-            // 1e-12 of itself, far below what a derivative is asked to be.
-            slope = f.d[0];
+            slope = residual(D1::variable(pH, 0)).d[0];
             return pH;
         }
     }
