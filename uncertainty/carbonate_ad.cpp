@@ -269,11 +269,14 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     for (std::size_t i = 0; i < kSourceCount; ++i) {
         if constexpr (std::is_same_v<R, double>) {
             src[i] = sample.x[i];
-        } else if constexpr (std::is_same_v<R, Gradient>) {
-            src[i] = R::variable(sample.x[i], i);
         } else {
-            const int d = (*directions)[i];
-            src[i] = d < 0 ? R(sample.x[i]) : R::variable(sample.x[i], static_cast<std::size_t>(d));
+            // Seeded in place (a copy of a number just written stalls).
+            src[i] = R(sample.x[i]);
+            if constexpr (std::is_same_v<R, Gradient>) {
+                src[i].d[i] = 1.0;
+            } else if (const int d = (*directions)[i]; d >= 0) {
+                src[i].d[static_cast<std::size_t>(d)] = 1.0;
+            }
         }
     }
     const auto& x = sample.x;

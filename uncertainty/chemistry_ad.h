@@ -101,7 +101,11 @@ std::array<R, K> Local(const std::array<const R*, M>& x, F f) {
     } else {
         using L = ad::Dual<M>;
         std::array<L, M> lx;
-        for (std::size_t m = 0; m < M; ++m) lx[m] = L::variable(x[m]->v, m);
+        // Seeded in place (a copy of a number just written stalls).
+        for (std::size_t m = 0; m < M; ++m) {
+            lx[m] = L(x[m]->v);
+            lx[m].d[m] = 1.0;
+        }
         const std::array<L, K> ly = f(lx);
         std::array<R, K> out;
         for (std::size_t k = 0; k < K; ++k) {
@@ -151,8 +155,8 @@ Chemistry<R> ChemistryOn(const ChemistryOptions& options, const R& S, const R& T
         if constexpr (std::is_same_v<C, double>) {
             x[k] = value(*conditions[k]);
         } else {
-            x[k] = lanes[k] < 0 ? C(value(*conditions[k]))
-                                : C::variable(value(*conditions[k]), static_cast<std::size_t>(lanes[k]));
+            x[k] = C(value(*conditions[k]));
+            if (lanes[k] >= 0) x[k].d[static_cast<std::size_t>(lanes[k])] = 1.0;
         }
     }
     const ConditionConstants<C> c = ConstantsAt(options, x[0], x[1], x[2]);
