@@ -61,11 +61,11 @@ R TCfrompHfCO2(const Chemistry<R>& h, const R& pH, const R& fCO2) {
 }
 template <class R>
 R fCO2fromTCpH(const Chemistry<R>& h, const R& TC, const R& pH) {
-    return Local<1>(std::array<const R*, 5>{&TC, &pH, &h.k.K0, &h.k.K1, &h.k.K2}, [](const auto& v) {
+    return LocalOne(std::array<const R*, 5>{&TC, &pH, &h.k.K0, &h.k.K1, &h.k.K2}, [](const auto& v) {
         using T = Element<decltype(v)>;
         const T H = pow(10.0, -v[1]);
         return std::array<T, 1>{v[0] * H * H / (H * H + v[3] * H + v[3] * v[4]) / v[2]};
-    })[0];
+    });
 }
 
 // Partial derivatives of one result in quantities of the calculation,
@@ -160,7 +160,7 @@ template <class R>
 R Flux(int code, const Chemistry<R>& h, const R& S, const R& u, const R& pCO2air, const R& pCO2water) {
     if (code < 0 || code > 2) return R(0.0);
     const std::array<const R*, 6> x{&h.TempC, &S, &u, &h.k.K0, &pCO2air, &pCO2water};
-    return Local<1>(x, [code](const auto& v) {
+    return LocalOne(x, [code](const auto& v) {
         using T = Element<decltype(v)>;
         const T& t = v[0];
         const T& sal = v[1];
@@ -180,7 +180,7 @@ R Flux(int code, const Chemistry<R>& h, const R& S, const R& u, const R& pCO2air
                       (0.824493 - 0.0040899 * t + 7.6438e-05 * t2 - 8.2476e-07 * t3 + 5.3875e-09 * t4) * sal +
                       (-0.00572466 + 0.00010227 * t - 1.6546e-06 * t2) * pow(sal, 1.5) + 0.00048314 * sal * sal;
         return std::array<T, 1>{k * (v[3] * 1000.0 * rho) * ((v[5] - v[4]) * 1e-6)};
-    })[0];
+    });
 }
 
 // The quantities of one set of conditions from TA, TC, pH and pCO2, written
@@ -202,15 +202,15 @@ void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const
     // Borate, hydroxide, phosphate and silicate alkalinity, micromol/kg.
     // [H+] in mol/kg-SW, formed once.
     const R H = species[0] / kMicro;
-    const R BAlk = Local<1>(std::array<const R*, 3>{&H, &k.TB, &k.KB}, [](const auto& v) {
+    const R BAlk = LocalOne(std::array<const R*, 3>{&H, &k.TB, &k.KB}, [](const auto& v) {
         using T = Element<decltype(v)>;
         return std::array<T, 1>{v[1] * v[2] / (v[2] + v[0]) * kMicro};
-    })[0];
-    const R OH = Local<1>(std::array<const R*, 2>{&H, &k.KW}, [](const auto& v) {
+    });
+    const R OH = LocalOne(std::array<const R*, 2>{&H, &k.KW}, [](const auto& v) {
         using T = Element<decltype(v)>;
         return std::array<T, 1>{v[1] / v[0] * kMicro};
-    })[0];
-    R PAlk = Local<1>(std::array<const R*, 5>{&H, &h.TP, &k.KP1, &k.KP2, &k.KP3}, [](const auto& v) {
+    });
+    R PAlk = LocalOne(std::array<const R*, 5>{&H, &h.TP, &k.KP1, &k.KP2, &k.KP3}, [](const auto& v) {
         using T = Element<decltype(v)>;
         const T& H = v[0];
         const T HH = H * H;
@@ -218,11 +218,11 @@ void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const
         const T KP1KP2KP3 = KP1KP2 * v[4];
         return std::array<T, 1>{v[1] * (KP1KP2 * H + 2.0 * KP1KP2KP3 - HH * H) /
                                 (HH * H + v[2] * HH + KP1KP2 * H + KP1KP2KP3) * kMicro};
-    })[0];
-    const R SiAlk = Local<1>(std::array<const R*, 3>{&H, &h.TSi, &k.KSi}, [](const auto& v) {
+    });
+    const R SiAlk = LocalOne(std::array<const R*, 3>{&H, &h.TSi, &k.KSi}, [](const auto& v) {
         using T = Element<decltype(v)>;
         return std::array<T, 1>{v[1] * v[2] / (v[2] + v[0]) * kMicro};
-    })[0];
+    });
     if (whichKs == kGeosecsPhosphateSet) PAlk = PAlk + h.TP * kMicro;
     const R TAused = whichKs == kGeosecsPhosphateSet ? TA - h.TP : TA;
     // Saturation states: CO3 Ca/Ksp.
@@ -250,10 +250,10 @@ void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const
     q[i++] = RevelleFactor(h, TAused, TC, value(pH));
     q[i++] = omega[0];
     q[i++] = omega[1];
-    q[i++] = Local<1>(std::array<const R*, 2>{&pCO2, &k.VPFac}, [](const auto& v) {
+    q[i++] = LocalOne(std::array<const R*, 2>{&pCO2, &k.VPFac}, [](const auto& v) {
         using T = Element<decltype(v)>;
         return std::array<T, 1>{v[0] / v[1] * kMicro};
-    })[0];
+    });
     const R pCO2water = pCO2 * kMicro;
     q[i++] = Flux(fluxCode, h, S, wind, pCO2air, pCO2water);
 }

@@ -46,23 +46,24 @@ int SeedDirection(const ad::Dual<N>& x) {
 
 // A constant of the constants routine, evaluated on doubles or on duals
 // along those of salinity, temperature and pressure that vary (`lanes`: the
-// direction of each there, -1 for one that is constant), as a full dual, by
-// the chain rule through them; where these are sources themselves (`seeds`,
-// from SeedDirection), by placing the derivatives.
+// direction of each there, -1 for one that is constant), written into `r`
+// (whose gradient is 0) as a full dual, by the chain rule through them; where
+// these are sources themselves (`seeds`, from SeedDirection), by placing the
+// derivatives.
 template <class R, class C>
-R Lift(const C& c, const R& S, const R& T, const R& P, const std::array<int, 3>& seeds,
-       const std::array<int, 3>& lanes) {
+void LiftInto(R& r, const C& c, const R& S, const R& T, const R& P, const std::array<int, 3>& seeds,
+              const std::array<int, 3>& lanes) {
     if constexpr (std::is_same_v<R, double>) {
-        return c;
+        r = c;
     } else if constexpr (std::is_same_v<C, double>) {
-        return R(c);
+        r.v = c;
     } else {
-        R r(c.v);
+        r.v = c.v;
         if (seeds[0] >= -1 && seeds[1] >= -1 && seeds[2] >= -1) {
             for (std::size_t k = 0; k < 3; ++k) {
                 if (seeds[k] >= 0) r.d[static_cast<std::size_t>(seeds[k])] += c.d[static_cast<std::size_t>(lanes[k])];
             }
-            return r;
+            return;
         }
         const std::array<const R*, 3> x{&S, &T, &P};
         for (std::size_t i = 0; i < r.d.size(); ++i) {
@@ -76,7 +77,6 @@ R Lift(const C& c, const R& S, const R& T, const R& P, const std::array<int, 3>&
             }
             r.d[i] = sum;
         }
-        return r;
     }
 }
 
@@ -107,12 +107,34 @@ std::array<R, K> Local(const std::array<const R*, M>& x, F f) {
             lx[m].d[m] = 1.0;
         }
         const std::array<L, K> ly = f(lx);
-        std::array<R, K> out;
+        std::array<R, K> out;  // gradients 0
         for (std::size_t k = 0; k < K; ++k) {
-            out[k] = R(ly[k].v);
+            out[k].v = ly[k].v;
             for (std::size_t m = 0; m < M; ++m) {
                 if (ly[k].d[m] != 0.0) AddScaled(out[k], ly[k].d[m], *x[m]);
             }
+        }
+        return out;
+    }
+}
+
+// Local with one output, as a number (formed where it is kept).
+template <class R, std::size_t M, class F>
+R LocalOne(const std::array<const R*, M>& x, F f) {
+    if constexpr (std::is_same_v<R, double>) {
+        return Local<1>(x, f)[0];
+    } else {
+        using L = ad::Dual<M>;
+        std::array<L, M> lx;
+        for (std::size_t m = 0; m < M; ++m) {
+            lx[m] = L(x[m]->v);
+            lx[m].d[m] = 1.0;
+        }
+        const std::array<L, 1> ly = f(lx);
+        R out;
+        out.v = ly[0].v;
+        for (std::size_t m = 0; m < M; ++m) {
+            if (ly[0].d[m] != 0.0) AddScaled(out, ly[0].d[m], *x[m]);
         }
         return out;
     }
@@ -150,22 +172,22 @@ Chemistry<R> ChemistryOn(const ChemistryOptions& options, const R& S, const R& T
                          const R& TP, const R& TSi, const std::array<R, kSourceCount>& src,
                          const std::array<int, 3>& seeds, const std::array<int, 3>& lanes) {
     const std::array<const R*, 3> conditions{&S, &TempC, &Pdbar};
-    std::array<C, 3> x;
+    std::array<C, 3> at;
     for (std::size_t k = 0; k < 3; ++k) {
         if constexpr (std::is_same_v<C, double>) {
-            x[k] = value(*conditions[k]);
+            at[k] = value(*conditions[k]);
         } else {
-            x[k] = C(value(*conditions[k]));
-            if (lanes[k] >= 0) x[k].d[static_cast<std::size_t>(lanes[k])] = 1.0;
+            at[k] = C(value(*conditions[k]));
+            if (lanes[k] >= 0) at[k].d[static_cast<std::size_t>(lanes[k])] = 1.0;
         }
     }
-    const ConditionConstants<C> c = ConstantsAt(options, x[0], x[1], x[2]);
-    Chemistry<R> h;
-    auto lift = [&](const C& v) { return Lift<R, C>(v, S, TempC, Pdbar, seeds, lanes); };
+    const ConditionConstants<C> c = ConstantsAt(options, at[0], at[1], at[2]);
+    Chemistry<R> h;  // every gradient 0; each constant is formed where it is kept
+    auto lift = [&](R& r, const C& v) { LiftInto<R, C>(r, v, S, TempC, Pdbar, seeds, lanes); };
     // A constant times 10^-offset; at an offset of 0 (the calculation itself)
     // its gradient gains -ln(10) K along the offset.
-    auto perturbed = [&](const C& x, Source offset) {
-        R r = lift(x);
+    auto perturbed = [&](R& r, const C& x, Source offset) {
+        lift(r, x);
         if constexpr (std::is_same_v<R, double>) {
             if (src[offset] != 0.0) r = r * TenToMinus(src[offset]);
         } else {
@@ -175,30 +197,30 @@ Chemistry<R> ChemistryOn(const ChemistryOptions& options, const R& S, const R& T
                 r = r * TenToMinus(src[offset]);
             }
         }
-        return r;
     };
     ConditionConstants<R>& k = h.k;
     // The constants as the calculation uses them, each perturbed in pK units.
-    k.K0 = perturbed(c.K0, kpK0);
-    k.K1 = perturbed(c.K1, kpK1);
-    k.K2 = perturbed(c.K2, kpK2);
-    k.KW = perturbed(c.KW, kpKW);
-    k.KB = perturbed(c.KB, kpKB);
-    k.KF = perturbed(c.KF, kpKF);
-    k.KS = perturbed(c.KS, kpKS);
-    k.KP1 = perturbed(c.KP1, kpKP1);
-    k.KP2 = perturbed(c.KP2, kpKP2);
-    k.KP3 = perturbed(c.KP3, kpKP3);
-    k.KSi = perturbed(c.KSi, kpKSi);
-    k.KCa = perturbed(c.KCa, kpKspC);
-    k.KAr = perturbed(c.KAr, kpKspA);
-    k.TB = lift(c.TB) * (1.0 + src[kTotalBoron]);
-    k.TF = lift(c.TF);
-    k.TS = lift(c.TS);
-    k.fH = lift(c.fH);
-    k.FugFac = lift(c.FugFac);
-    k.VPFac = lift(c.VPFac);
-    k.Ca = lift(c.Ca);
+    perturbed(k.K0, c.K0, kpK0);
+    perturbed(k.K1, c.K1, kpK1);
+    perturbed(k.K2, c.K2, kpK2);
+    perturbed(k.KW, c.KW, kpKW);
+    perturbed(k.KB, c.KB, kpKB);
+    perturbed(k.KF, c.KF, kpKF);
+    perturbed(k.KS, c.KS, kpKS);
+    perturbed(k.KP1, c.KP1, kpKP1);
+    perturbed(k.KP2, c.KP2, kpKP2);
+    perturbed(k.KP3, c.KP3, kpKP3);
+    perturbed(k.KSi, c.KSi, kpKSi);
+    perturbed(k.KCa, c.KCa, kpKspC);
+    perturbed(k.KAr, c.KAr, kpKspA);
+    lift(k.TB, c.TB);
+    k.TB *= 1.0 + src[kTotalBoron];
+    lift(k.TF, c.TF);
+    lift(k.TS, c.TS);
+    lift(k.fH, c.fH);
+    lift(k.FugFac, c.FugFac);
+    lift(k.VPFac, c.VPFac);
+    lift(k.Ca, c.Ca);
     h.TP = TP;
     h.TSi = TSi;
     h.TempC = TempC;
