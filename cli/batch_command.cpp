@@ -56,19 +56,12 @@ int runBatch(const BatchArgs& args) {
     // The uncertainty file, when asked for, is checked as the output is.
     std::unique_ptr<UncertaintyFile> uncertaintyFile;
     if (args.uncertainty->wanted()) {
-        uncertaintyFile = openUncertaintyFile(session, *args.uncertainty, args.input, args.output, mode, args.jobs);
+        uncertaintyFile = openUncertaintyFile(session, *args.uncertainty, args.input, args.output, mode);
         if (!uncertaintyFile) return 1;
     }
     OutputTargetSink sink(*target);
     if (mode != OutputMode::kAppend && !sink.write(dataFileHeaders())) {
         session.error(target->error().message);
-        return 1;
-    }
-
-    // The uncertainty file's own pass over the input, up to the line that
-    // stops the run; when it fails, neither file is kept.
-    if (uncertaintyFile && !writeUncertaintyFile(session, *uncertaintyFile, args.input)) {
-        target->abandon();
         return 1;
     }
 
@@ -79,19 +72,31 @@ int runBatch(const BatchArgs& args) {
     run.request.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
     run.sink = &sink;
     run.output = args.output;
+    // The uncertainty file's rows are made beside the records, up to the
+    // line that stops the run; when it fails, neither file is kept.
+    if (uncertaintyFile && !startUncertaintyFile(session, *uncertaintyFile, run.request)) {
+        target->abandon();
+        return 1;
+    }
     const BatchResult result = runPipeline(session, run);
+    const auto abandonBoth = [&] {
+        target->abandon();
+        if (uncertaintyFile) uncertaintyFile->target->abandon();
+    };
     switch (result.status) {
         case RunStatus::kReadError:
         case RunStatus::kWriteFailed:
-            // Nothing of this run is kept: the target is as it was (the
+            // Nothing of this run is kept: the targets are as they were (the
             // reading error has been shown).
-            target->abandon();
-            if (result.status == RunStatus::kWriteFailed) session.error(target->error().message);
+            abandonBoth();
+            if (result.status == RunStatus::kWriteFailed) {
+                session.error(result.sampleRowsFailed ? result.writeError : target->error().message);
+            }
             return 1;
         case RunStatus::kNoDatapoints:
         case RunStatus::kWrongColumns:
             // Nothing was computed: no output file is made or changed.
-            target->abandon();
+            abandonBoth();
             return runEndStatus(session, args.input, result,
                                 result.status == RunStatus::kWrongColumns
                                     ? " (The header names " + std::to_string(result.headerNames) +

@@ -1,7 +1,5 @@
 #include "cli/batch_uncertainty.h"
 
-#include <sys/stat.h>
-
 #include <fstream>
 #include <sstream>
 
@@ -28,14 +26,7 @@ void addBatchUncertaintyOptions(CLI::App& command, const std::shared_ptr<BatchUn
 
 std::unique_ptr<UncertaintyFile> openUncertaintyFile(Session& session, const BatchUncertaintyOptions& options,
                                                      const std::string& input, const std::string& output,
-                                                     OutputMode mode, unsigned jobs) {
-    // The input is read a second time: a pipe cannot be.
-    struct stat info {};
-    if (input == "-" || (::stat(input.c_str(), &info) == 0 && !S_ISREG(info.st_mode))) {
-        session.error("the uncertainty file needs the input as a plain file, not standard input or a pipe: it is "
-                      "read a second time");
-        return nullptr;
-    }
+                                                     OutputMode mode) {
     std::string path = options.output;
     if (path.empty()) {
         if (output == "-") {
@@ -59,7 +50,6 @@ std::unique_ptr<UncertaintyFile> openUncertaintyFile(Session& session, const Bat
     o.options.whichKSO4 = session.options.khso4;
     o.options.pHScale = session.options.pHScale;
     o.options.fluxCode = session.options.flux - 1;
-    o.threads = jobs == 0 ? availableCores() : jobs;
     o.budget = options.budget;
     o.buffers = options.buffers;
     if (!options.companion.empty()) {
@@ -72,15 +62,15 @@ std::unique_ptr<UncertaintyFile> openUncertaintyFile(Session& session, const Bat
         text << in.rdbuf();
         o.companionText = text.str();
         o.companionName = options.companion;
-        if (!CheckCompanion(o, error)) {
-            session.error(error);
-            return nullptr;
-        }
     }
     const OutputMode uncertaintyMode = path == "-" ? OutputMode::kStandardOutput
                                        : mode == OutputMode::kStandardOutput ? OutputMode::kCreate
                                                                               : mode;
     o.header = uncertaintyMode != OutputMode::kAppend;
+    if (!file->rows.prepare(o, error)) {
+        session.error(error);
+        return nullptr;
+    }
     OutputOptions outputOptions = outputOptionsFor(session, input);
     if (uncertaintyMode == OutputMode::kAppend) outputOptions.expectedHeader = UncertaintyHeader(ColumnsOf(o));
     OutputError outputError;
@@ -94,15 +84,17 @@ std::unique_ptr<UncertaintyFile> openUncertaintyFile(Session& session, const Bat
     return file;
 }
 
-bool writeUncertaintyFile(Session& session, UncertaintyFile& file, const std::string& input) {
-    std::string error;
-    const bool written = WriteUncertaintyFile(
-        input, file.options, [&file](std::string_view bytes) { return file.target->write(bytes); }, error);
-    if (!written) {
-        session.error(error.empty() ? file.target->error().message : error);
+bool startUncertaintyFile(Session& session, UncertaintyFile& file, BatchRequest& request) {
+    const std::string header = file.rows.header();
+    if (!header.empty() && !file.target->write(header)) {
+        session.error(file.target->error().message);
         file.target->abandon();
+        return false;
     }
-    return written;
+    file.sink = std::make_unique<OutputTargetSink>(*file.target);
+    request.sampleRows = &file.rows;
+    request.sampleRowsOutput = file.sink.get();
+    return true;
 }
 
 }  // namespace brinora::cli

@@ -1,7 +1,9 @@
 // `brinora batch` with uncertainties: the second CSV file beside the output,
 // with a row of standard uncertainties (and, when asked for, the budget and
-// the buffer factors) for every record, written through an output target of
-// its own under the same crash protocol as the output.
+// the buffer factors) for every record, made by the pipeline's workers beside
+// the records from the one read of the input (a file, a pipe or standard
+// input) and written through an output target of its own under the same
+// crash protocol as the output.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -34,18 +36,20 @@ inline std::string defaultUncertaintyPath(const std::string& output) {
 struct UncertaintyFile {
     std::unique_ptr<OutputTarget> target;
     uncertainty::UncertaintyFileOptions options;
+    uncertainty::UncertaintyRows rows;
+    std::unique_ptr<OutputTargetSink> sink;
 };
 
 // Checks the options, reads the constants' file and the companion file and
 // opens the target in `mode` (that of the output); null with the error
 // shown when anything does not fit. Called after the options are on the menus.
-// `jobs` threads compute the rows (0: one per core available).
 std::unique_ptr<UncertaintyFile> openUncertaintyFile(Session& session, const BatchUncertaintyOptions& options,
                                                      const std::string& input, const std::string& output,
-                                                     OutputMode mode, unsigned jobs);
+                                                     OutputMode mode);
 
-// Writes the file's rows to its target (not committed); false with the error
-// shown, the target abandoned.
-bool writeUncertaintyFile(Session& session, UncertaintyFile& file, const std::string& input);
+// Writes the file's header to its target (not committed) and asks `request`
+// for the rows beside its records; false with the error shown, the target
+// abandoned.
+bool startUncertaintyFile(Session& session, UncertaintyFile& file, BatchRequest& request);
 
 }  // namespace brinora::cli

@@ -52,15 +52,28 @@ float TotalSulfate(float Sal) {
     return static_cast<float>((0.14 / 96.062) * (S / 1.80655));
 }
 
-float K0_Weiss1974(float Sal, float TempK) {
-    const double S = Sal;
+K0TemperatureTerms K0TemperatureTermsWeiss1974(float TempK) {
     const float TempK100 = static_cast<float>(TempK / 100.0);
     const double T100 = TempK100;
     // Weiss (1974): lnK0 = -60.2409 + 93.4517/(T/100) + 23.3585 ln(T/100) + S(0.023517 - 0.023656 T/100 + 0.0047036 (T/100)^2)
-    const float lnK0 = static_cast<float>(-60.2409 + 93.4517 / T100 + 23.3585 * std::log(T100) +
-                                          S * (0.023517 - 0.023656 * T100 + 0.0047036 * T100 * T100));
+    return {-60.2409 + 93.4517 / T100 + 23.3585 * std::log(T100), 0.023517 - 0.023656 * T100 + 0.0047036 * T100 * T100};
+}
+
+float K0FromTemperatureTerms(float Sal, const K0TemperatureTerms& terms) {
+    const double S = Sal;
+    // The sum as the one expression of the formula has always been compiled:
+    // when both terms are not-a-number, the (quiet) one of the temperature
+    // term, whichever operand the compiler puts first here.
+    const double salinityTerm = S * terms.lnK0PerSal;
+    double sum = terms.lnK0Temperature + salinityTerm;
+    if (std::isnan(terms.lnK0Temperature) && std::isnan(salinityTerm)) {
+        sum = std::bit_cast<double>(std::bit_cast<std::uint64_t>(terms.lnK0Temperature) | 0x0008000000000000ull);
+    }
+    const float lnK0 = static_cast<float>(sum);
     return static_cast<float>(std::exp(static_cast<double>(lnK0)));
 }
+
+float K0_Weiss1974(float Sal, float TempK) { return K0FromTemperatureTerms(Sal, K0TemperatureTermsWeiss1974(TempK)); }
 
 float IonicStrength(float Sal) {
     const double S = Sal;
@@ -154,49 +167,183 @@ float FugacityFactorWeiss1974(float TempK, float RT) {
     return static_cast<float>(std::exp((static_cast<double>(B) + 2.0 * Delta) * P1atm / RT));
 }
 
-float VapourPressureFactorWeissPrice1980(float Sal, float TempK) {
-    const double S = Sal, TK = TempK;
+float VapourPressureWaterWeissPrice1980(float TempK) {
+    const double TK = TempK;
     // Weiss and Price (1980): ln(VPWP) = 24.4543 - 67.4509 (100/T) - 4.8489 ln(T/100) [atm]
-    const float VPWP = static_cast<float>(std::exp(24.4543 - 67.4509 * (100.0 / TK) -
-                                                   4.8489 * std::log(TK / 100.0)));
+    return static_cast<float>(std::exp(24.4543 - 67.4509 * (100.0 / TK) - 4.8489 * std::log(TK / 100.0)));
+}
+
+float VapourPressureSalinityFactorWeissPrice1980(float Sal) {
+    const double S = Sal;
     // Weiss and Price (1980): seawater correction exp(-0.000544 S)
-    const float VPCorrWP = static_cast<float>(std::exp(-0.000544 * S));
+    return static_cast<float>(std::exp(-0.000544 * S));
+}
+
+float VapourPressureFactorFromParts(float VPWP, float VPCorrWP) {
     const float VPSWWP = VPWP * VPCorrWP;  // float product
     return static_cast<float>(1.0 - VPSWWP);
+}
+
+float VapourPressureFactorWeissPrice1980(float Sal, float TempK) {
+    return VapourPressureFactorFromParts(VapourPressureWaterWeissPrice1980(TempK),
+                                         VapourPressureSalinityFactorWeissPrice1980(Sal));
 }
 
 }  // namespace constants_internal
 
 namespace {
 
+// ---- Terms of one temperature, one salinity, one pressure ----
+//
+// The two evaluations of a sample with other output conditions share its
+// salinity, and the samples of a run often share their output temperature
+// and pressure. The parts of the routine that read the temperature alone, the
+// salinity (and set) alone, or the set, temperature and pressure alone (the
+// pressure-correction factors) are kept per thread by the bits of those
+// arguments and handed out again: each is the value its own expression gives
+// for those arguments, so every constant is the same to the bit.
+
+using namespace constants_internal;
+
+// What the routine computes from the temperature alone.
+struct TemperatureTerms {
+    float TempK = 0.0f, RT = 0.0f, logTempK = 0.0f;
+    K0TemperatureTerms K0{};
+    float FugFac = 0.0f;  // Weiss (1974); sets 6 and 7 then use 1
+    float VPWP = 0.0f;    // vapour pressure of pure water [atm]
+};
+
+void TemperatureTermsOf(float TempC, TemperatureTerms& terms) {
+    terms.TempK = static_cast<float>(TempC + kCelsiusToKelvin);
+    const float R = kGasConstant;
+    terms.RT = R * terms.TempK;  // float product [mL bar/mol]
+    terms.logTempK = static_cast<float>(std::log(static_cast<double>(terms.TempK)));
+    terms.K0 = K0TemperatureTermsWeiss1974(terms.TempK);
+    terms.FugFac = FugacityFactorWeiss1974(terms.TempK, terms.RT);
+    terms.VPWP = VapourPressureWaterWeissPrice1980(terms.TempK);
+}
+
+// What the routine computes from the salinity (and, for total borate, the set) alone.
+struct SalinityTerms {
+    float sqrSal = 0.0f;
+    float TB = 0.0f, TF = 0.0f, TS = 0.0f;  // mol/kg-SW
+    float IonS = 0.0f;                      // mol/kg-H2O
+    float VPCorrWP = 0.0f;                  // seawater correction of the vapour pressure
+};
+
+void SalinityTermsOf(int whichKs, float Sal, SalinityTerms& terms) {
+    terms.sqrSal = static_cast<float>(std::sqrt(static_cast<double>(Sal)));
+    terms.TB = TotalBorate(whichKs, Sal);
+    terms.TF = TotalFluoride(Sal);
+    terms.TS = TotalSulfate(Sal);
+    terms.IonS = IonicStrength(Sal);
+    terms.VPCorrWP = VapourPressureSalinityFactorWeissPrice1980(Sal);
+}
+
+// The values of the latest N keys, the least recently used replaced; with
+// `keep` false, a value made afresh and not kept. The value is made in place
+// and read where it lies.
+template <typename Key, typename Value, std::size_t N>
+class KeptTerms {
+public:
+    template <typename Make>
+    const Value& get(const Key& key, bool keep, Make make) {
+        if (keep) {
+            for (std::size_t i = 0; i < N; ++i) {
+                if (entries_[i].kept && entries_[i].key == key) {
+                    latest_ = i;
+                    return entries_[i].value;
+                }
+            }
+        }
+        latest_ = (latest_ + 1) % N;
+        Entry& entry = entries_[latest_];
+        entry.key = key;
+        entry.kept = keep;
+        make(entry.value);
+        return entry.value;
+    }
+    void forget() { entries_ = {}; }
+
+private:
+    struct Entry {
+        Key key{};
+        Value value{};
+        bool kept = false;
+    };
+    std::array<Entry, N> entries_{};
+    std::size_t latest_ = 0;
+};
+
+struct TemperatureKey {
+    std::uint32_t TempC;
+    bool operator==(const TemperatureKey&) const = default;
+};
+struct SalinityKey {
+    int whichKs;
+    std::uint32_t Sal;
+    bool operator==(const SalinityKey&) const = default;
+};
+struct PressureKey {
+    int whichKs;
+    std::uint32_t TempC, Pbar;
+    bool operator==(const PressureKey&) const = default;
+};
+
+// Per thread: the input and output conditions of a sample.
+struct ConditionTerms {
+    KeptTerms<TemperatureKey, TemperatureTerms, 2> temperature;
+    KeptTerms<SalinityKey, SalinityTerms, 2> salinity;
+    KeptTerms<PressureKey, PressureFactors, 2> pressure;
+    bool on = true;
+};
+
+thread_local ConditionTerms conditionTerms;
+
+const TemperatureTerms& TemperatureTermsFor(float TempC) {
+    return conditionTerms.temperature.get({std::bit_cast<std::uint32_t>(TempC)}, conditionTerms.on,
+                                          [&](TemperatureTerms& terms) { TemperatureTermsOf(TempC, terms); });
+}
+
+const SalinityTerms& SalinityTermsFor(int whichKs, float Sal) {
+    return conditionTerms.salinity.get({whichKs, std::bit_cast<std::uint32_t>(Sal)}, conditionTerms.on,
+                                       [&](SalinityTerms& terms) { SalinityTermsOf(whichKs, Sal, terms); });
+}
+
+// RT is R times the TempK of TempC, so the key need not hold it.
+const PressureFactors& PressureFactorsFor(int whichKs, float TempC, float Pbar, float RT) {
+    return conditionTerms.pressure.get(
+        {whichKs, std::bit_cast<std::uint32_t>(TempC), std::bit_cast<std::uint32_t>(Pbar)}, conditionTerms.on,
+        [&](PressureFactors& factors) { factors = PressureCorrectionFactors(whichKs, TempC, Pbar, RT); });
+}
+
 // The routine itself; CO2_Constants below hands out a kept result instead
 // when the arguments are those of a recent call.
 void ComputeConstants(int pHScale, int whichKs, int whichKSO4, float Sal, float TempC, float Pdbar,
                       float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
                       float& VPFac, PengLine& peng) {
-    using namespace constants_internal;
-
     // 1. Working values.
-    const float TempK = static_cast<float>(TempC + kCelsiusToKelvin);
-    const float R = kGasConstant;
-    const float RT = R * TempK;  // float product [mL bar/mol]
-    const float sqrSal = static_cast<float>(std::sqrt(static_cast<double>(Sal)));
-    const float logTempK = static_cast<float>(std::log(static_cast<double>(TempK)));
+    const TemperatureTerms& temperature = TemperatureTermsFor(TempC);
+    const SalinityTerms& salinity = SalinityTermsFor(whichKs, Sal);
+    const float TempK = temperature.TempK;
+    const float RT = temperature.RT;
+    const float sqrSal = salinity.sqrSal;
+    const float logTempK = temperature.logTempK;
     const float Pbar = static_cast<float>(Pdbar / 10.0);
 
     // 2-3. Salinity totals [mol/kg-SW].
-    const float TB = TotalBorate(whichKs, Sal);
-    const float TF = TotalFluoride(Sal);
-    const float TS = TotalSulfate(Sal);
+    const float TB = salinity.TB;
+    const float TF = salinity.TF;
+    const float TS = salinity.TS;
     T[t::TB] = TB;
     T[t::TF] = TF;
     T[t::TS] = TS;
 
     // 4. CO2 solubility [mol/(kg-SW atm)].
-    K0out = K0_Weiss1974(Sal, TempK);
+    K0out = K0FromTemperatureTerms(Sal, temperature.K0);
 
     // 5-7. Ionic strength and the free-scale bisulfate and fluoride constants.
-    const float IonS = IonicStrength(Sal);
+    const float IonS = salinity.IonS;
     float KS = KS_ByCode(whichKSO4, Sal, TempK, logTempK, IonS);
     float KF = KF_DicksonRiley1979(Sal, TempK, IonS);
 
@@ -224,7 +371,7 @@ void ComputeConstants(int pHScale, int whichKs, int whichKSO4, float Sal, float 
     float KP1 = acid.KP1, KP2 = acid.KP2, KP3 = acid.KP3, KSi = acid.KSi;
 
     // 11. Pressure corrections, applied as float products.
-    const PressureFactors f = PressureCorrectionFactors(whichKs, TempC, Pbar, RT);
+    const PressureFactors& f = PressureFactorsFor(whichKs, TempC, Pbar, RT);
     K1 = K1 * f.K1;
     K2 = K2 * f.K2;
     KW = KW * f.KW;
@@ -280,14 +427,14 @@ void ComputeConstants(int pHScale, int whichKs, int whichKSO4, float Sal, float 
     }
 
     // 16. Fugacity factor; sets 6 and 7 work with pCO2 directly.
-    float FugFac = FugacityFactorWeiss1974(TempK, RT);
+    float FugFac = temperature.FugFac;
     if (whichKs == 6 || whichKs == 7) {
         FugFac = 1.0f;
     }
     FugFacOut = FugFac;
 
     // 17. Vapour-pressure factor [atm].
-    VPFac = VapourPressureFactorWeissPrice1980(Sal, TempK);
+    VPFac = VapourPressureFactorFromParts(temperature.VPWP, salinity.VPCorrWP);
 }
 
 // ---- Exact reuse ----
@@ -392,6 +539,10 @@ void setConstantsReuse(bool on) {
     reuse.on = on;
     reuse.filled = 0;
     reuse.next = 0;
+    conditionTerms.on = on;
+    conditionTerms.temperature.forget();
+    conditionTerms.salinity.forget();
+    conditionTerms.pressure.forget();
 }
 
 }  // namespace brinora

@@ -52,8 +52,9 @@ void CO2_Constants(int pHScale, int whichKs, int whichKSO4, float Sal, float Tem
                    float& K0out, ConstantsArray& K, TotalsArray& T, float& fH, float& FugFacOut,
                    float& VPFac);
 
-// Switches the reuse of kept results on or off for the calling thread and
-// forgets what it kept (for tests and benchmarks; on by default).
+// Switches the reuse of kept results, and of the kept terms of one
+// temperature, one salinity and one pressure, on or off for the calling
+// thread and forgets what it kept (for tests and benchmarks; on by default).
 void setConstantsReuse(bool on);
 
 }  // namespace brinora

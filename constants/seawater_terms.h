@@ -29,6 +29,16 @@ float TotalSulfate(float Sal);
 
 // CO2 solubility K0, Weiss (1974). Units: mol/(kg-SW atm).
 float K0_Weiss1974(float Sal, float TempK);
+// The two temperature terms of ln K0, Weiss (1974): ln K0 = lnK0Temperature +
+// S lnK0PerSal, each as the formula's evaluation forms it (in double).
+struct K0TemperatureTerms {
+    double lnK0Temperature;  // -60.2409 + 93.4517/(T/100) + 23.3585 ln(T/100)
+    double lnK0PerSal;       // 0.023517 - 0.023656 T/100 + 0.0047036 (T/100)^2
+};
+K0TemperatureTerms K0TemperatureTermsWeiss1974(float TempK);
+// K0 of a salinity from the temperature terms: K0_Weiss1974(Sal, TempK) is
+// K0FromTemperatureTerms(Sal, K0TemperatureTermsWeiss1974(TempK)). Units: mol/(kg-SW atm).
+float K0FromTemperatureTerms(float Sal, const K0TemperatureTerms& terms);
 // Ionic strength, 19.924 S/(1000 - 1.005 S). Units: mol/kg-H2O.
 float IonicStrength(float Sal);
 
@@ -56,5 +66,10 @@ void ActivityCoefficientH(int whichKs, float Sal, float TempK, float& fH);
 float FugacityFactorWeiss1974(float TempK, float RT);
 // 1 minus the water-vapour pressure of seawater, Weiss and Price (1980). Units: atm.
 float VapourPressureFactorWeissPrice1980(float Sal, float TempK);
+// Its parts: the vapour pressure of pure water (Units: atm), the seawater
+// correction exp(-0.000544 S) (dimensionless), and 1 minus their float product.
+float VapourPressureWaterWeissPrice1980(float TempK);
+float VapourPressureSalinityFactorWeissPrice1980(float Sal);
+float VapourPressureFactorFromParts(float VPWP, float VPCorrWP);
 
 }  // namespace brinora::constants_internal

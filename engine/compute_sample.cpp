@@ -10,6 +10,7 @@
 #include "constants/co2_constants.h"
 #include "engine/sample.h"
 #include "solvers/alkalinity.h"
+#include "solvers/alkalinity_terms.h"
 #include "solvers/co2_flux.h"
 #include "solvers/density.h"
 #include "solvers/pair_solvers.h"
@@ -79,6 +80,26 @@ void clearUpperVectorState() {
 
 using Values = std::array<float, quantity::kCount>;
 
+// H = 10^-pH [mol/kg-SW] of one sample's pH values, kept for the latest pH:
+// the fCO2, the species and the saturation states of one pH read the same
+// power of ten (detail::HydrogenIon of the same bits), computed once.
+class HydrogenIonOfpH {
+public:
+    float operator()(float pH) {
+        if (!held_ || !sameBits(pH, pH_)) {
+            pH_ = pH;
+            H_ = detail::HydrogenIon(pH);
+            held_ = true;
+        }
+        return H_;
+    }
+
+private:
+    float pH_ = 0.0f;
+    float H_ = 0.0f;
+    bool held_ = false;
+};
+
 // The parts of the derived block (species and alkalinity parts, Revelle
 // factor, saturation states, xCO2) of one set of conditions.
 struct DerivedParts {
@@ -126,7 +147,7 @@ struct DerivedContext {
 // whose every argument has the bits of `earlier`'s (same conditions and
 // constants) is copied from it: the same function of the same values.
 void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArguments& a, const DerivedContext& c,
-                 const EarlierBlock* earlier) {
+                 const EarlierBlock* earlier, HydrogenIonOfpH& hydrogenIon, const float* revellepH) {
     const auto copy = [&](int from, int to) {
         for (int p = from; p <= to; ++p) r[static_cast<std::size_t>(first + p)] = r[static_cast<std::size_t>(earlier->first + p)];
     };
@@ -139,7 +160,8 @@ void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArgument
             copy(0, 6);
         } else {
             float HCO3 = 0, CO3 = 0, BAlk = 0, OH = 0, PAlk = 0, SiAlk = 0, Hfree = 0, HSO4 = 0, HF = 0;
-            CalculateAlkParts(a.pH, a.TCO2, c.K, c.T, HCO3, CO3, BAlk, OH, PAlk, SiAlk, Hfree, HSO4, HF);
+            CalculateAlkPartsAtH(hydrogenIon(a.pH), a.TCO2, c.K, c.T, HCO3, CO3, BAlk, OH, PAlk, SiAlk, Hfree,
+                                 HSO4, HF);
             if (c.whichKs == kGeosecsPhosphateSet) {
                 PAlk = sumWithNaNOf(c.T[t::TP], PAlk);
             }
@@ -157,6 +179,10 @@ void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArgument
         if (earlier && earlier->parts.revelle && sameBits(a.TA, earlier->arguments.TA) &&
             sameBits(a.TCO2, earlier->arguments.TCO2)) {
             copy(7, 7);
+        } else if (revellepH) {
+            // The pH either side of TCO2 solved already, with the pH of the pass.
+            const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(c.whichKs), a.TA, a.TCO2, c.T);
+            r[static_cast<std::size_t>(first + 7)] = RevelleFrompH(pairs, revellepH[0], revellepH[1], c.K0, K1, K2);
         } else {
             float Revelle = 0;
             RevelleFactor(static_cast<short>(c.whichKs), a.TA, a.TCO2, c.K0, c.K, c.T, Revelle);
@@ -169,8 +195,8 @@ void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArgument
             copy(8, 9);
         } else {
             float OmegaCa = 0, OmegaAr = 0;
-            CaSolubility(static_cast<short>(c.whichKs), c.Sal, c.TempC, c.Pdbar, a.TCO2, a.pH, K1, K2, OmegaCa,
-                         OmegaAr);
+            CaSolubilityAtH(static_cast<short>(c.whichKs), c.Sal, c.TempC, c.Pdbar, a.TCO2, hydrogenIon(a.pH), K1,
+                            K2, OmegaCa, OmegaAr);
             r[static_cast<std::size_t>(first + 8)] = OmegaCa;
             r[static_cast<std::size_t>(first + 9)] = OmegaAr;
         }
@@ -295,6 +321,10 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     // constants K0, K1, K2 of the sample's codes at input conditions.
     bool fCO2OfTCpH = false;
     bool solved = true;
+    HydrogenIonOfpH hydrogenIon;
+    const DerivedParts inParts = partsWanted(wanted, 11);
+    float inRevellepH[2] = {0.0f, 0.0f};
+    bool inRevelleSolved = false;
     switch (pairCode) {
         case 12: {
             // The TA and TCO2 solver evaluates the constants routine again
@@ -320,8 +350,23 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
                 inputConstantsOfCodes = false;
             }
             const float TAused = solverKs == kGeosecsPhosphateSet ? TA - T[t::TP] : TA;
-            CalculatepHfromTATC(TAused, TCO2, K, T, pH);
-            CalculatefCO2fromTCpH(TCO2, pH, K0, K[k::K1], K[k::K2], fCO2);
+            if (inParts.revelle && TCO2 != 0.0f) {
+                // The Revelle factor at input conditions will solve TA and
+                // TCO2 plus and minus 1 micromol/kg on the same constants:
+                // the three solves stepped together.
+                const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(whichKs), TA, TCO2, T);
+                const float TAs[3] = {TAused, pairs.TAplus, pairs.TAminus};
+                const float TCs[3] = {TCO2, pairs.TCplus, pairs.TCminus};
+                float pHs[3];
+                CalculateThreepHfromTATC(TAs, TCs, K, T, pHs);
+                pH = pHs[0];
+                inRevellepH[0] = pHs[1];
+                inRevellepH[1] = pHs[2];
+                inRevelleSolved = true;
+            } else {
+                CalculatepHfromTATC(TAused, TCO2, K, T, pH);
+            }
+            CalculatefCO2fromTCH(TCO2, hydrogenIon(pH), K0, K[k::K1], K[k::K2], fCO2);
             pCO2 = fCO2 / FugFac;
             fCO2OfTCpH = inputConstantsOfCodes;
             break;
@@ -330,7 +375,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
             if (phosphateOutside) TA = TA - TP;
             CalculateTCfromTApH(TA, pH, K, T, TCO2);
             if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
-            CalculatefCO2fromTCpH(TCO2, pH, K0, K1, K2, fCO2);
+            CalculatefCO2fromTCH(TCO2, hydrogenIon(pH), K0, K1, K2, fCO2);
             pCO2 = fCO2 / FugFac;
             fCO2OfTCpH = true;
             break;
@@ -344,7 +389,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
         case 23:
             CalculateTAfromTCpH(TCO2, pH, K, T, TA);
             if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
-            CalculatefCO2fromTCpH(TCO2, pH, K0, K1, K2, fCO2);
+            CalculatefCO2fromTCH(TCO2, hydrogenIon(pH), K0, K1, K2, fCO2);
             pCO2 = fCO2 / FugFac;
             fCO2OfTCpH = true;
             break;
@@ -384,9 +429,32 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     r[9] = toBoard(fCO2);
     r[10] = toBoard(pCO2);
     r[22] = 0.0f;
-    const DerivedParts inParts = partsWanted(wanted, 11);
+    // The output pass at the input conditions of a pair other than TA and
+    // TCO2 solves the pH of TA and TCO2 on the same constants: when the
+    // Revelle factor at input conditions solves its two pH values, that
+    // solve is stepped together with them (the same TA, less phosphate for
+    // set 7, as the output pass takes).
+    const QuantityMask needsOutputpH = kOutputQuantities & ~quantityBit(quantity::kTemperatureOut) &
+                                       ~quantityBit(quantity::kPressureOut) & ~quantityBit(quantity::kSigmaOut);
+    const bool sameConditions = inputConstantsOfCodes && sameBits(TempCOut, TempC) && sameBits(PdbarOut, Pdbar);
+    float earlypHOut = 0.0f;
+    bool earlypHOutSolved = false;
+    if (solved && !inRevelleSolved && inParts.revelle && TCO2 != 0.0f && sameConditions && pairCode != 12 &&
+        (wanted & needsOutputpH) != 0) {
+        const float TAout = phosphateOutside ? TA - TP : TA;
+        const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(whichKs), TA, TCO2, T);
+        const float TAs[3] = {TAout, pairs.TAplus, pairs.TAminus};
+        const float TCs[3] = {TCO2, pairs.TCplus, pairs.TCminus};
+        float pHs[3];
+        CalculateThreepHfromTATC(TAs, TCs, K, T, pHs);
+        earlypHOut = pHs[0];
+        earlypHOutSolved = true;
+        inRevellepH[0] = pHs[1];
+        inRevellepH[1] = pHs[2];
+        inRevelleSolved = true;
+    }
     fillDerived(r, 11, inParts, inArguments, DerivedContext{whichKs, SalChem, TempC, Pdbar, K0, VPFac, K, T},
-                nullptr);
+                nullptr, hydrogenIon, inRevelleSolved ? inRevellepH : nullptr);
     const int fluxFormula = sample.options.fluxFormula;
     if (wanted & quantityBit(quantity::kCO2FluxIn)) {
         r[quantity::kCO2FluxIn] = static_cast<float>(CalcCO2Flux(fluxFormula, TempC, SalChem, windSpeed, pCO2air, r[10]));
@@ -405,8 +473,6 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
             r[quantity::kSigmaOut] = static_cast<float>(Sigma(TempCOutForSigma, SalChem));
         }
     }
-    const QuantityMask needsOutputpH = kOutputQuantities & ~quantityBit(quantity::kTemperatureOut) &
-                                       ~quantityBit(quantity::kPressureOut) & ~quantityBit(quantity::kSigmaOut);
     if ((wanted & needsOutputpH) == 0) {
         results.K0 = K0;
         results.FugFac = FugFac;
@@ -414,7 +480,6 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     }
     // The same conditions as at input: the constants routine would be
     // evaluated on the same arguments, so its values are those already held.
-    const bool sameConditions = inputConstantsOfCodes && sameBits(TempCOut, TempC) && sameBits(PdbarOut, Pdbar);
     if (sameConditions) {
         addPeng(peng);
     } else {
@@ -424,14 +489,38 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
         K1 = K[k::K1];
         K2 = K[k::K2];
     }
+    const DerivedParts outParts = partsWanted(wanted, 28);
     float pHOut = 0.0f;
+    float outRevellepH[2] = {0.0f, 0.0f};
+    bool outRevelleSolved = false;
     if (phosphateOutside) TA = TA - TP;
     if (sameConditions && pairCode == 12) {
         // The pH from TA and TCO2 of the input pass: the same solver on the
         // same TA (less phosphate for set 7), TCO2 and constants.
         pHOut = pH;
+    } else if (earlypHOutSolved) {
+        // Solved with the Revelle factor's two at input conditions.
+        pHOut = earlypHOut;
     } else {
-        CalculatepHfromTATC(TA, TCO2, K, T, pHOut);
+        // The TA the Revelle factor at output conditions reads (restored
+        // below), and whether it is copied from the input pass's.
+        const float TAheld = phosphateOutside ? sumWithNaNOf(TP, TA) : TA;
+        const bool revelleCopied = sameConditions && inParts.revelle && sameBits(TAheld, inArguments.TA) &&
+                                   sameBits(TCO2, inArguments.TCO2);
+        if (outParts.revelle && !revelleCopied && TCO2 != 0.0f) {
+            // Its two solves stepped together with this one.
+            const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(whichKs), TAheld, TCO2, T);
+            const float TAs[3] = {TA, pairs.TAplus, pairs.TAminus};
+            const float TCs[3] = {TCO2, pairs.TCplus, pairs.TCminus};
+            float pHs[3];
+            CalculateThreepHfromTATC(TAs, TCs, K, T, pHs);
+            pHOut = pHs[0];
+            outRevellepH[0] = pHs[1];
+            outRevellepH[1] = pHs[2];
+            outRevelleSolved = true;
+        } else {
+            CalculatepHfromTATC(TA, TCO2, K, T, pHOut);
+        }
     }
     if (phosphateOutside) TA = sumWithNaNOf(TP, TA);
     float fCO2Out = 0.0f;
@@ -439,7 +528,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
         // The same function of the same TCO2, pH and constants as at input.
         fCO2Out = fCO2;
     } else {
-        CalculatefCO2fromTCpH(TCO2, pHOut, K0, K1, K2, fCO2Out);
+        CalculatefCO2fromTCH(TCO2, hydrogenIon(pHOut), K0, K1, K2, fCO2Out);
     }
     const float pCO2Out = fCO2Out / FugFac;
 
@@ -447,9 +536,9 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     r[26] = toBoard(fCO2Out);
     r[27] = toBoard(pCO2Out);
     const EarlierBlock earlier{inArguments, inParts, 11};
-    fillDerived(r, 28, partsWanted(wanted, 28), DerivedArguments{TA, TCO2, pHOut, pCO2Out},
+    fillDerived(r, 28, outParts, DerivedArguments{TA, TCO2, pHOut, pCO2Out},
                 DerivedContext{whichKs, SalChem, TempCOut, PdbarOut, K0, VPFac, K, T},
-                sameConditions ? &earlier : nullptr);
+                sameConditions ? &earlier : nullptr, hydrogenIon, outRevelleSolved ? outRevellepH : nullptr);
     if (wanted & quantityBit(quantity::kCO2FluxOut)) {
         if ((wanted & quantityBit(quantity::kCO2FluxIn)) && sameBits(TempCOut, TempC) && sameBits(r[27], r[10])) {
             r[quantity::kCO2FluxOut] = r[quantity::kCO2FluxIn];

@@ -110,11 +110,18 @@ BatchResult runRecords(const BatchRequest& request, BatchReport& report) {
     if (justPreview) {
         processor = std::make_unique<PreviewLines>(context, request.options.titles, rows);
     } else {
-        processor = std::make_unique<RecordLines>(context, batchRecordOptionColumns(request.options.titles));
+        processor = std::make_unique<RecordLines>(context, batchRecordOptionColumns(request.options.titles),
+                                                  request.sampleRows);
     }
     ByteSink* sink = justPreview ? nullptr : request.output;
     std::optional<BlockWriter> writer;
     if (sink) writer.emplace(*sink);
+    // The second file's rows, written as the records are.
+    ByteSink* rowsSink = justPreview || request.sampleRows == nullptr ? nullptr : request.sampleRowsOutput;
+    std::optional<BlockWriter> rowsWriter;
+    if (rowsSink) rowsWriter.emplace(*rowsSink);
+    bool rowsFailed = false;  // a line had no row, or the rows could not be written
+    std::string rowsError;    // why
 
     std::string stopText;
     RunStatus stopStatus = RunStatus::kStopped;
@@ -133,6 +140,11 @@ BatchResult runRecords(const BatchRequest& request, BatchReport& report) {
             if (line.kind == LineKind::kSkipped) {
                 linesDone = k + 1;
                 continue;
+            }
+            if (line.kind == LineKind::kStop && line.stop == StopReason::kNone && chunk.rowsFailed) {
+                rowsError = chunk.rowsError;
+                rowsFailed = writeFailed = true;
+                break;
             }
             if (line.kind == LineKind::kStop) {
                 result.stoppedAtLine = static_cast<int>(index);
@@ -156,6 +168,13 @@ BatchResult runRecords(const BatchRequest& request, BatchReport& report) {
                 writeFailed = true;
             }
         }
+        if (rowsWriter && linesDone > 0 && !writeFailed) {
+            const std::size_t bytes = chunk.results[linesDone - 1].rowsEnd;
+            if (!rowsWriter->add(std::string_view(chunk.rows).substr(0, bytes))) {
+                rowsError = rowsSink->errorMessage();
+                rowsFailed = writeFailed = true;
+            }
+        }
         if (lastComputed < processed) kept.keep(chunk, lastComputed);
         if (!justPreview && input.sizeKnown && linesDone > 0) {
             report.progress(percentOf(chunk.endOffsets[linesDone - 1], input));
@@ -172,13 +191,20 @@ BatchResult runRecords(const BatchRequest& request, BatchReport& report) {
     runChunks(feed, *processor, justPreview ? 1 : computingThreads(request, optionsOnBoard.constantsItem),
               justPreview ? 1 : linesPerChunk(request), deliver);
     if (writer && !writeFailed && !writer->flush()) writeFailed = true;
+    if (rowsWriter && !writeFailed && !rowsWriter->flush()) {
+        rowsError = rowsSink->errorMessage();
+        rowsFailed = writeFailed = true;
+    }
 
     if (writeFailed) {
         // A block of records could not be written: nothing of the run
         // counts, and no input line is to blame.
         result.status = RunStatus::kWriteFailed;
-        result.writeError = sink->errorMessage();
-        result.message = "The record could not be written to the output file (" + result.writeError + ").";
+        result.sampleRowsFailed = rowsFailed;
+        result.writeError = result.sampleRowsFailed ? rowsError : sink->errorMessage();
+        result.message = result.sampleRowsFailed
+                             ? rowsError
+                             : "The record could not be written to the output file (" + result.writeError + ").";
         result.written = 0;
         result.stoppedAtLine = 0;
         result.stoppedAtSourceLine = 0;

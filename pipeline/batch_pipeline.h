@@ -57,6 +57,20 @@ public:
     virtual std::string errorMessage() const = 0;
 };
 
+// A second file of a records run, one row per record (the uncertainty file):
+// made by the same workers from the same single read of the input, and
+// written in file order beside the records.
+class SampleRows {
+public:
+    virtual ~SampleRows() = default;
+    // Appends to `out` the row of the `sample`-th sample line of the input
+    // (counted from 1), at editor line `sourceLine`, with fields `fields`.
+    // False with `error` when the line can have no row: the run then fails
+    // as on a failed write. Called on the worker threads, several at a time.
+    virtual bool append(const BatchFields& fields, std::size_t sample, int sourceLine, std::string& out,
+                        std::string& error) const = 0;
+};
+
 // A remark for the user about the input that is not a log line: a line with
 // more than 21 fields, a number beyond the float range, a last KML line
 // dropped for lack of a line end.
@@ -90,6 +104,10 @@ struct BatchRequest {
     BatchOptions options;
     // kRecords: where the records go (null: nowhere).
     ByteSink* output = nullptr;
+    // kRecords: the rows of a second file beside the records, and where they
+    // go (both null: none).
+    const SampleRows* sampleRows = nullptr;
+    ByteSink* sampleRowsOutput = nullptr;
     // kPreview: index of the last line shown (the header is line 0).
     std::size_t previewLines = 5;
     // kKml: number of the first placemark, and the document, asked for once
@@ -142,7 +160,8 @@ enum class RunStatus {
     kReadError,     // the input could not be opened or read (readError)
     kNoDatapoints,  // nothing but a header (kRecords, kPreview)
     kWrongColumns,  // the header does not name 21 columns (kRecords, kPreview)
-    kWriteFailed,   // the output could not be written (writeError); nothing of the run counts
+    kWriteFailed,   // the output, or the second file of sample rows, could not be written (writeError);
+                    // nothing of the run counts
 };
 
 struct BatchResult {
@@ -151,8 +170,10 @@ struct BatchResult {
     std::string message;
     // kReadError: why.
     PresentedError readError;
-    // kWriteFailed: why (the output's own message).
+    // kWriteFailed: why (the output's own message, or that of the second
+    // file's rows or their output when sampleRowsFailed).
     std::string writeError;
+    bool sampleRowsFailed = false;
     // kKml: the header of a new document could not be written (the output's message).
     std::string headerError;
     // Editor line number (1-based) and index among the lines (header = 0)

@@ -42,6 +42,7 @@ struct LineResult {
     // is "nan" or "inf" read as 0; -1 when none.
     std::int8_t overflowField = -1;
     std::size_t outputEnd = 0;     // end of the line's bytes in Chunk::output
+    std::size_t rowsEnd = 0;       // end of the line's sample row in Chunk::rows
 };
 
 // Added to a field number in LineResult::overflowField when the field is a
@@ -52,11 +53,17 @@ constexpr int kWordNote = 64;
 struct Chunk {
     std::size_t firstIndex = 0;        // piece index of the first line (header = 0)
     std::size_t firstSampleLine = ~std::size_t{0};  // line of the chunk that is the run's first sample line
+    std::size_t samplesBefore = 0;     // lines of the run before the chunk whose SampleID is not empty
     std::vector<std::uint64_t> endOffsets;  // input bytes consumed after each line
     std::string input;
     std::vector<std::size_t> inputEnds;
     std::vector<int> sourceLines;
     std::string output;
+    std::string rows;                 // the sample rows of the lines (BatchRequest::sampleRows)
+    // A line could have no sample row: the line that ends the chunk (kStop,
+    // StopReason::kNone), and why.
+    bool rowsFailed = false;
+    std::string rowsError;
     std::vector<LineResult> results;  // one per processed line; a stop line is the last
     // The calculation's own log lines ("peng" lines of constants sets 6 and
     // 7) of the chunk's lines, in line order, each ending in a newline; the
@@ -80,6 +87,9 @@ struct Chunk {
         sourceLines.clear();
         endOffsets.clear();
         output.clear();
+        rows.clear();
+        rowsFailed = false;
+        rowsError.clear();
         results.clear();
         calculationLog.clear();
         done = false;
@@ -276,6 +286,7 @@ public:
     // Fills `chunk` with the next lines; false when there were none.
     bool fill(Chunk& chunk, std::size_t linesPerChunk) {
         chunk.firstIndex = nextIndex_;
+        chunk.samplesBefore = samples_;
         StreamLine line;
         while (nextIndex_ <= lastIndex_ && chunk.lineCount() < linesPerChunk &&
                (chunk.lineCount() == 0 || chunk.input.size() < kChunkInputBytes)) {
@@ -290,6 +301,8 @@ public:
                 seenSample_ = true;
                 chunk.firstSampleLine = chunk.lineCount();
             }
+            // Field 0 is empty exactly when the line is empty or starts with ",".
+            if (!line.text.empty() && line.text.front() != ',') ++samples_;
             chunk.input.append(line.text);
             chunk.inputEnds.push_back(chunk.input.size());
             chunk.sourceLines.push_back(line.sourceLine);
@@ -319,6 +332,7 @@ private:
     bool dropLastPiece_;
     std::size_t nextIndex_ = 1;
     std::size_t pieces_ = 0;
+    std::size_t samples_ = 0;
     bool seenSample_ = false;
     bool droppedText_ = false;
     int droppedLine_ = 0;

@@ -68,8 +68,9 @@ OptionState optionState(const BatchOptions& options) {
 }
 
 // The lines of `chunk` under the batch line rules: a sample line is computed
-// on `worker` and handed to `emit(fields, log)`, which writes what the run
-// makes of it; a stopping line ends the chunk.
+// on `worker` and handed to `emit(fields, log, k)`, which writes what the run
+// makes of it, false when it cannot (the line then ends the chunk as a stop
+// of no reason); a stopping line ends the chunk.
 template <typename Emit>
 void processSampleLines(const RunContext& context, Chunk& chunk, Worker& worker, const Emit& emit) {
     BatchFields fields;
@@ -91,25 +92,36 @@ void processSampleLines(const RunContext& context, Chunk& chunk, Worker& worker,
             result.overflowField =
                 static_cast<std::int8_t>(computeLine(context, fields, k == chunk.firstSampleLine, worker, chunk.calculationLog));
             if (log) log->line("Passed compute");
-            emit(fields, log);
+            if (!emit(fields, log, k)) result.kind = LineKind::kStop;
         }
         result.outputEnd = chunk.output.size();
+        result.rowsEnd = chunk.rows.size();
         chunk.results.push_back(result);
         if (result.kind == LineKind::kStop) break;
     }
 }
 
 void RecordLines::process(Chunk& chunk, Worker& worker) const {
-    processSampleLines(context_, chunk, worker, [&](const BatchFields& fields, HeldLog* log) {
+    std::size_t samples = chunk.samplesBefore;
+    processSampleLines(context_, chunk, worker, [&](const BatchFields& fields, HeldLog* log, std::size_t k) {
         const std::size_t start = chunk.output.size();
         appendBatchRecord(chunk.output, fields, worker.board, optionColumns_);
         if (log) log->line("stringToWrite: " + chunk.output.substr(start));
+        // Every line of the chunk before this one whose SampleID is not
+        // empty was a sample line: a stopping line ends the chunk.
+        ++samples;
+        if (rows_ && !rows_->append(fields, samples, chunk.sourceLines[k], chunk.rows, chunk.rowsError)) {
+            chunk.rowsFailed = true;
+            return false;
+        }
+        return true;
     });
 }
 
 void PreviewLines::process(Chunk& chunk, Worker& worker) const {
-    processSampleLines(context_, chunk, worker, [&](const BatchFields& fields, HeldLog*) {
+    processSampleLines(context_, chunk, worker, [&](const BatchFields& fields, HeldLog*, std::size_t) {
         rows_.push_back(dictRecord(cruiseInformation(fields), worker.board, titles_));
+        return true;
     });
 }
 

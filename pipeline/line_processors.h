@@ -36,13 +36,15 @@ struct RunContext {
 // line starts from the start board; every later line from a cleared board.
 class RecordLines : public LineProcessor {
 public:
-    RecordLines(const RunContext& context, std::string optionColumns)
-        : context_(context), optionColumns_(std::move(optionColumns)) {}
+    // `rows`: a sample row per record into Chunk::rows (null: none).
+    RecordLines(const RunContext& context, std::string optionColumns, const SampleRows* rows = nullptr)
+        : context_(context), optionColumns_(std::move(optionColumns)), rows_(rows) {}
     void process(Chunk& chunk, Worker& worker) const override;
 
 private:
     const RunContext& context_;
     std::string optionColumns_;
+    const SampleRows* rows_;
 };
 
 // Preview rows of the first lines: the line rules of a records run, then a

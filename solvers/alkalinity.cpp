@@ -4,13 +4,15 @@
 
 #include <cmath>
 
+#include "constants/power_of_ten.h"
 #include "solvers/alkalinity_terms.h"
 
 namespace brinora {
 namespace detail {
 
 float HydrogenIon(float pH) {
-    const float H = std::pow(10.0, -pH);
+    // The float of pow(10, -pH), by TenToTheAsFloat.
+    const float H = TenToTheAsFloat(-static_cast<double>(pH));
     return H;
 }
 
@@ -36,7 +38,12 @@ NonCarbonateAlkalinity NonCarbonateTerms(float H, const ConstantsArray& K, const
 void CalculateAlkParts(float pH, float TC, const ConstantsArray& K, const TotalsArray& T,
                        float& HCO3, float& CO3, float& BAlk, float& OH, float& PAlk, float& SiAlk,
                        float& Hfree, float& HSO4, float& HF) {
-    const float H = detail::HydrogenIon(pH);
+    CalculateAlkPartsAtH(detail::HydrogenIon(pH), TC, K, T, HCO3, CO3, BAlk, OH, PAlk, SiAlk, Hfree, HSO4, HF);
+}
+
+void CalculateAlkPartsAtH(float H, float TC, const ConstantsArray& K, const TotalsArray& T, float& HCO3,
+                          float& CO3, float& BAlk, float& OH, float& PAlk, float& SiAlk, float& Hfree,
+                          float& HSO4, float& HF) {
     const float K1 = K[k::K1], K2 = K[k::K2];
 
     HCO3 = TC * K1 * H / (K1 * H + H * H + K1 * K2);

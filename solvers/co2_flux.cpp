@@ -81,39 +81,108 @@ struct KeptTransfer {
 thread_local KeptTransfer keptTransfers[2];
 thread_local unsigned nextKeptTransfer = 0;
 
-// k * solubility of the formula `code` (0, 1 or 2), as FluxOfEveryFormula
-// forms it, with each power of the temperature computed once (the same pow
-// calls, so the same values) and only the velocity of that formula. Any
-// not-a-number on the way makes the result one, and FluxOfEveryFormula
-// takes over.
-double TransferTimesSolubility(double code, double TempC, double Sal, double u) {
+// The parts of TransferTimesSolubility that depend on the temperature alone
+// (and the formula), each the double its expression gives: the Schmidt
+// number's power of the formula, the temperature terms of ln K0 (Weiss 1974)
+// and the pure-water density with the temperature polynomials that multiply
+// S and S^1.5 (Millero and Poisson 1981).
+struct TemperatureTerms {
+    double schmidtPower;  // (660/Sc)^0.5 for formula 0, (Sc/600)^-0.5 otherwise
+    double lnK0Temperature, lnK0PerSal;
+    double rhoWater, rhoPerSal, rhoPerSal15;
+};
+
+TemperatureTerms TemperatureTermsOf(double code, double TempC) {
     const double T = TempC;
     const double T3 = std::pow(T, 3);
     const double T4 = std::pow(T, 4);
     const double T5 = std::pow(T, 5);
-
+    TemperatureTerms terms{};
     // SchmidtNumberCO2(TempC).
     const double Sc = 2073.1 - 125.62 * T + 3.6276 * std::pow(T, 2) - 0.043219 * T3;
-    const double K0 = detail::SolubilityCO2(TempC, Sal);  // mol/(kg atm)
+    terms.schmidtPower = code == flux_formula::kWanninkhof1992 ? std::pow(660.0 / Sc, 0.5) : std::pow(Sc / 600.0, -0.5);
+    // SolubilityCO2(TempC, Sal) = exp(lnK0Temperature + S * lnK0PerSal).
+    const double TK = TempC + 273.15;
+    terms.lnK0Temperature = -60.2409 + 93.4517 * (100.0 / TK) + 23.3585 * std::log(TK / 100.0);
+    terms.lnK0PerSal = 0.023517 - 0.023656 * (TK / 100.0) + 0.0047036 * std::pow(TK / 100.0, 2);
+    // Density(TempC, Sal) before its salinity terms.
+    terms.rhoWater = 999.842594 + 0.06793952 * T - 0.00909529 * std::pow(T, 2) + 0.0001001685 * T3 -
+                     1.120083e-06 * T4 + 6.536332e-09 * T5;
+    terms.rhoPerSal = 0.824493 - 0.0040899 * T + 7.6438e-05 * std::pow(T, 2) - 8.2476e-07 * T3 + 5.3875e-09 * T4;
+    terms.rhoPerSal15 = -0.00572466 + 0.00010227 * T - 1.6546e-06 * std::pow(T, 2);
+    return terms;
+}
+
+// The temperature terms of the latest two temperatures (and formulas), per
+// thread: the input and output temperatures of a sample, and an output
+// temperature that every sample of a run shares. Kept by the bits of the
+// arguments; the least recently used one is replaced.
+struct KeptTemperatureTerms {
+    std::uint64_t TempC = 0;
+    double code = 0.0;
+    TemperatureTerms terms{};
+    bool kept = false;
+};
+
+thread_local KeptTemperatureTerms keptTemperatureTerms[2];
+thread_local unsigned latestTemperatureTerms = 0;
+
+const TemperatureTerms& TemperatureTermsFor(double code, double TempC) {
+    const std::uint64_t TempCBits = std::bit_cast<std::uint64_t>(TempC);
+    for (unsigned i = 0; i < 2; ++i) {
+        const KeptTemperatureTerms& kept = keptTemperatureTerms[i];
+        if (kept.kept && kept.TempC == TempCBits && kept.code == code) {
+            latestTemperatureTerms = i;
+            return kept.terms;
+        }
+    }
+    const unsigned slot = 1 - latestTemperatureTerms;
+    keptTemperatureTerms[slot] = KeptTemperatureTerms{TempCBits, code, TemperatureTermsOf(code, TempC), true};
+    latestTemperatureTerms = slot;
+    return keptTemperatureTerms[slot].terms;
+}
+
+// S^1.5 of the latest salinity, per thread (the input and output passes of a
+// sample share their salinity). Kept by the bits of the salinity.
+struct KeptSalinityPower {
+    std::uint64_t Sal = 0;
+    double power = 0.0;
+    bool kept = false;
+};
+
+thread_local KeptSalinityPower keptSalinityPower;
+
+double SalinityToThreeHalves(double Sal) {
+    const std::uint64_t SalBits = std::bit_cast<std::uint64_t>(Sal);
+    if (!keptSalinityPower.kept || keptSalinityPower.Sal != SalBits) {
+        keptSalinityPower = KeptSalinityPower{SalBits, std::pow(Sal, 1.5), true};
+    }
+    return keptSalinityPower.power;
+}
+
+// k * solubility of the formula `code` (0, 1 or 2), as FluxOfEveryFormula
+// forms it, each operation on the same values in the same order (the
+// temperature and salinity terms above are the same expressions, split where
+// the formula's own evaluation order puts them) and only the velocity of that
+// formula. Any not-a-number on the way makes the result one, and
+// FluxOfEveryFormula takes over.
+double TransferTimesSolubility(double code, double TempC, double Sal, double u) {
+    const TemperatureTerms& terms = TemperatureTermsFor(code, TempC);
+    const double S = Sal;
+    const double K0 = std::exp(terms.lnK0Temperature + S * terms.lnK0PerSal);  // mol/(kg atm)
 
     // Gas-transfer velocity in cm/h, times 0.24 for m/d.
     double k = 0.0;
     if (code == flux_formula::kWanninkhof1992) {
-        k = 0.31 * std::pow(u, 2) * std::pow(660.0 / Sc, 0.5) * 0.24;
+        k = 0.31 * std::pow(u, 2) * terms.schmidtPower * 0.24;
     } else if (code == flux_formula::kNightingale2000) {
-        k = (0.333 * u + 0.222 * std::pow(u, 2)) * std::pow(Sc / 600.0, -0.5) * 0.24;
+        k = (0.333 * u + 0.222 * std::pow(u, 2)) * terms.schmidtPower * 0.24;
     } else {
-        k = 0.266 * std::pow(u, 2) * std::pow(Sc / 600.0, -0.5) * 0.24;
+        k = 0.266 * std::pow(u, 2) * terms.schmidtPower * 0.24;
     }
 
     // Density(TempC, Sal), rounded to float as it rounds it.
-    const double S = Sal;
-    const double rho = 999.842594 + 0.06793952 * T - 0.00909529 * std::pow(T, 2) + 0.0001001685 * T3 -
-                       1.120083e-06 * T4 + 6.536332e-09 * T5 +
-                       (0.824493 - 0.0040899 * T + 7.6438e-05 * std::pow(T, 2) - 8.2476e-07 * T3 +
-                        5.3875e-09 * T4) *
-                           S +
-                       (-0.00572466 + 0.00010227 * T - 1.6546e-06 * std::pow(T, 2)) * std::pow(S, 1.5) +
+    const double rho = terms.rhoWater + terms.rhoPerSal * S + terms.rhoPerSal15 * SalinityToThreeHalves(S) +
                        0.00048314 * std::pow(S, 2);
     const double density = static_cast<float>(rho);
 

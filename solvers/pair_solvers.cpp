@@ -276,12 +276,79 @@ void SolvepHfromTATCPrepared(float TA, float TC, const ConstantsArray& K, const 
     newtonSteps = steps;
 }
 
+// N solves of SolvepHfromTATCPrepared on the same constants, their steps
+// taken in turn within one loop: each solve is the same sequence of
+// operations on the same values as on its own (so the same pH to the bit),
+// and the processor overlaps their chains of dependent operations. Leaves
+// the steps of the last solve in newtonSteps.
+template <int N>
+void SolveManypHfromTATCPrepared(const float (&TA)[N], const float (&TC)[N], const ConstantsArray& K,
+                                 const TotalsArray& T, float (&pH)[N]) {
+    constexpr float kTolerance = 0.0001f;
+    const PreparedSolve& solve = Prepare(K, T);
+    const PreparedTATC& p = solve.constants;
+    float TCK1[N];
+    int steps[N];
+    bool going[N];
+    for (int i = 0; i < N; ++i) {
+        TCK1[i] = TC[i] * p.K1;
+        steps[i] = 0;
+        going[i] = true;
+        pH[i] = 8.0f;
+    }
+    bool anyGoing = true;
+    while (anyGoing) {
+        anyGoing = false;
+        for (int i = 0; i < N; ++i) {
+            if (!going[i]) continue;
+            const float rawStep = steps[i] == 0
+                                      ? StepFromTerms(solve.start, TA[i], TCK1[i], p)
+                                      : StepFromTerms(TermsAt(detail::HydrogenIon(pH[i]), p), TA[i], TCK1[i], p);
+            const float deltapH = detail::HalveNewtonStep(rawStep);
+            pH[i] = pH[i] + deltapH;
+            ++steps[i];
+            going[i] = std::fabs(deltapH) > kTolerance && steps[i] < kMaxNewtonSteps;
+            anyGoing = anyGoing || going[i];
+        }
+    }
+    newtonSteps = steps[N - 1];
+}
+
+// CalculatepHfromTATC of each pair: the solves stepped together, then, for a
+// pH that is not a number, the solver that has always run (as
+// CalculatepHfromTATC does); the steps reported are the last solve's.
+template <int N>
+void CalculateManypHfromTATC(const float (&TA)[N], const float (&TC)[N], const ConstantsArray& K,
+                             const TotalsArray& T, float (&pH)[N]) {
+    SolveManypHfromTATCPrepared(TA, TC, K, T, pH);
+    const int lastSteps = newtonSteps;
+    for (int i = 0; i < N; ++i) {
+        if (std::isnan(pH[i])) detail::SolvepHfromTATC(TA[i], TC[i], K, T, pH[i], kMaxNewtonSteps);
+    }
+    if (!std::isnan(pH[N - 1])) newtonSteps = lastSteps;
+}
+
 }  // namespace
 
 void CalculatepHfromTATC(float TA, float TC, const ConstantsArray& K, const TotalsArray& T,
                          float& pH) {
     SolvepHfromTATCPrepared(TA, TC, K, T, pH);
     if (std::isnan(pH)) detail::SolvepHfromTATC(TA, TC, K, T, pH, kMaxNewtonSteps);
+}
+
+void CalculateTwopHfromTATC(float TA1, float TC1, float TA2, float TC2, const ConstantsArray& K,
+                            const TotalsArray& T, float& pH1, float& pH2) {
+    const float TA[2] = {TA1, TA2};
+    const float TC[2] = {TC1, TC2};
+    float pH[2];
+    CalculateManypHfromTATC(TA, TC, K, T, pH);
+    pH1 = pH[0];
+    pH2 = pH[1];
+}
+
+void CalculateThreepHfromTATC(const float (&TA)[3], const float (&TC)[3], const ConstantsArray& K,
+                              const TotalsArray& T, float (&pH)[3]) {
+    CalculateManypHfromTATC(TA, TC, K, T, pH);
 }
 
 void CalculatepHfromTAfCO2(float TA, float fCO2, float K0, const ConstantsArray& K,
@@ -329,7 +396,10 @@ void CalculateTCfrompHfCO2(float pH, float fCO2, float K0, float K1, float K2, f
 }
 
 void CalculatefCO2fromTCpH(float TC, float pH, float K0, float K1, float K2, float& fCO2) {
-    const float H = detail::HydrogenIon(pH);
+    CalculatefCO2fromTCH(TC, detail::HydrogenIon(pH), K0, K1, K2, fCO2);
+}
+
+void CalculatefCO2fromTCH(float TC, float H, float K0, float K1, float K2, float& fCO2) {
     fCO2 = TC * H * H / (H * H + K1 * H + K1 * K2) / K0;
 }
 

@@ -18,6 +18,14 @@ int lastNewtonSteps();
 // pH from TA and TC, Newton iteration from pH 8.
 void CalculatepHfromTATC(float TA, float TC, const ConstantsArray& K, const TotalsArray& T,
                          float& pH);
+// Two pH values from TA and TC on the same constants: CalculatepHfromTATC of
+// (TA1, TC1) and of (TA2, TC2), to the bit, the two iterations stepped
+// together. The steps of the second are those lastNewtonSteps reports.
+void CalculateTwopHfromTATC(float TA1, float TC1, float TA2, float TC2, const ConstantsArray& K,
+                            const TotalsArray& T, float& pH1, float& pH2);
+// Three pH values from TA and TC on the same constants, the same way.
+void CalculateThreepHfromTATC(const float (&TA)[3], const float (&TC)[3], const ConstantsArray& K,
+                              const TotalsArray& T, float (&pH)[3]);
 // pH from TA and fCO2, Newton iteration from pH 8.
 void CalculatepHfromTAfCO2(float TA, float fCO2, float K0, const ConstantsArray& K,
                            const TotalsArray& T, float& pH);
@@ -33,6 +41,9 @@ void CalculateTCfromTApH(float TA, float pH, const ConstantsArray& K, const Tota
 void CalculateTCfrompHfCO2(float pH, float fCO2, float K0, float K1, float K2, float& TC);
 // fCO2 from TC and pH.
 void CalculatefCO2fromTCpH(float TC, float pH, float K0, float K1, float K2, float& fCO2);
+// The same at a given H = detail::HydrogenIon(pH) [mol/kg-SW]: the same bits
+// for a caller that already holds H.
+void CalculatefCO2fromTCH(float TC, float H, float K0, float K1, float K2, float& fCO2);
 
 // Constants for (TempC [deg C], PdBar [dbar]) followed by pH, fCO2 and pCO2
 // from TA and TC. T positions 4 and 5 must hold TP and TSi. Writes K0 and

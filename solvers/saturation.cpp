@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "constants/power_of_ten.h"
 #include "solvers/alkalinity_terms.h"
 #include "solvers/solubility_products.h"
 
@@ -43,7 +44,7 @@ CalciumCarbonateSolubility CalciumCarbonateSolubilityProducts(short whichKs, flo
     logKCa = logKCa + (-0.77712 + 0.0028426 * TempK + 178.34 / TempK) * sqrtS;
     logKCa = logKCa - 0.07711 * Sal;
     logKCa = logKCa + 0.0041249 * sqrtS * Sal;
-    float KCa = std::pow(10.0, logKCa);
+    float KCa = TenToTheAsFloat(logKCa);
 
     // Aragonite, Mucci (1983).
     float logKAr = -171.945;
@@ -53,7 +54,7 @@ CalciumCarbonateSolubility CalciumCarbonateSolubilityProducts(short whichKs, flo
     logKAr = logKAr + (-0.068393 + 0.0017276 * TempK + 88.135 / TempK) * sqrtS;
     logKAr = logKAr - 0.10018 * Sal;
     logKAr = logKAr + 0.0059415 * sqrtS * Sal;
-    float KAr = std::pow(10.0, logKAr);
+    float KAr = TenToTheAsFloat(logKAr);
 
     // Pressure correction, Millero (1995): partial molal volume [mL/mol] and
     // compressibility [mL/(mol bar)]; aragonite's volume is 2.8 mL/mol larger.
@@ -117,8 +118,12 @@ detail::CalciumCarbonateSolubility SolubilityProducts(short whichKs, float Sal, 
 
 void CaSolubility(short whichKs, float Sal, float TempC, float PdBar, float TC, float pH,
                   float K1, float K2, float& OmegaCa, float& OmegaAr) {
+    CaSolubilityAtH(whichKs, Sal, TempC, PdBar, TC, detail::HydrogenIon(pH), K1, K2, OmegaCa, OmegaAr);
+}
+
+void CaSolubilityAtH(short whichKs, float Sal, float TempC, float PdBar, float TC, float H, float K1, float K2,
+                     float& OmegaCa, float& OmegaAr) {
     const detail::CalciumCarbonateSolubility s = SolubilityProducts(whichKs, Sal, TempC, PdBar);
-    const float H = detail::HydrogenIon(pH);
     const float CO3 = TC * K1 * K2 / (K1 * H + H * H + K1 * K2);
     OmegaCa = CO3 * s.Ca / s.KCa;
     OmegaAr = CO3 * s.Ca / s.KAr;

@@ -9,5 +9,9 @@ namespace brinora {
 // for constants sets 6 and 7.
 void CaSolubility(short whichKs, float Sal, float TempC, float PdBar, float TC, float pH,
                   float K1, float K2, float& OmegaCa, float& OmegaAr);
+// The same at a given H = 10^-pH (detail::HydrogenIon(pH)) [mol/kg-SW]: the
+// same bits for a caller that already holds H.
+void CaSolubilityAtH(short whichKs, float Sal, float TempC, float PdBar, float TC, float H, float K1, float K2,
+                     float& OmegaCa, float& OmegaAr);
 
 }  // namespace brinora

@@ -12,6 +12,7 @@
 #include "uncertainty/carbonate_ad.h"
 
 #include <cmath>
+#include <optional>
 #include <type_traits>
 
 #include "uncertainty/chemistry_ad.h"
@@ -60,28 +61,95 @@ R TCfrompHfCO2(const Chemistry<R>& h, const R& pH, const R& fCO2) {
 }
 template <class R>
 R fCO2fromTCpH(const Chemistry<R>& h, const R& TC, const R& pH) {
-    return Local<1>(std::array<const R*, 5>{&TC, &pH, &h.k.K0, &h.k.K1, &h.k.K2}, [](const auto& v) {
+    return LocalOne(std::array<const R*, 5>{&TC, &pH, &h.k.K0, &h.k.K1, &h.k.K2}, [](const auto& v) {
         using T = Element<decltype(v)>;
         const T H = pow(10.0, -v[1]);
         return std::array<T, 1>{v[0] * H * H / (H * H + v[3] * H + v[3] * v[4]) / v[2]};
-    })[0];
+    });
 }
+
+// Partial derivatives of one result in quantities of the calculation,
+// gathered by quantity and then turned into its gradient at once (one scaled
+// addition of a gradient per quantity).
+template <class R, std::size_t M>
+struct Partials {
+    std::array<const R*, M> x{};
+    std::array<double, M> c{};
+    std::size_t n = 0;
+    void add(double partial, const R& quantity) {
+        for (std::size_t k = 0; k < n; ++k) {
+            if (x[k] == &quantity) {
+                c[k] += partial;
+                return;
+            }
+        }
+        x[n] = &quantity;
+        c[n++] = partial;
+    }
+    R gradient(double v) const {
+        R r(v);
+        for (std::size_t k = 0; k < n; ++k) AddScaled(r, c[k], *x[k]);
+        return r;
+    }
+};
 
 // Revelle factor: the centred difference of fCO2 in TC at fixed TA of the
 // record (1 micromol/kg either side, reference TC the lower one), here on
-// double-precision solves.
+// double-precision solves. On gradients, the derivative of that difference:
+// each of the two fCO2 values is differentiated in TC, K0, K1, K2 and its pH,
+// whose derivatives come from the TA-TC residual at its root (implicit
+// differentiation), and the partial derivatives of the whole are summed by
+// quantity before a single pass over the gradients.
 template <class R>
 R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH) {
     if (value(TC) == 0.0) return R(0.0);
-    const R TCplus = TC + kRevelleStep;
-    const R TCminus = TC - kRevelleStep;
-    // The solves start from the pH at TC, a few 1e-4 away.
-    const R fplus = fCO2fromTCpH(h, TCplus, SolvepHTATC(h, TAused, TCplus, pH));
-    const R fminus = fCO2fromTCpH(h, TCminus, SolvepHTATC(h, TAused, TCminus, pH));
-    return Local<1>(std::array<const R*, 3>{&fplus, &fminus, &TCminus}, [](const auto& v) {
-        using T = Element<decltype(v)>;
-        return std::array<T, 1>{((v[0] - v[1]) / kRevelleStep) / ((v[0] + v[1]) / v[2])};
-    })[0];
+    if constexpr (std::is_same_v<R, double>) {
+        const R TCplus = TC + kRevelleStep;
+        const R TCminus = TC - kRevelleStep;
+        // The solves start from the pH at TC, a few 1e-4 away.
+        const R fplus = fCO2fromTCpH(h, TCplus, SolvepHTATC(h, TAused, TCplus, pH));
+        const R fminus = fCO2fromTCpH(h, TCminus, SolvepHTATC(h, TAused, TCminus, pH));
+        return ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
+    } else {
+        // The same values, in the same operations, as on doubles.
+        const Chemistry<double> v = Values(h);
+        const double TA = TAused.v, TCplus = TC.v + kRevelleStep, TCminus = TC.v - kRevelleStep;
+        double slopePlus = 0.0, slopeMinus = 0.0;
+        const double pHplus = NewtonRoot(
+            [&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCplus); }, pH, slopePlus);
+        const double pHminus = NewtonRoot(
+            [&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCminus); }, pH, slopeMinus);
+        const double fplus = fCO2fromTCpH(v, TCplus, pHplus);
+        const double fminus = fCO2fromTCpH(v, TCminus, pHminus);
+        const double revelle = ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
+        // R = (A / step) / (B / TCminus), A = f+ - f-, B = f+ + f-.
+        const double A = fplus - fminus, B = fplus + fminus;
+        const double K0 = v.k.K0, K1 = v.k.K1, K2 = v.k.K2;
+        Partials<R, 24> partials;
+        partials.add(A / (kRevelleStep * B), TC);  // through TCminus
+        // One fCO2 value of weight w at TC + dTC and its pH.
+        const auto side = [&](double w, double tc, double pHside, double slope, double f) {
+            const double H = std::pow(10.0, -pHside);
+            const double D = H * H + K1 * H + K1 * K2;
+            partials.add(w * f / tc, TC);
+            partials.add(-w * f / K0, h.k.K0);
+            partials.add(-w * f * (H + K2) / D, h.k.K1);
+            partials.add(-w * f * K1 / D, h.k.K2);
+            // d fCO2/d pH, then the pH's derivatives: minus those of the
+            // residual over its slope.
+            const double dfdpH = f * (2.0 / H - (2.0 * H + K1) / D) * (-kLn10 * H);
+            const double viaPH = -w * dfdpH / slope;
+            const double num = tc * K1 * (H + 2.0 * K2);
+            partials.add(viaPH, TAused);
+            partials.add(viaPH * (-K1 * (H + 2.0 * K2) / D), TC);
+            partials.add(viaPH * (-(tc * (H + 2.0 * K2) * D - num * (H + K2)) / (D * D)), h.k.K1);
+            partials.add(viaPH * (-(2.0 * tc * K1 * D - num * K1) / (D * D)), h.k.K2);
+            NonCarbonatePartials(H, h, [&](double partial, const R& x) { partials.add(viaPH * partial, x); });
+        };
+        side(TCminus * 2.0 * fminus / (kRevelleStep * B * B), TCplus, pHplus, slopePlus, fplus);
+        side(-TCminus * 2.0 * fplus / (kRevelleStep * B * B), TCminus, pHminus, slopeMinus, fminus);
+        return partials.gradient(revelle);
+    }
 }
 
 // Air-sea flux [mmol m-2 d-1] for pCO2 of water and air [microatm]: transfer
@@ -92,7 +160,7 @@ template <class R>
 R Flux(int code, const Chemistry<R>& h, const R& S, const R& u, const R& pCO2air, const R& pCO2water) {
     if (code < 0 || code > 2) return R(0.0);
     const std::array<const R*, 6> x{&h.TempC, &S, &u, &h.k.K0, &pCO2air, &pCO2water};
-    return Local<1>(x, [code](const auto& v) {
+    return LocalOne(x, [code](const auto& v) {
         using T = Element<decltype(v)>;
         const T& t = v[0];
         const T& sal = v[1];
@@ -112,7 +180,7 @@ R Flux(int code, const Chemistry<R>& h, const R& S, const R& u, const R& pCO2air
                       (0.824493 - 0.0040899 * t + 7.6438e-05 * t2 - 8.2476e-07 * t3 + 5.3875e-09 * t4) * sal +
                       (-0.00572466 + 0.00010227 * t - 1.6546e-06 * t2) * pow(sal, 1.5) + 0.00048314 * sal * sal;
         return std::array<T, 1>{k * (v[3] * 1000.0 * rho) * ((v[5] - v[4]) * 1e-6)};
-    })[0];
+    });
 }
 
 // The quantities of one set of conditions from TA, TC, pH and pCO2, written
@@ -134,15 +202,15 @@ void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const
     // Borate, hydroxide, phosphate and silicate alkalinity, micromol/kg.
     // [H+] in mol/kg-SW, formed once.
     const R H = species[0] / kMicro;
-    const R BAlk = Local<1>(std::array<const R*, 3>{&H, &k.TB, &k.KB}, [](const auto& v) {
+    const R BAlk = LocalOne(std::array<const R*, 3>{&H, &k.TB, &k.KB}, [](const auto& v) {
         using T = Element<decltype(v)>;
         return std::array<T, 1>{v[1] * v[2] / (v[2] + v[0]) * kMicro};
-    })[0];
-    const R OH = Local<1>(std::array<const R*, 2>{&H, &k.KW}, [](const auto& v) {
+    });
+    const R OH = LocalOne(std::array<const R*, 2>{&H, &k.KW}, [](const auto& v) {
         using T = Element<decltype(v)>;
         return std::array<T, 1>{v[1] / v[0] * kMicro};
-    })[0];
-    R PAlk = Local<1>(std::array<const R*, 5>{&H, &h.TP, &k.KP1, &k.KP2, &k.KP3}, [](const auto& v) {
+    });
+    R PAlk = LocalOne(std::array<const R*, 5>{&H, &h.TP, &k.KP1, &k.KP2, &k.KP3}, [](const auto& v) {
         using T = Element<decltype(v)>;
         const T& H = v[0];
         const T HH = H * H;
@@ -150,11 +218,11 @@ void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const
         const T KP1KP2KP3 = KP1KP2 * v[4];
         return std::array<T, 1>{v[1] * (KP1KP2 * H + 2.0 * KP1KP2KP3 - HH * H) /
                                 (HH * H + v[2] * HH + KP1KP2 * H + KP1KP2KP3) * kMicro};
-    })[0];
-    const R SiAlk = Local<1>(std::array<const R*, 3>{&H, &h.TSi, &k.KSi}, [](const auto& v) {
+    });
+    const R SiAlk = LocalOne(std::array<const R*, 3>{&H, &h.TSi, &k.KSi}, [](const auto& v) {
         using T = Element<decltype(v)>;
         return std::array<T, 1>{v[1] * v[2] / (v[2] + v[0]) * kMicro};
-    })[0];
+    });
     if (whichKs == kGeosecsPhosphateSet) PAlk = PAlk + h.TP * kMicro;
     const R TAused = whichKs == kGeosecsPhosphateSet ? TA - h.TP : TA;
     // Saturation states: CO3 Ca/Ksp.
@@ -182,23 +250,33 @@ void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const
     q[i++] = RevelleFactor(h, TAused, TC, value(pH));
     q[i++] = omega[0];
     q[i++] = omega[1];
-    q[i++] = Local<1>(std::array<const R*, 2>{&pCO2, &k.VPFac}, [](const auto& v) {
+    q[i++] = LocalOne(std::array<const R*, 2>{&pCO2, &k.VPFac}, [](const auto& v) {
         using T = Element<decltype(v)>;
         return std::array<T, 1>{v[0] / v[1] * kMicro};
-    })[0];
+    });
     const R pCO2water = pCO2 * kMicro;
     q[i++] = Flux(fluxCode, h, S, wind, pCO2air, pCO2water);
 }
 
+// `directions`: the direction of each source on a gradient R smaller than
+// Gradient (on Gradient source i is direction i); a source of direction -1
+// is a constant.
 template <class R>
-Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R, kQuantityCount>& out) {
+Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R, kQuantityCount>& out,
+            const Directions* directions = nullptr) {
     const int whichKs = options.whichKs;
     std::array<R, kSourceCount> src;
     for (std::size_t i = 0; i < kSourceCount; ++i) {
         if constexpr (std::is_same_v<R, double>) {
             src[i] = sample.x[i];
         } else {
-            src[i] = R::variable(sample.x[i], i);
+            // Seeded in place (a copy of a number just written stalls).
+            src[i] = R(sample.x[i]);
+            if constexpr (std::is_same_v<R, Gradient>) {
+                src[i].d[i] = 1.0;
+            } else if (const int d = (*directions)[i]; d >= 0) {
+                src[i].d[static_cast<std::size_t>(d)] = 1.0;
+            }
         }
     }
     const auto& x = sample.x;
@@ -279,8 +357,13 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     if (!std::isfinite(value(pH))) return Outcome::kNoSolution;
     Derived(whichKs, options.fluxCode, in, SalChem, TA, TC, pH, fCO2, pCO2, wind, pCO2air, true, &out[0]);
 
-    // Output conditions, TA and TC held.
-    const Chemistry<R> outChem = ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src);
+    // Output conditions, TA and TC held. An output temperature and pressure
+    // of 0 repeat the input ones: the input's constants serve again (the
+    // same numbers, computed once).
+    const bool sameConditions = x[kTemperatureOut] == 0.0 && x[kPressureOut] == 0.0;
+    std::optional<Chemistry<R>> ownOut;
+    if (!sameConditions) ownOut.emplace(ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src));
+    const Chemistry<R>& outChem = sameConditions ? in : *ownOut;
     const R pHOut = SolvepHTATC(outChem, TA - TPoutside, TC, value(pH));
     if (!std::isfinite(value(pHOut))) return Outcome::kNoSolution;
     const R fCO2Out = fCO2fromTCpH(outChem, TC, pHOut);
@@ -300,5 +383,20 @@ Outcome DifferentiateSample(const ChemistryOptions& options, const Sample& sampl
                             std::array<Gradient, kQuantityCount>& out) {
     return Run<Gradient>(options, sample, out);
 }
+
+template <std::size_t N>
+Outcome DifferentiateSampleAlong(const ChemistryOptions& options, const Sample& sample,
+                                 const Directions& directions, std::array<ad::Dual<N>, kQuantityCount>& out) {
+    return Run<ad::Dual<N>>(options, sample, out, &directions);
+}
+
+template Outcome DifferentiateSampleAlong<4>(const ChemistryOptions&, const Sample&, const Directions&,
+                                             std::array<ad::Dual<4>, kQuantityCount>&);
+template Outcome DifferentiateSampleAlong<8>(const ChemistryOptions&, const Sample&, const Directions&,
+                                             std::array<ad::Dual<8>, kQuantityCount>&);
+template Outcome DifferentiateSampleAlong<12>(const ChemistryOptions&, const Sample&, const Directions&,
+                                              std::array<ad::Dual<12>, kQuantityCount>&);
+template Outcome DifferentiateSampleAlong<16>(const ChemistryOptions&, const Sample&, const Directions&,
+                                              std::array<ad::Dual<16>, kQuantityCount>&);
 
 }  // namespace brinora::uncertainty

@@ -30,11 +30,6 @@ using ad::value;
 
 constexpr double kLn10 = std::numbers::ln10;
 
-// The number type of the constants: doubles for values, three-direction duals
-// (salinity, temperature, pressure) when derivatives are carried.
-template <class R>
-using ConstantsNumber = std::conditional_t<std::is_same_v<R, double>, double, ad::Dual<3>>;
-
 // The direction of a number that is a source itself (gradient 1 along one
 // direction, 0 along the others); -1 for a constant (gradient 0); -2 for
 // any other gradient.
@@ -49,24 +44,39 @@ int SeedDirection(const ad::Dual<N>& x) {
     return direction;
 }
 
-// A constant of the three-direction constants routine as a full dual, by the
-// chain rule through the salinity, temperature and pressure used; where
+// A constant of the constants routine, evaluated on doubles or on duals
+// along those of salinity, temperature and pressure that vary (`lanes`: the
+// direction of each there, -1 for one that is constant), written into `r`
+// (whose gradient is 0) as a full dual, by the chain rule through them; where
 // these are sources themselves (`seeds`, from SeedDirection), by placing the
-// three derivatives.
+// derivatives.
 template <class R, class C>
-R Lift(const C& c, const R& S, const R& T, const R& P, const std::array<int, 3>& seeds) {
+void LiftInto(R& r, const C& c, const R& S, const R& T, const R& P, const std::array<int, 3>& seeds,
+              const std::array<int, 3>& lanes) {
     if constexpr (std::is_same_v<R, double>) {
-        return c;
+        r = c;
+    } else if constexpr (std::is_same_v<C, double>) {
+        r.v = c;
     } else {
-        R r(c.v);
+        r.v = c.v;
         if (seeds[0] >= -1 && seeds[1] >= -1 && seeds[2] >= -1) {
             for (std::size_t k = 0; k < 3; ++k) {
-                if (seeds[k] >= 0) r.d[static_cast<std::size_t>(seeds[k])] += c.d[k];
+                if (seeds[k] >= 0) r.d[static_cast<std::size_t>(seeds[k])] += c.d[static_cast<std::size_t>(lanes[k])];
             }
-            return r;
+            return;
         }
-        for (std::size_t i = 0; i < r.d.size(); ++i) r.d[i] = c.d[0] * S.d[i] + c.d[1] * T.d[i] + c.d[2] * P.d[i];
-        return r;
+        const std::array<const R*, 3> x{&S, &T, &P};
+        for (std::size_t i = 0; i < r.d.size(); ++i) {
+            double sum = 0.0;
+            bool first = true;
+            for (std::size_t k = 0; k < 3; ++k) {
+                if (lanes[k] < 0) continue;
+                const double term = c.d[static_cast<std::size_t>(lanes[k])] * x[k]->d[i];
+                sum = first ? term : sum + term;
+                first = false;
+            }
+            r.d[i] = sum;
+        }
     }
 }
 
@@ -91,14 +101,40 @@ std::array<R, K> Local(const std::array<const R*, M>& x, F f) {
     } else {
         using L = ad::Dual<M>;
         std::array<L, M> lx;
-        for (std::size_t m = 0; m < M; ++m) lx[m] = L::variable(x[m]->v, m);
+        // Seeded in place (a copy of a number just written stalls).
+        for (std::size_t m = 0; m < M; ++m) {
+            lx[m] = L(x[m]->v);
+            lx[m].d[m] = 1.0;
+        }
         const std::array<L, K> ly = f(lx);
-        std::array<R, K> out;
+        std::array<R, K> out;  // gradients 0
         for (std::size_t k = 0; k < K; ++k) {
-            out[k] = R(ly[k].v);
+            out[k].v = ly[k].v;
             for (std::size_t m = 0; m < M; ++m) {
                 if (ly[k].d[m] != 0.0) AddScaled(out[k], ly[k].d[m], *x[m]);
             }
+        }
+        return out;
+    }
+}
+
+// Local with one output, as a number (formed where it is kept).
+template <class R, std::size_t M, class F>
+R LocalOne(const std::array<const R*, M>& x, F f) {
+    if constexpr (std::is_same_v<R, double>) {
+        return Local<1>(x, f)[0];
+    } else {
+        using L = ad::Dual<M>;
+        std::array<L, M> lx;
+        for (std::size_t m = 0; m < M; ++m) {
+            lx[m] = L(x[m]->v);
+            lx[m].d[m] = 1.0;
+        }
+        const std::array<L, 1> ly = f(lx);
+        R out;
+        out.v = ly[0].v;
+        for (std::size_t m = 0; m < M; ++m) {
+            if (ly[0].d[m] != 0.0) AddScaled(out, ly[0].d[m], *x[m]);
         }
         return out;
     }
@@ -129,27 +165,29 @@ struct Chemistry {
     R TempC;     // deg C, for the flux
 };
 
-template <class R>
-Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& TempC, const R& Pdbar,
-                         const R& TP, const R& TSi, const std::array<R, kSourceCount>& src) {
-    using C = ConstantsNumber<R>;
-    C Sc, Tc, Pc;
-    if constexpr (std::is_same_v<C, double>) {
-        Sc = S, Tc = TempC, Pc = Pdbar;
-    } else {
-        Sc = C::variable(value(S), 0);
-        Tc = C::variable(value(TempC), 1);
-        Pc = C::variable(value(Pdbar), 2);
+// The chemistry of one set of conditions with the constants evaluated on C:
+// doubles, or duals along the `lanes` of salinity, temperature and pressure.
+template <class C, class R>
+Chemistry<R> ChemistryOn(const ChemistryOptions& options, const R& S, const R& TempC, const R& Pdbar,
+                         const R& TP, const R& TSi, const std::array<R, kSourceCount>& src,
+                         const std::array<int, 3>& seeds, const std::array<int, 3>& lanes) {
+    const std::array<const R*, 3> conditions{&S, &TempC, &Pdbar};
+    std::array<C, 3> at;
+    for (std::size_t k = 0; k < 3; ++k) {
+        if constexpr (std::is_same_v<C, double>) {
+            at[k] = value(*conditions[k]);
+        } else {
+            at[k] = C(value(*conditions[k]));
+            if (lanes[k] >= 0) at[k].d[static_cast<std::size_t>(lanes[k])] = 1.0;
+        }
     }
-    const ConditionConstants<C> c = ConstantsAt(options, Sc, Tc, Pc);
-    Chemistry<R> h;
-    std::array<int, 3> seeds{};
-    if constexpr (!std::is_same_v<R, double>) seeds = {SeedDirection(S), SeedDirection(TempC), SeedDirection(Pdbar)};
-    auto lift = [&](const C& x) { return Lift<R, C>(x, S, TempC, Pdbar, seeds); };
+    const ConditionConstants<C> c = ConstantsAt(options, at[0], at[1], at[2]);
+    Chemistry<R> h;  // every gradient 0; each constant is formed where it is kept
+    auto lift = [&](R& r, const C& v) { LiftInto<R, C>(r, v, S, TempC, Pdbar, seeds, lanes); };
     // A constant times 10^-offset; at an offset of 0 (the calculation itself)
     // its gradient gains -ln(10) K along the offset.
-    auto perturbed = [&](const C& x, Source offset) {
-        R r = lift(x);
+    auto perturbed = [&](R& r, const C& x, Source offset) {
+        lift(r, x);
         if constexpr (std::is_same_v<R, double>) {
             if (src[offset] != 0.0) r = r * TenToMinus(src[offset]);
         } else {
@@ -159,34 +197,64 @@ Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& T
                 r = r * TenToMinus(src[offset]);
             }
         }
-        return r;
     };
     ConditionConstants<R>& k = h.k;
     // The constants as the calculation uses them, each perturbed in pK units.
-    k.K0 = perturbed(c.K0, kpK0);
-    k.K1 = perturbed(c.K1, kpK1);
-    k.K2 = perturbed(c.K2, kpK2);
-    k.KW = perturbed(c.KW, kpKW);
-    k.KB = perturbed(c.KB, kpKB);
-    k.KF = perturbed(c.KF, kpKF);
-    k.KS = perturbed(c.KS, kpKS);
-    k.KP1 = perturbed(c.KP1, kpKP1);
-    k.KP2 = perturbed(c.KP2, kpKP2);
-    k.KP3 = perturbed(c.KP3, kpKP3);
-    k.KSi = perturbed(c.KSi, kpKSi);
-    k.KCa = perturbed(c.KCa, kpKspC);
-    k.KAr = perturbed(c.KAr, kpKspA);
-    k.TB = lift(c.TB) * (1.0 + src[kTotalBoron]);
-    k.TF = lift(c.TF);
-    k.TS = lift(c.TS);
-    k.fH = lift(c.fH);
-    k.FugFac = lift(c.FugFac);
-    k.VPFac = lift(c.VPFac);
-    k.Ca = lift(c.Ca);
+    perturbed(k.K0, c.K0, kpK0);
+    perturbed(k.K1, c.K1, kpK1);
+    perturbed(k.K2, c.K2, kpK2);
+    perturbed(k.KW, c.KW, kpKW);
+    perturbed(k.KB, c.KB, kpKB);
+    perturbed(k.KF, c.KF, kpKF);
+    perturbed(k.KS, c.KS, kpKS);
+    perturbed(k.KP1, c.KP1, kpKP1);
+    perturbed(k.KP2, c.KP2, kpKP2);
+    perturbed(k.KP3, c.KP3, kpKP3);
+    perturbed(k.KSi, c.KSi, kpKSi);
+    perturbed(k.KCa, c.KCa, kpKspC);
+    perturbed(k.KAr, c.KAr, kpKspA);
+    lift(k.TB, c.TB);
+    k.TB *= 1.0 + src[kTotalBoron];
+    lift(k.TF, c.TF);
+    lift(k.TS, c.TS);
+    lift(k.fH, c.fH);
+    lift(k.FugFac, c.FugFac);
+    lift(k.VPFac, c.VPFac);
+    lift(k.Ca, c.Ca);
     h.TP = TP;
     h.TSi = TSi;
     h.TempC = TempC;
     return h;
+}
+
+// The chemistry of one set of conditions: the constants are evaluated on
+// duals along those of salinity, temperature and pressure that carry a
+// gradient only (on doubles when none does, or when R is double). Each
+// derivative is the one of the three-direction evaluation, bit for bit.
+template <class R>
+Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& TempC, const R& Pdbar,
+                         const R& TP, const R& TSi, const std::array<R, kSourceCount>& src) {
+    std::array<int, 3> seeds{-1, -1, -1};
+    std::array<int, 3> lanes{-1, -1, -1};
+    if constexpr (std::is_same_v<R, double>) {
+        return ChemistryOn<double>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+    } else {
+        seeds = {SeedDirection(S), SeedDirection(TempC), SeedDirection(Pdbar)};
+        int varying = 0;
+        for (std::size_t k = 0; k < 3; ++k) {
+            if (seeds[k] != -1) lanes[k] = varying++;
+        }
+        switch (varying) {
+            case 0:
+                return ChemistryOn<double>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+            case 1:
+                return ChemistryOn<ad::Dual<1>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+            case 2:
+                return ChemistryOn<ad::Dual<2>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+            default:
+                return ChemistryOn<ad::Dual<3>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+        }
+    }
 }
 
 // The number type of an expression of a T and an R: a double and a dual
@@ -288,32 +356,33 @@ double NewtonRoot(F residual, double start, double& slope) {
 // forms below) times their gradients: some 17 scaled additions of a
 // gradient instead of the 35 operations on gradients of the residual itself.
 
-// Adds the gradient of -BAlk - OH - PAlk - SiAlk + Hfree + HSO4 + HF at H.
-template <std::size_t N>
-void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual<N>& g) {
-    const ConditionConstants<ad::Dual<N>>& k = h.k;
+// The partial derivatives of -BAlk - OH - PAlk - SiAlk + Hfree + HSO4 + HF
+// at H in the totals and constants: add(partial, quantity) for each.
+template <class R, class Add>
+void NonCarbonatePartials(double H, const Chemistry<R>& h, Add&& add) {
+    const ConditionConstants<R>& k = h.k;
     const double TB = k.TB.v, KB = k.KB.v, TP = h.TP.v, TSi = h.TSi.v, KSi = k.KSi.v;
     const double KP1 = k.KP1.v, KP2 = k.KP2.v, KP3 = k.KP3.v;
     const double TS = k.TS.v, KS = k.KS.v, TF = k.TF.v, KF = k.KF.v;
     // Borate: TB KB/(KB + H).
     const double bD = KB + H;
-    AddScaled(g, -KB / bD, k.TB);
-    AddScaled(g, -TB * H / (bD * bD), k.KB);
+    add(-KB / bD, k.TB);
+    add(-TB * H / (bD * bD), k.KB);
     // Hydroxide: KW/H.
-    AddScaled(g, -1.0 / H, k.KW);
+    add(-1.0 / H, k.KW);
     // Phosphate: TP Num/Den.
     const double HH = H * H, HHH = HH * H;
     const double num = KP1 * KP2 * H + 2.0 * KP1 * KP2 * KP3 - HHH;
     const double den = HHH + KP1 * HH + KP1 * KP2 * H + KP1 * KP2 * KP3;
     const auto phosphate = [&](double dNum, double dDen) { return -TP * (dNum * den - num * dDen) / (den * den); };
-    AddScaled(g, -num / den, h.TP);
-    AddScaled(g, phosphate(KP2 * H + 2.0 * KP2 * KP3, HH + KP2 * H + KP2 * KP3), k.KP1);
-    AddScaled(g, phosphate(KP1 * H + 2.0 * KP1 * KP3, KP1 * H + KP1 * KP3), k.KP2);
-    AddScaled(g, phosphate(2.0 * KP1 * KP2, KP1 * KP2), k.KP3);
+    add(-num / den, h.TP);
+    add(phosphate(KP2 * H + 2.0 * KP2 * KP3, HH + KP2 * H + KP2 * KP3), k.KP1);
+    add(phosphate(KP1 * H + 2.0 * KP1 * KP3, KP1 * H + KP1 * KP3), k.KP2);
+    add(phosphate(2.0 * KP1 * KP2, KP1 * KP2), k.KP3);
     // Silicate: TSi KSi/(KSi + H).
     const double sD = KSi + H;
-    AddScaled(g, -KSi / sD, h.TSi);
-    AddScaled(g, -TSi * H / (sD * sD), k.KSi);
+    add(-KSi / sD, h.TSi);
+    add(-TSi * H / (sD * sD), k.KSi);
     // Hfree = H/a, a = 1 + TS/KS; HSO4 = TS/b, b = 1 + KS/Hfree; HF = TF/c, c = 1 + KF/Hfree.
     const double a = 1.0 + TS / KS;
     const double Hfree = H / a;
@@ -322,13 +391,20 @@ void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual
     const double dHfreedKS = H * TS / (a * a * KS * KS);
     // Everything that Hfree reaches: Hfree itself, HSO4 and HF through it.
     const double viaHfree = 1.0 + TS * KS / (b * b * Hfree * Hfree) + TF * KF / (c * c * Hfree * Hfree);
-    AddScaled(g, 1.0 / b + viaHfree * dHfreedTS, k.TS);
-    AddScaled(g, -TS / (b * b * Hfree) + viaHfree * dHfreedKS, k.KS);
-    AddScaled(g, 1.0 / c, k.TF);
-    AddScaled(g, -TF / (c * c * Hfree), k.KF);
+    add(1.0 / b + viaHfree * dHfreedTS, k.TS);
+    add(-TS / (b * b * Hfree) + viaHfree * dHfreedKS, k.KS);
+    add(1.0 / c, k.TF);
+    add(-TF / (c * c * Hfree), k.KF);
 }
 
-// The TA-TC residual on a gradient type at a fixed pH.
+// Adds the gradient of -BAlk - OH - PAlk - SiAlk + Hfree + HSO4 + HF at H.
+template <std::size_t N>
+void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual<N>& g) {
+    NonCarbonatePartials(H, h, [&g](double partial, const ad::Dual<N>& x) { AddScaled(g, partial, x); });
+}
+
+// The gradient of the TA-TC residual at a fixed pH (the root: its value,
+// there 0, is not formed; only the gradient is used).
 template <std::size_t N>
 ad::Dual<N> ResidualTATCAt(double pH, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
                            const ad::Dual<N>& TC) {
@@ -337,7 +413,7 @@ ad::Dual<N> ResidualTATCAt(double pH, const Chemistry<ad::Dual<N>>& h, const ad:
     const double K1 = k.K1.v, K2 = k.K2.v, C = TC.v;
     const double D = H * H + K1 * H + K1 * K2;
     const double num = C * K1 * (H + 2.0 * K2);
-    ad::Dual<N> g(ResidualTATC(pH, Values(h), TA.v, TC.v));
+    ad::Dual<N> g(0.0);
     AddScaled(g, 1.0, TA);
     AddScaled(g, -K1 * (H + 2.0 * K2) / D, TC);
     AddScaled(g, -(C * (H + 2.0 * K2) * D - num * (H + K2)) / (D * D), k.K1);
@@ -346,7 +422,7 @@ ad::Dual<N> ResidualTATCAt(double pH, const Chemistry<ad::Dual<N>>& h, const ad:
     return g;
 }
 
-// The TA-fCO2 residual on a gradient type at a fixed pH.
+// The gradient of the TA-fCO2 residual at a fixed pH (the root), as above.
 template <std::size_t N>
 ad::Dual<N> ResidualTAfCO2At(double pH, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
                              const ad::Dual<N>& fCO2) {
@@ -354,7 +430,7 @@ ad::Dual<N> ResidualTAfCO2At(double pH, const Chemistry<ad::Dual<N>>& h, const a
     const double H = std::pow(10.0, -pH);
     const double K0 = k.K0.v, K1 = k.K1.v, K2 = k.K2.v, f = fCO2.v;
     const double carbonate = 1.0 / H + 2.0 * K2 / (H * H);  // CAlk/(K0 K1 fCO2)
-    ad::Dual<N> g(ResidualTAfCO2(pH, Values(h), TA.v, fCO2.v));
+    ad::Dual<N> g(0.0);
     AddScaled(g, 1.0, TA);
     AddScaled(g, -K1 * f * carbonate, k.K0);
     AddScaled(g, -K0 * f * carbonate, k.K1);

@@ -381,6 +381,10 @@ ConditionConstants<R> ConstantsAt(const ChemistryOptions& options, const R& Sal,
 }
 
 template ConditionConstants<double> ConstantsAt(const ChemistryOptions&, const double&, const double&, const double&);
+template ConditionConstants<ad::Dual<1>> ConstantsAt(const ChemistryOptions&, const ad::Dual<1>&, const ad::Dual<1>&,
+                                                     const ad::Dual<1>&);
+template ConditionConstants<ad::Dual<2>> ConstantsAt(const ChemistryOptions&, const ad::Dual<2>&, const ad::Dual<2>&,
+                                                     const ad::Dual<2>&);
 template ConditionConstants<ad::Dual<3>> ConstantsAt(const ChemistryOptions&, const ad::Dual<3>&, const ad::Dual<3>&,
                                                      const ad::Dual<3>&);
 

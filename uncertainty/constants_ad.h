@@ -34,8 +34,8 @@ struct ConditionConstants {
 
 // The constants for salinity Sal, temperature TempC [deg C] and pressure
 // Pdbar [dbar], under the options' constants set, KHSO4 and pH scale.
-// Instantiated for double and for ad::Dual<3> (derivatives along Sal, TempC
-// and Pdbar).
+// Instantiated for double and for ad::Dual<1>, ad::Dual<2> and ad::Dual<3>
+// (derivatives along those of Sal, TempC and Pdbar that vary).
 template <class R>
 ConditionConstants<R> ConstantsAt(const ChemistryOptions& options, const R& Sal, const R& TempC,
                                   const R& Pdbar);

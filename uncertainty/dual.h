@@ -89,49 +89,81 @@ template <std::size_t N>
 Dual<N> operator-(const Dual<N>& a) {
     return chain(a, -a.v, -1.0);
 }
+// The binary operations form their result in the number returned (not in a
+// copy of an argument that is then copied out: a copy right after the stores
+// waits on them), with the operations of the compound assignments above.
 template <std::size_t N>
-Dual<N> operator+(Dual<N> a, const Dual<N>& b) {
-    return a += b;
+Dual<N> operator+(const Dual<N>& a, const Dual<N>& b) {
+    Dual<N> r;
+    r.v = a.v + b.v;
+    for (std::size_t i = 0; i < N; ++i) r.d[i] = a.d[i] + b.d[i];
+    return r;
 }
 template <std::size_t N>
-Dual<N> operator-(Dual<N> a, const Dual<N>& b) {
-    return a -= b;
+Dual<N> operator-(const Dual<N>& a, const Dual<N>& b) {
+    Dual<N> r;
+    r.v = a.v - b.v;
+    for (std::size_t i = 0; i < N; ++i) r.d[i] = a.d[i] - b.d[i];
+    return r;
 }
 template <std::size_t N>
-Dual<N> operator*(Dual<N> a, const Dual<N>& b) {
-    return a *= b;
+Dual<N> operator*(const Dual<N>& a, const Dual<N>& b) {
+    Dual<N> r;
+    for (std::size_t i = 0; i < N; ++i) r.d[i] = a.d[i] * b.v + a.v * b.d[i];
+    r.v = a.v * b.v;
+    return r;
 }
 template <std::size_t N>
-Dual<N> operator/(Dual<N> a, const Dual<N>& b) {
-    return a /= b;
+Dual<N> operator/(const Dual<N>& a, const Dual<N>& b) {
+    const double q = a.v / b.v;
+    const double s = 1.0 / b.v;
+    Dual<N> r;
+    for (std::size_t i = 0; i < N; ++i) r.d[i] = (a.d[i] - q * b.d[i]) * s;
+    r.v = q;
+    return r;
 }
 template <std::size_t N>
-Dual<N> operator+(Dual<N> a, double b) {
-    return a += b;
+Dual<N> operator+(const Dual<N>& a, double b) {
+    Dual<N> r = a;
+    r.v = a.v + b;
+    return r;
 }
 template <std::size_t N>
-Dual<N> operator+(double a, Dual<N> b) {
-    return b += a;
+Dual<N> operator+(double a, const Dual<N>& b) {
+    Dual<N> r = b;
+    r.v = b.v + a;
+    return r;
 }
 template <std::size_t N>
-Dual<N> operator-(Dual<N> a, double b) {
-    return a -= b;
+Dual<N> operator-(const Dual<N>& a, double b) {
+    Dual<N> r = a;
+    r.v = a.v - b;
+    return r;
 }
 template <std::size_t N>
 Dual<N> operator-(double a, const Dual<N>& b) {
     return chain(b, a - b.v, -1.0);
 }
 template <std::size_t N>
-Dual<N> operator*(Dual<N> a, double b) {
-    return a *= b;
+Dual<N> operator*(const Dual<N>& a, double b) {
+    Dual<N> r;
+    r.v = a.v * b;
+    for (std::size_t i = 0; i < N; ++i) r.d[i] = a.d[i] * b;
+    return r;
 }
 template <std::size_t N>
-Dual<N> operator*(double a, Dual<N> b) {
-    return b *= a;
+Dual<N> operator*(double a, const Dual<N>& b) {
+    Dual<N> r;
+    r.v = b.v * a;
+    for (std::size_t i = 0; i < N; ++i) r.d[i] = b.d[i] * a;
+    return r;
 }
 template <std::size_t N>
-Dual<N> operator/(Dual<N> a, double b) {
-    return a /= b;
+Dual<N> operator/(const Dual<N>& a, double b) {
+    Dual<N> r;
+    r.v = a.v / b;
+    for (std::size_t i = 0; i < N; ++i) r.d[i] = a.d[i] / b;
+    return r;
 }
 template <std::size_t N>
 Dual<N> operator/(double a, const Dual<N>& b) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace brinora::uncertainty {
 
@@ -28,42 +29,123 @@ Covariance CovarianceOf(const std::array<double, kSourceCount>& u, double correl
     return c;
 }
 
-Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const Covariance& covariance,
+CovariancePlan PlanOf(const Covariance& covariance) {
+    // The sources that enter the propagation: those of a non-zero entry of
+    // the covariance. Along every other source the budget is 0 and the
+    // gradient is not needed.
+    std::array<bool, kSourceCount> used{};
+    for (std::size_t i = 0; i < kSourceCount; ++i) {
+        for (std::size_t j = 0; j < kSourceCount; ++j) {
+            if (covariance[i * kSourceCount + j] != 0.0) used[i] = used[j] = true;
+        }
+    }
+    CovariancePlan plan;
+    for (std::size_t i = 0; i < kSourceCount; ++i) {
+        if (used[i]) plan.source[plan.sources++] = i;
+    }
+    // The non-zero entries in the order of the sources, so that the sum of
+    // each variance is made in the same order whatever the gradient's size.
+    for (std::size_t a = 0; a < plan.sources; ++a) {
+        const std::size_t s = plan.source[a];
+        plan.u[a] = std::sqrt(covariance[s * kSourceCount + s]);
+        for (std::size_t b = 0; b < plan.sources; ++b) {
+            const double c = covariance[s * kSourceCount + plan.source[b]];
+            if (c != 0.0) plan.entries[plan.entryCount++] = {a, b, c};
+        }
+    }
+    return plan;
+}
+
+namespace {
+
+// The plan of every source (the full gradient).
+CovariancePlan FullPlanOf(const Covariance& covariance) {
+    CovariancePlan plan;
+    for (std::size_t i = 0; i < kSourceCount; ++i) {
+        plan.source[i] = i;
+        plan.u[i] = std::sqrt(covariance[i * kSourceCount + i]);
+        for (std::size_t j = 0; j < kSourceCount; ++j) {
+            const double c = covariance[i * kSourceCount + j];
+            if (c != 0.0) plan.entries[plan.entryCount++] = {i, j, c};
+        }
+    }
+    plan.sources = kSourceCount;
+    return plan;
+}
+
+// u(y)^2 = g' C g, where the k-th source of the plan is direction k of g.
+// Each variance is summed over the entries in their order; the quantities
+// are taken side by side, so that their sums do not wait for each other.
+template <std::size_t N>
+void PropagateAlong(const std::array<ad::Dual<N>, kQuantityCount>& q, const CovariancePlan& plan,
+                    Propagated& result) {
+    std::array<double, kQuantityCount> variance{};
+    for (std::size_t e = 0; e < plan.entryCount; ++e) {
+        const CovariancePlan::Entry& entry = plan.entries[e];
+        for (std::size_t y = 0; y < kQuantityCount; ++y) {
+            variance[y] += q[y].d[entry.i] * entry.c * q[y].d[entry.j];
+        }
+    }
+    for (std::size_t y = 0; y < kQuantityCount; ++y) {
+        result.value[y] = q[y].v;
+        result.u[y] = std::sqrt(std::max(variance[y], 0.0));
+    }
+    // The budget source by source (no source of the plan, no contribution).
+    if (plan.sources < kSourceCount) std::memset(result.budget.data(), 0, sizeof result.budget);
+    for (std::size_t a = 0; a < plan.sources; ++a) {
+        const std::size_t s = plan.source[a];
+        const double u = plan.u[a];
+        for (std::size_t y = 0; y < kQuantityCount; ++y) result.budget[y][s] = std::fabs(q[y].d[a]) * u;
+    }
+}
+
+// Propagate on gradients of N directions, one per source of the plan.
+template <std::size_t N>
+Outcome PropagateOn(const ChemistryOptions& options, const Sample& sample, const CovariancePlan& plan,
+                    Propagated& result) {
+    Directions directions;
+    directions.fill(-1);
+    for (std::size_t a = 0; a < plan.sources; ++a) directions[plan.source[a]] = static_cast<int>(a);
+    std::array<ad::Dual<N>, kQuantityCount> q;
+    const Outcome outcome = DifferentiateSampleAlong<N>(options, sample, directions, q);
+    if (outcome != Outcome::kComputed) return outcome;
+    PropagateAlong(q, plan, result);
+    return Outcome::kComputed;
+}
+
+}  // namespace
+
+Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const CovariancePlan& plan,
                   Propagated& result) {
+    // The cost of every operation on a gradient is in proportion to its size.
+    if (plan.sources <= 4) return PropagateOn<4>(options, sample, plan, result);
+    if (plan.sources <= 8) return PropagateOn<8>(options, sample, plan, result);
+    if (plan.sources <= 12) return PropagateOn<12>(options, sample, plan, result);
+    if (plan.sources <= 16) return PropagateOn<16>(options, sample, plan, result);
+    // On the full gradient, direction s is source s.
+    CovariancePlan full;
+    full.sources = kSourceCount;
+    for (std::size_t s = 0; s < kSourceCount; ++s) full.source[s] = s;
+    for (std::size_t a = 0; a < plan.sources; ++a) full.u[plan.source[a]] = plan.u[a];
+    for (std::size_t e = 0; e < plan.entryCount; ++e) {
+        const CovariancePlan::Entry& entry = plan.entries[e];
+        full.entries[full.entryCount++] = {plan.source[entry.i], plan.source[entry.j], entry.c};
+    }
     std::array<Gradient, kQuantityCount> q;
     const Outcome outcome = DifferentiateSample(options, sample, q);
     if (outcome != Outcome::kComputed) return outcome;
-    PropagateGradients(q, covariance, result);
+    PropagateAlong(q, full, result);
     return Outcome::kComputed;
+}
+
+Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const Covariance& covariance,
+                  Propagated& result) {
+    return Propagate(options, sample, PlanOf(covariance), result);
 }
 
 void PropagateGradients(const std::array<Gradient, kQuantityCount>& q, const Covariance& covariance,
                         Propagated& result) {
-    // The non-zero entries of the covariance, usually the diagonal and the pair's correlation.
-    struct Entry {
-        std::size_t i, j;
-        double c;
-    };
-    std::array<Entry, kSourceCount * kSourceCount> entries;
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < kSourceCount; ++i) {
-        for (std::size_t j = 0; j < kSourceCount; ++j) {
-            const double c = covariance[i * kSourceCount + j];
-            if (c != 0.0) entries[count++] = {i, j, c};
-        }
-    }
-    std::array<double, kSourceCount> u;
-    for (std::size_t i = 0; i < kSourceCount; ++i) u[i] = std::sqrt(covariance[i * kSourceCount + i]);
-    for (std::size_t y = 0; y < kQuantityCount; ++y) {
-        const auto& g = q[y].d;
-        double variance = 0.0;
-        for (std::size_t e = 0; e < count; ++e) variance += g[entries[e].i] * entries[e].c * g[entries[e].j];
-        result.value[y] = q[y].v;
-        result.u[y] = std::sqrt(std::max(variance, 0.0));
-        for (std::size_t i = 0; i < kSourceCount; ++i) {
-            result.budget[y][i] = std::fabs(g[i]) * u[i];
-        }
-    }
+    PropagateAlong(q, FullPlanOf(covariance), result);
 }
 
 namespace {

@@ -35,8 +35,28 @@ struct Propagated {
     std::array<std::array<double, kSourceCount>, kQuantityCount> budget{};
 };
 
+// A covariance made ready for the propagation of many samples: the sources
+// of its non-zero entries, in the order of the sources (the derivatives are
+// carried along these only), those entries, and the standard uncertainties.
+struct CovariancePlan {
+    std::array<std::size_t, kSourceCount> source{};  // the k-th source used
+    std::size_t sources = 0;
+    struct Entry {
+        std::size_t i, j;  // positions among the sources used
+        double c;
+    };
+    std::array<Entry, kSourceCount * kSourceCount> entries{};
+    std::size_t entryCount = 0;
+    std::array<double, kSourceCount> u{};  // of the k-th source used
+};
+CovariancePlan PlanOf(const Covariance& covariance);
+
 // u(y)^2 = g' C g for the gradient g of each quantity (DifferentiateSample).
+// The gradients are carried along the sources of a non-zero covariance
+// entry only; every result is the one of the full gradient, bit for bit.
 Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const Covariance& covariance,
+                  Propagated& result);
+Outcome Propagate(const ChemistryOptions& options, const Sample& sample, const CovariancePlan& plan,
                   Propagated& result);
 // The same from gradients already computed.
 void PropagateGradients(const std::array<Gradient, kQuantityCount>& q, const Covariance& covariance,

@@ -5,8 +5,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <thread>
 #include <cstdlib>
+#include <optional>
+#include <thread>
 #include <vector>
 
 #include "engine/slots.h"
@@ -18,11 +19,7 @@
 namespace brinora::uncertainty {
 namespace {
 
-// What a companion column sets.
-struct Target {
-    enum Kind { kParameter, kSource, kCorrelation, kSampleId } kind;
-    std::size_t index = 0;
-};
+using Target = CompanionColumn;
 
 bool TargetOf(std::string_view name, Target& target) {
     while (!name.empty() && (name.back() == '\r' || name.back() == ' ')) name.remove_suffix(1);
@@ -85,29 +82,14 @@ bool ReadTargets(const UncertaintyFileOptions& options, std::vector<Target>& tar
     return true;
 }
 
-// A sample line of the input, ready to compute.
-struct Job {
-    std::string id, name;
-    UncertaintyRequest request;
-    Sample sample;
-    ChemistryOptions chemistry;
-    bool given = false;  // two carbonate parameters
-};
-constexpr std::size_t kJobsPerChunk = 4096;
-
-void AppendRow(const Job& job, const UncertaintyFileOptions& options, const UncertaintyColumns& columns,
-               std::string& out) {
-    UncertaintyRow row;
-    if (job.given) {
-        const auto u = SourceUncertainties(job.request, job.sample.first, job.sample.second);
-        row.computed = Propagate(job.chemistry, job.sample, CovarianceOf(u, job.request.correlation),
-                                 row.propagated) == Outcome::kComputed;
-        if (row.computed && options.buffers) {
-            row.computed = Buffers(job.chemistry, job.sample, row.in, row.out) == Outcome::kComputed;
-        }
-    }
-    AppendUncertaintyRow(out, job.id, job.name, columns, row);
+// Index of pair (first, second), 1 <= first < second <= 5, among the 10 pairs.
+std::size_t PairIndex(int first, int second) {
+    return static_cast<std::size_t>(5 * (first - 1) + (second - 1));
 }
+constexpr std::size_t kPairIndices = 25;
+
+// Lines of the input gathered for the threads of WriteUncertaintyFile.
+constexpr std::size_t kLinesPerChunk = 4096;
 
 }  // namespace
 
@@ -140,14 +122,86 @@ UncertaintyColumns ColumnsOf(const UncertaintyFileOptions& options) {
     return columns;
 }
 
+bool UncertaintyRows::prepare(const UncertaintyFileOptions& options, std::string& error) {
+    options_ = options;
+    targets_.clear();
+    companion_.clear();
+    if (!options_.companionName.empty()) {
+        if (!ReadTargets(options_, targets_, error)) return false;
+        companion_ = LinesOf(options_.companionText);
+    }
+    columns_ = ColumnsOf(options_);
+    plans_.assign(kPairIndices, CovariancePlan{});
+    for (int first = 1; first <= 5; ++first) {
+        for (int second = first + 1; second <= 5; ++second) {
+            plans_[PairIndex(first, second)] = PlanOf(
+                CovarianceOf(SourceUncertainties(options_.request, first, second), options_.request.correlation));
+        }
+    }
+    return true;
+}
+
+std::string UncertaintyRows::header() const { return options_.header ? UncertaintyHeader(columns_) : std::string(); }
+
+bool UncertaintyRows::append(const BatchFields& fields, std::size_t sample, int sourceLine, std::string& out,
+                             std::string& error) const {
+    UncertaintyRequest request = options_.request;
+    bool own = false;  // the companion file gives this sample's uncertainties
+    if (!targets_.empty()) {
+        if (sample >= companion_.size()) {
+            error = options_.companionName + ": no row for sample " + std::to_string(sample) + " (line " +
+                    std::to_string(sourceLine) + " of the input)";
+            return false;
+        }
+        const std::vector<std::string> values = splitFields(companion_[sample]);
+        for (std::size_t c = 0; c < targets_.size() && c < values.size(); ++c) {
+            const std::string& text = values[c];
+            if (targets_[c].kind == Target::kSampleId) {
+                if (text != fields[kSampleIdField]) {
+                    error = options_.companionName + ": row " + std::to_string(sample) + " is for SampleID '" + text +
+                            "' but the input's sample line " + std::to_string(sourceLine) + " is '" +
+                            std::string(fields[kSampleIdField]) + "'";
+                    return false;
+                }
+                continue;
+            }
+            if (text.empty()) continue;
+            own = true;
+            const double v = lenientDouble(text);
+            if (targets_[c].kind == Target::kParameter) request.parameter[targets_[c].index] = v;
+            if (targets_[c].kind == Target::kSource) request.source[targets_[c].index] = v;
+            if (targets_[c].kind == Target::kCorrelation) request.correlation = v;
+        }
+    }
+
+    Board board;
+    board.set(slot::kConstantsSet, static_cast<float>(options_.options.whichKs - 1));
+    board.set(slot::kKHSO4, static_cast<float>(options_.options.whichKSO4 - 1));
+    board.set(slot::kpHScale, static_cast<float>(options_.options.pHScale - 1));
+    board.set(slot::kAirSeaFlux, static_cast<float>(options_.options.fluxCode));
+    for (std::size_t k = kFirstSampleValueField; k <= kLastSampleValueField; ++k) {
+        board.set(static_cast<std::uint32_t>(k + 5), lenientFloat(fields[k]));
+    }
+    Sample s;
+    ChemistryOptions chemistry;
+    UncertaintyRow row;
+    if (SampleOfBoard(board, s, chemistry)) {
+        std::optional<CovariancePlan> ownPlan;
+        if (own) ownPlan = PlanOf(CovarianceOf(SourceUncertainties(request, s.first, s.second), request.correlation));
+        const CovariancePlan& plan = own ? *ownPlan : plans_[PairIndex(s.first, s.second)];
+        row.computed = Propagate(chemistry, s, plan, row.propagated) == Outcome::kComputed;
+        if (row.computed && options_.buffers) {
+            row.computed = Buffers(chemistry, s, row.in, row.out) == Outcome::kComputed;
+        }
+    }
+    AppendUncertaintyRow(out, fields[kSampleIdField], fields[1], columns_, row);
+    return true;
+}
+
 bool WriteUncertaintyFile(const std::string& inputPath, const UncertaintyFileOptions& options,
                           const std::function<bool(std::string_view)>& write, std::string& error) {
-    std::vector<Target> targets;
-    std::vector<std::string_view> companion;
-    if (!options.companionName.empty()) {
-        if (!ReadTargets(options, targets, error)) return false;
-        companion = LinesOf(options.companionText);
-    }
+    UncertaintyRows rows;
+    if (!rows.prepare(options, error)) return false;
     PresentedError openError;
     const int fd = openBatchInput(inputPath, openError);
     if (fd < 0) {
@@ -159,34 +213,50 @@ bool WriteUncertaintyFile(const std::string& inputPath, const UncertaintyFileOpt
         ~Closer() { ::close(fd); }
     } closer{fd};
     BatchLineReader reader(fd);
-    const UncertaintyColumns columns = ColumnsOf(options);
-    std::string out = options.header ? UncertaintyHeader(columns) : std::string();
+    std::string out = rows.header();
 
-    // Sample lines are gathered in chunks and computed on `threads` threads,
-    // each into a part of the chunk's text, joined in file order.
-    std::vector<Job> jobs;
-    jobs.reserve(kJobsPerChunk);
+    // Sample lines are gathered in chunks and their rows made on `threads`
+    // threads, each into a part of the chunk's text, joined in file order;
+    // the first line in file order that has no row ends the pass.
+    struct Line {
+        std::string text;
+        std::size_t sample = 0;
+        int sourceLine = 0;
+    };
+    std::vector<Line> lines;
+    lines.reserve(kLinesPerChunk);
     const unsigned threads = std::max(1u, options.threads);
-    std::vector<std::string> parts(threads);
+    struct Part {
+        std::string text, error;
+        bool failed = false;
+    };
+    std::vector<Part> parts(threads);
     const auto flush = [&]() -> bool {
-        const std::size_t per = (jobs.size() + threads - 1) / threads;
+        const unsigned used = threads == 1 || lines.size() < 2 * threads ? 1 : threads;
+        const std::size_t per = (lines.size() + used - 1) / used;
         const auto work = [&](unsigned t) {
-            parts[t].clear();
-            const std::size_t end = std::min(jobs.size(), (t + 1) * per);
-            for (std::size_t j = t * per; j < end; ++j) AppendRow(jobs[j], options, columns, parts[t]);
+            Part& part = parts[t];
+            part.text.clear();
+            part.failed = false;
+            const std::size_t end = std::min(lines.size(), (t + 1) * per);
+            BatchFields fields;
+            for (std::size_t j = t * per; j < end && !part.failed; ++j) {
+                splitBatchFields(lines[j].text, fields);
+                part.failed = !rows.append(fields, lines[j].sample, lines[j].sourceLine, part.text, part.error);
+            }
         };
-        if (threads == 1 || jobs.size() < 2 * threads) {
-            parts[0].clear();
-            for (const Job& job : jobs) AppendRow(job, options, columns, parts[0]);
-            out += parts[0];
-        } else {
-            std::vector<std::thread> pool;
-            for (unsigned t = 1; t < threads; ++t) pool.emplace_back(work, t);
-            work(0);
-            for (std::thread& thread : pool) thread.join();
-            for (const std::string& part : parts) out += part;
+        std::vector<std::thread> pool;
+        for (unsigned t = 1; t < used; ++t) pool.emplace_back(work, t);
+        work(0);
+        for (std::thread& thread : pool) thread.join();
+        for (unsigned t = 0; t < used; ++t) {
+            out += parts[t].text;
+            if (parts[t].failed) {
+                error = parts[t].error;
+                return false;
+            }
         }
-        jobs.clear();
+        lines.clear();
         if (!out.empty()) {
             if (!write(out)) {
                 error.clear();
@@ -201,7 +271,6 @@ bool WriteUncertaintyFile(const std::string& inputPath, const UncertaintyFileOpt
     bool header = true;
     std::size_t samples = 0;
     BatchFields fields;
-    std::vector<std::string> values;
     while (reader.next(line)) {
         if (header) {
             header = false;
@@ -211,57 +280,12 @@ bool WriteUncertaintyFile(const std::string& inputPath, const UncertaintyFileOpt
         const LineCheck check = checkBatchLine(fields);
         if (check.verdict == LineVerdict::kStop) break;
         if (check.verdict == LineVerdict::kNothing) continue;
-        ++samples;
-
-        UncertaintyRequest request = options.request;
-        if (!targets.empty()) {
-            if (samples >= companion.size()) {
-                error = options.companionName + ": no row for sample " + std::to_string(samples) + " (line " +
-                        std::to_string(line.sourceLine) + " of the input)";
-                return false;
-            }
-            values = splitFields(companion[samples]);
-            for (std::size_t c = 0; c < targets.size() && c < values.size(); ++c) {
-                const std::string& text = values[c];
-                if (targets[c].kind == Target::kSampleId) {
-                    if (text != fields[kSampleIdField]) {
-                        error = options.companionName + ": row " + std::to_string(samples) + " is for SampleID '" +
-                                text + "' but the input's sample line " + std::to_string(line.sourceLine) +
-                                " is '" + std::string(fields[kSampleIdField]) + "'";
-                        return false;
-                    }
-                    continue;
-                }
-                if (text.empty()) continue;
-                const double v = lenientDouble(text);
-                if (targets[c].kind == Target::kParameter) request.parameter[targets[c].index] = v;
-                if (targets[c].kind == Target::kSource) request.source[targets[c].index] = v;
-                if (targets[c].kind == Target::kCorrelation) request.correlation = v;
-            }
-        }
-
-        Job& job = jobs.emplace_back();
-        job.id.assign(fields[kSampleIdField]);
-        job.name.assign(fields[1]);
-        job.request = request;
-        Board board;
-        board.set(slot::kConstantsSet, static_cast<float>(options.options.whichKs - 1));
-        board.set(slot::kKHSO4, static_cast<float>(options.options.whichKSO4 - 1));
-        board.set(slot::kpHScale, static_cast<float>(options.options.pHScale - 1));
-        board.set(slot::kAirSeaFlux, static_cast<float>(options.options.fluxCode));
-        for (std::size_t k = kFirstSampleValueField; k <= kLastSampleValueField; ++k) {
-            board.set(static_cast<std::uint32_t>(k + 5), lenientFloat(fields[k]));
-        }
-        job.given = SampleOfBoard(board, job.sample, job.chemistry);
-        if (jobs.size() == kJobsPerChunk && !flush()) return false;
+        lines.push_back({std::string(line.text), ++samples, line.sourceLine});
+        if (lines.size() == kLinesPerChunk && !flush()) return false;
     }
     if (!flush()) return false;
     if (reader.failed()) {
         error = batchInputError(inputPath, reader).localizedDescription;
-        return false;
-    }
-    if (!out.empty() && !write(out)) {
-        error.clear();
         return false;
     }
     return true;

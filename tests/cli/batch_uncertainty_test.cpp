@@ -2,7 +2,9 @@
 // one row per record with the same SampleID and Name; the record file is
 // byte for byte what it is without the options.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -150,14 +152,57 @@ TEST_F(BatchUncertainty, ThreadsWriteTheRowsOfOneThread) {
     EXPECT_EQ(readFile(folder + "three_uncertainty.csv"), one);
 }
 
-TEST_F(BatchUncertainty, StandardInputCannotBeReadTwice) {
-    const test::CommandResult result =
-        runBrinora({"batch", "-", "-o", folder + "out.csv", "-q", "--constants", "13", "--khso4", "1", "--ph-scale",
-                    "1", "--flux", "1", "--u-ta", "2"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "brinora batch: the uncertainty file needs the input as a plain file, not standard input "
-                          "or a pipe: it is read a second time\n");
+// The input is read once: from standard input the two files are those of
+// the input file, byte for byte, with the rows made on one, two or eight
+// threads; the companion file's rows meet their samples across the chunks
+// of lines that the threads share.
+TEST_F(BatchUncertainty, StandardInputGivesTheFilesOfTheInputFile) {
+    std::string input = kHeader;
+    std::string companion = "SampleID,u-ta\n";
+    for (int i = 0; i < 600; ++i) {
+        input += "S" + std::to_string(i) + ",n,,,,," + std::to_string(33 + i % 5) + "," + std::to_string(i % 30) +
+                 ",0,1,10,,,2300," + std::to_string(1900 + i) + ",,,,,," + (i % 7 == 0 ? "\n,,,,,,,,,,,,,,,,,,,,\n" : "\n");
+        companion += "S" + std::to_string(i) + "," + (i % 3 == 0 ? std::string() : std::to_string(1 + i % 4)) + "\n";
+    }
+    input += "T1,stop,,,,,,18,0,0,0,,,2300,2000,,,,,,\n";
+    writeFile(folder + "in.csv", input);
+    writeFile(folder + "u.csv", companion);
+    ASSERT_EQ(batch("file.csv", {"--u-ta", "2", "--u-tco2", "2", "--u-constants", "standard", "--budget", "--jobs",
+                                 "1", "--uncertainty-input", folder + "u.csv"})
+                  .status,
+              1);
+    const std::string records = readFile(folder + "file.csv");
+    const std::string rows = readFile(folder + "file_uncertainty.csv");
+    EXPECT_EQ(splitLines(rows).size(), 601u);
+    EXPECT_EQ(splitLines(rows)[600].substr(0, 6), "S599,n");
+    for (const std::string jobs : {"1", "2", "8"}) {
+        const std::string command = "cat '" + folder + "in.csv' | '" + std::string(BRINORA_BINARY) +
+                                    "' batch - -o '" + folder + "piped" + jobs +
+                                    ".csv' -q --constants 13 --khso4 1 --ph-scale 1 --flux 1 --u-ta 2 --u-tco2 2 "
+                                    "--u-constants standard --budget --uncertainty-input '" + folder + "u.csv' --jobs " + jobs +
+                                    " 2> '" + folder + "err.txt'";
+        const int status = std::system(command.c_str());
+        ASSERT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), 1) << readFile(folder + "err.txt");  // the stopping line
+        EXPECT_EQ(readFile(folder + "piped" + jobs + ".csv"), records) << jobs;
+        EXPECT_EQ(readFile(folder + "piped" + jobs + "_uncertainty.csv"), rows) << jobs;
+    }
+}
+
+// A companion file without a row for a sample ends the run from standard
+// input too, and leaves neither file.
+TEST_F(BatchUncertainty, ACompanionTooShortForStandardInputLeavesNoFile) {
+    writeFile(folder + "u.csv", "u-ta\n4\n");
+    const std::string command = "'" + std::string(BRINORA_BINARY) + "' batch - -o '" + folder +
+                                "out.csv' -q --constants 13 --khso4 1 --ph-scale 1 --flux 1 --uncertainty-input '" +
+                                folder + "u.csv' < '" + folder + "in.csv' 2> '" + folder + "err.txt'";
+    const int status = std::system(command.c_str());
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_EQ(readFile(folder + "err.txt"),
+              "brinora batch: " + folder + "u.csv: no row for sample 2 (line 4 of the input)\n");
     EXPECT_FALSE(std::filesystem::exists(folder + "out.csv"));
+    EXPECT_FALSE(std::filesystem::exists(folder + "out_uncertainty.csv"));
 }
 
 }  // namespace

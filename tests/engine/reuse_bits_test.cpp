@@ -3,10 +3,15 @@
 // saturation states and flux of the same arguments) against the full path,
 // which computes everything afresh: random samples of every constants set,
 // bisulfate constant, pH scale, flux formula and carbonate pair, output
-// conditions now absent, now equal to the input ones, now different, now and
-// then an odd value (missing marks, NaN, signed zeros). Every slot, K0 and
+// conditions now absent, now equal to the input ones, now different (among
+// them a laboratory's 25 or 20 deg C at 0 dbar, shared by many samples), now
+// and then an odd value (missing marks, NaN, signed zeros). Every slot, K0 and
 // FugFac must have the same bits and the log the same lines; and a
-// calculation asked for some quantities only gives those same bits.
+// calculation asked for some quantities only gives those same bits. The full
+// path runs on a thread of its own with the constants routine's kept results
+// and kept terms switched off, so that the calculation's kept values, those
+// of the samples before as well as of its own input conditions, are checked
+// against values computed afresh.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,8 +20,10 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "constants/co2_constants.h"
 #include "engine/compute_co2.h"
 #include "engine/slots.h"
 #include "log/log.h"
@@ -59,10 +66,20 @@ Board randomSample(Random& r, double oddRate) {
     const float S = r.chance(0.02) ? r.between(0.0, 5.0) : r.between(28.0, 40.0);
     const float T = r.between(-2.0, 32.0);
     const float P = r.chance(0.4) ? 0.0f : r.between(0.0, 6000.0);
-    // Output conditions: absent, equal to the input ones, or others.
-    const int out = r.pick(4);
-    const float Tout = out == 0 ? 0.0f : out == 1 ? T : out == 2 ? (r.chance(0.5) ? 0.0f : T) : r.between(-2.0, 32.0);
-    const float Pout = out == 0 ? 0.0f : out == 1 ? P : out == 2 ? r.between(0.0, 6000.0) : (r.chance(0.5) ? P : 0.0f);
+    // Output conditions: absent, equal to the input ones, others, or a
+    // laboratory's.
+    const int out = r.pick(5);
+    const float lab = r.chance(0.7) ? 25.0f : 20.0f;
+    const float Tout = out == 0   ? 0.0f
+                       : out == 1 ? T
+                       : out == 2 ? (r.chance(0.5) ? 0.0f : T)
+                       : out == 3 ? r.between(-2.0, 32.0)
+                                  : lab;
+    const float Pout = out == 0   ? 0.0f
+                       : out == 1 ? P
+                       : out == 2 ? r.between(0.0, 6000.0)
+                       : out == 3 ? (r.chance(0.5) ? P : 0.0f)
+                                  : 0.0f;
     board.set(slot::kSalinity, maybeOdd(r, S, oddRate));
     board.set(slot::kTemperature, maybeOdd(r, T, oddRate));
     board.set(slot::kPressure, maybeOdd(r, P, oddRate));
@@ -92,17 +109,49 @@ bool same(float a, float b) {
 }
 
 // Compares `count` samples; returns the number that differ (and reports the first few).
+// The full path's results of some samples.
+struct Reference {
+    Board board;
+    float K0 = 0.5f, FugFac = 0.25f;
+    std::vector<std::string> log;
+    ComputeOutcome outcome;
+};
+
+// The full path of `inputs` on a thread of its own, whose constants routine
+// keeps nothing.
+std::vector<Reference> fullPathOf(const std::vector<Board>& inputs) {
+    std::vector<Reference> references(inputs.size());
+    std::thread worker([&] {
+        setConstantsReuse(false);
+        for (std::size_t i = 0; i < inputs.size(); ++i) {
+            Reference& reference = references[i];
+            reference.board = inputs[i];
+            reference.outcome = test::fullPathComputeCO2(reference.board, reference.K0, reference.FugFac, reference.log);
+        }
+    });
+    worker.join();
+    return references;
+}
+
 int compareSamples(long count, std::uint64_t seed, double oddRate) {
     Random r{seed};
     int differing = 0;
-    std::vector<std::string> referenceLog;
     std::string log;
+    constexpr long kChunk = 10000;
+    std::vector<Board> inputs;
+    std::vector<Reference> references;
     for (long n = 0; n < count; ++n) {
-        const Board input = randomSample(r, oddRate);
-        Board reference = input;
-        float K0 = 0.5f, FugFac = 0.25f;
-        referenceLog.clear();
-        const ComputeOutcome expected = test::fullPathComputeCO2(reference, K0, FugFac, referenceLog);
+        if (n % kChunk == 0) {
+            inputs.clear();
+            for (long i = n; i < std::min(count, n + kChunk); ++i) inputs.push_back(randomSample(r, oddRate));
+            references = fullPathOf(inputs);
+        }
+        const Board& input = inputs[static_cast<std::size_t>(n % kChunk)];
+        const Reference& ref = references[static_cast<std::size_t>(n % kChunk)];
+        const Board& reference = ref.board;
+        const float K0 = ref.K0, FugFac = ref.FugFac;
+        const std::vector<std::string>& referenceLog = ref.log;
+        const ComputeOutcome expected = ref.outcome;
 
         Board board = input;
         ProcessValues values{0.5f, 0.25f};

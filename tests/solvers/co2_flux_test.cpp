@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 
 #include "solvers/density.h"
 #include "solvers/gas_transfer.h"
@@ -50,6 +52,37 @@ TEST(CalcCO2Flux, FormulasAgreeWithTheirGasTransferVelocities) {
     EXPECT_EQ(CalcCO2Flux(FormulaOf(1.0f), T, S, u, air, water), k1 * solubility * dp);
     EXPECT_EQ(CalcCO2Flux(FormulaOf(2.0f), T, S, u, air, water), k2 * solubility * dp);
     EXPECT_LT(CalcCO2Flux(FormulaOf(0.0f), T, S, u, air, water), 0.0);  // uptake
+}
+
+TEST(CalcCO2Flux, KeptTemperatureAndSalinityTermsGiveTheFormulasBits) {
+    // Calls that share their temperature (a run's laboratory output
+    // temperature) or their salinity (a sample's two passes) and differ in
+    // the rest, against the formula written out: the same bits every time.
+    const double temperatures[] = {25.0, 2.5, -1.5, 0.0, 30.25, 12.0};
+    const double salinities[] = {35.0, 33.5, 0.0, 38.25};
+    const double winds[] = {10.0, 0.5, 7.25};
+    std::uint64_t state = 9;
+    const auto pick = [&](int n) {
+        state = state * 6364136223846793005ull + 1442695040888963407ull;
+        return static_cast<std::size_t>((state >> 33) % static_cast<std::uint64_t>(n));
+    };
+    int differing = 0;
+    for (int n = 0; n < 20000; ++n) {
+        const int formula = static_cast<int>(pick(3));
+        const double T = temperatures[pick(6)], S = salinities[pick(4)], u = winds[pick(3)];
+        const double air = 400.0, water = 300.0 + static_cast<double>(pick(400));
+        const double Sc = detail::SchmidtNumberCO2(T);
+        const double solubility = detail::SolubilityCO2(T, S) * 1000.0 * Density(T, S);
+        const double k = formula == 0 ? 0.31 * std::pow(u, 2) * std::pow(660.0 / Sc, 0.5) * 0.24
+                         : formula == 1 ? (0.333 * u + 0.222 * std::pow(u, 2)) * std::pow(Sc / 600.0, -0.5) * 0.24
+                                        : 0.266 * std::pow(u, 2) * std::pow(Sc / 600.0, -0.5) * 0.24;
+        const double expected = k * solubility * (water * 1e-6 - air * 1e-6);
+        const double flux = CalcCO2Flux(formula, T, S, u, air, water);
+        if (std::bit_cast<std::uint64_t>(flux) != std::bit_cast<std::uint64_t>(expected) && ++differing <= 3) {
+            ADD_FAILURE() << "call " << n << ": formula " << formula << ", T " << T << ", S " << S << ", u " << u;
+        }
+    }
+    EXPECT_EQ(differing, 0);
 }
 
 TEST(CalcCO2Flux, FormulaCodeIsTruncatedTowardZero) {

@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
+#include <limits>
 
 #include "seawater_fixture.h"
 #include "solvers/newton_step.h"
@@ -209,6 +212,58 @@ TEST(CalculateTCfrompHfCO2, IsTheInverseOfCalculatefCO2fromTCpH) {
     CalculateTCfrompHfCO2(static_cast<float>(kRootpH), fCO2, test::kSurfaceK0, K[k::K1], K[k::K2],
                           TC);
     EXPECT_NEAR(TC, test::kTC, test::kTC * 1e-6);
+}
+
+}  // namespace
+}  // namespace brinora
+
+namespace brinora {
+namespace {
+
+// Two and three solves stepped together against each solved on its own: the
+// same bits for ordinary seawater, for odd values and for not-a-number, and
+// the steps of the last one reported.
+TEST(CalculateTwopHfromTATC, EachpHIsTheBitsOfItsOwnSolve) {
+    const ConstantsArray K = test::SurfaceConstants();
+    TotalsArray T = test::SurfaceTotals();
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float odd[] = {0.0f, -0.0f, nan, -nan, 1e-30f, std::numeric_limits<float>::infinity(), 0.1f};
+    std::uint64_t state = 17;
+    const auto uniform = [&] {
+        state = state * 6364136223846793005ull + 1442695040888963407ull;
+        return static_cast<double>(state >> 11) * 0x1.0p-53;
+    };
+    const auto same = [](float a, float b) { return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b); };
+    int differing = 0;
+    for (int n = 0; n < 20000; ++n) {
+        float values[4];
+        for (float& v : values) {
+            v = uniform() < 0.02 ? odd[static_cast<int>(uniform() * 7) % 7]
+                                 : static_cast<float>(1.8e-3 + 0.7e-3 * uniform());
+        }
+        T[t::TP] = n % 3 == 0 ? 0.0f : 2e-6f;
+        float alone1 = 0, alone2 = 0, together1 = 0, together2 = 0;
+        CalculatepHfromTATC(values[0], values[1], K, T, alone1);
+        CalculatepHfromTATC(values[2], values[3], K, T, alone2);
+        const int steps2 = lastNewtonSteps();
+        CalculateTwopHfromTATC(values[0], values[1], values[2], values[3], K, T, together1, together2);
+        bool equal = same(alone1, together1) && same(alone2, together2) && steps2 == lastNewtonSteps();
+        // Three at once: the two pairs and a third made of their halves.
+        float alone3 = 0;
+        CalculatepHfromTATC(values[0], values[3], K, T, alone3);
+        const int steps3 = lastNewtonSteps();
+        const float TA[3] = {values[0], values[2], values[0]};
+        const float TC[3] = {values[1], values[3], values[3]};
+        float three[3];
+        CalculateThreepHfromTATC(TA, TC, K, T, three);
+        equal = equal && same(three[0], alone1) && same(three[1], alone2) && same(three[2], alone3) &&
+                steps3 == lastNewtonSteps();
+        if (!equal && ++differing <= 3) {
+            ADD_FAILURE() << "pair " << n << ": " << values[0] << " " << values[1] << ", " << values[2] << " "
+                          << values[3];
+        }
+    }
+    EXPECT_EQ(differing, 0);
 }
 
 }  // namespace
