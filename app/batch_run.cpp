@@ -122,6 +122,18 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
             request.output = appended.get();
         }
     }
+    // The uncertainty file's rows are made beside the records; when it cannot
+    // be opened, the records are written without it and the user is told.
+    std::unique_ptr<BatchUncertaintyFile> uncertaintyFile;
+    std::string uncertaintyError;
+    if (!justPreview && options.uncertainty) {
+        uncertaintyFile = std::make_unique<BatchUncertaintyFile>();
+        if (uncertaintyFile->open(inputPath, core.fullPathOut, *options.uncertainty, ui)) {
+            uncertaintyFile->attach(request);
+        } else {
+            uncertaintyError = uncertaintyFile->error();
+        }
+    }
 
     BatchResult result = runBatch(request, report);
     if (result.anyComputed) Engine::sharedInstance()->reset();
@@ -146,21 +158,30 @@ std::string runBatchFile(BrinoraAppControllerCore& core, AppUi& ui, const BatchR
         core.cruiseInformationDictionary = std::move(result.lastCruiseInformation);
     }
 
-    // The uncertainty file has a row for every record kept.
+    // The uncertainty file has a row for every record kept: it is kept when
+    // they are.
     std::string uncertaintyPath;
-    if (!justPreview && options.uncertainty &&
-        (result.status == RunStatus::kDone || result.status == RunStatus::kStopped)) {
-        const UncertaintyFileResult file =
-            writeBatchUncertaintyFile(inputPath, core.fullPathOut, *options.uncertainty, ui);
-        if (file.written) {
-            uncertaintyPath = file.path;
-            ui.logLine("Uncertainty file written: " + file.path);
+    if (uncertaintyFile && uncertaintyError.empty()) {
+        const bool computed = result.status != RunStatus::kNoDatapoints && result.status != RunStatus::kWrongColumns;
+        if (keepsRecords && computed && result.status != RunStatus::kWriteFailed) {
+            if (uncertaintyFile->commit()) {
+                uncertaintyPath = uncertaintyFile->path();
+                ui.logLine("Uncertainty file written: " + uncertaintyPath);
+            } else {
+                uncertaintyError = uncertaintyFile->error();
+            }
         } else {
-            ui.logLine("The uncertainty file was not written: " + file.error);
-            ui.presentError(PresentedError{"BrinoraApp", 0,
-                                           "The uncertainty file " + file.path + " was not written (" + file.error +
-                                               "). The records are in the output file."});
+            uncertaintyFile->abandon();
         }
+    }
+    if (!uncertaintyError.empty()) {
+        ui.logLine("The uncertainty file was not written: " + uncertaintyError);
+        ui.presentError(PresentedError{"BrinoraApp", 0,
+                                       "The uncertainty file " + uncertaintyFile->path() + " was not written (" +
+                                           uncertaintyError + ")." +
+                                           (keepsRecords && result.status != RunStatus::kWriteFailed
+                                                ? " The records are in the output file."
+                                                : "")});
     }
 
     const auto stopRun = [&ui](const std::string& message) {

@@ -1,40 +1,50 @@
 #include "app/batch_uncertainty_file.h"
 
-#include <memory>
-
-#include "output/output_target.h"
 #include "uncertainty_io/uncertainty_path.h"
 
 namespace brinora {
 
-UncertaintyFileResult writeBatchUncertaintyFile(const std::string& input, const std::string& output,
-                                                const UncertaintyChoice& choice, const OptionMenus& menus) {
-    UncertaintyFileResult result;
-    result.path = uncertainty::DefaultUncertaintyPath(output);
-    const uncertainty::UncertaintyFileOptions options = uncertaintyFileOptionsOf(choice, menus);
+bool BatchUncertaintyFile::open(const std::string& input, const std::string& output, const UncertaintyChoice& choice,
+                                const OptionMenus& menus) {
+    path_ = uncertainty::DefaultUncertaintyPath(output);
+    if (!rows_.prepare(uncertaintyFileOptionsOf(choice, menus), error_)) return false;
     OutputOptions outputOptions;
     outputOptions.inputPath = input;
     OutputError openError;
-    std::unique_ptr<OutputTarget> target =
-        OutputTarget::open(result.path, OutputMode::kReplace, outputOptions, openError);
-    if (!target) {
-        result.error = openError.message;
-        return result;
+    target_ = OutputTarget::open(path_, OutputMode::kReplace, outputOptions, openError);
+    if (!target_) {
+        error_ = openError.message;
+        return false;
     }
-    std::string error;
-    const bool written = uncertainty::WriteUncertaintyFile(
-        input, options, [&target](std::string_view bytes) { return target->write(bytes); }, error);
-    if (!written) {
-        result.error = error.empty() ? target->error().message : error;
-        target->abandon();
-        return result;
+    if (!target_->write(rows_.header())) {
+        error_ = target_->error().message;
+        target_->abandon();
+        target_.reset();
+        return false;
     }
-    if (!target->commit()) {
-        result.error = target->error().message;
-        return result;
+    return true;
+}
+
+void BatchUncertaintyFile::attach(BatchRequest& request) {
+    request.sampleRows = &rows_;
+    request.sampleRowsOutput = this;
+}
+
+bool BatchUncertaintyFile::write(std::string_view bytes) { return target_ && target_->write(bytes); }
+
+std::string BatchUncertaintyFile::errorMessage() const { return target_ ? target_->error().message : error_; }
+
+bool BatchUncertaintyFile::commit() {
+    if (!target_) return false;
+    if (!target_->commit()) {
+        error_ = target_->error().message;
+        return false;
     }
-    result.written = true;
-    return result;
+    return true;
+}
+
+void BatchUncertaintyFile::abandon() {
+    if (target_) target_->abandon();
 }
 
 }  // namespace brinora
