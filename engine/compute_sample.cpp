@@ -207,6 +207,21 @@ void fillDerived(Values& r, int first, DerivedParts parts, const DerivedArgument
     }
 }
 
+// The pH of (TAsolved, TC) and the pH of the Revelle factor's two pairs
+// about (TApairs, TC), plus and minus 1 micromol/kg, on the same constants:
+// the three solves stepped together, each as it runs on its own.
+float pHWithRevellepH(int whichKs, float TAsolved, float TApairs, float TC, const ConstantsArray& K,
+                      const TotalsArray& T, float (&revellepH)[2]) {
+    const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(whichKs), TApairs, TC, T);
+    const float TAs[3] = {TAsolved, pairs.TAplus, pairs.TAminus};
+    const float TCs[3] = {TC, pairs.TCplus, pairs.TCminus};
+    float pHs[3];
+    CalculateThreepHfromTATC(TAs, TCs, K, T, pHs);
+    revellepH[0] = pHs[1];
+    revellepH[1] = pHs[2];
+    return pHs[0];
+}
+
 }  // namespace
 
 SampleOptions optionsFromSlots(float constantsSet, float khso4, float pHScale, float airSeaFlux) {
@@ -354,14 +369,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
                 // The Revelle factor at input conditions will solve TA and
                 // TCO2 plus and minus 1 micromol/kg on the same constants:
                 // the three solves stepped together.
-                const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(whichKs), TA, TCO2, T);
-                const float TAs[3] = {TAused, pairs.TAplus, pairs.TAminus};
-                const float TCs[3] = {TCO2, pairs.TCplus, pairs.TCminus};
-                float pHs[3];
-                CalculateThreepHfromTATC(TAs, TCs, K, T, pHs);
-                pH = pHs[0];
-                inRevellepH[0] = pHs[1];
-                inRevellepH[1] = pHs[2];
+                pH = pHWithRevellepH(whichKs, TAused, TA, TCO2, K, T, inRevellepH);
                 inRevelleSolved = true;
             } else {
                 CalculatepHfromTATC(TAused, TCO2, K, T, pH);
@@ -442,15 +450,8 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
     if (solved && !inRevelleSolved && inParts.revelle && TCO2 != 0.0f && sameConditions && pairCode != 12 &&
         (wanted & needsOutputpH) != 0) {
         const float TAout = phosphateOutside ? TA - TP : TA;
-        const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(whichKs), TA, TCO2, T);
-        const float TAs[3] = {TAout, pairs.TAplus, pairs.TAminus};
-        const float TCs[3] = {TCO2, pairs.TCplus, pairs.TCminus};
-        float pHs[3];
-        CalculateThreepHfromTATC(TAs, TCs, K, T, pHs);
-        earlypHOut = pHs[0];
+        earlypHOut = pHWithRevellepH(whichKs, TAout, TA, TCO2, K, T, inRevellepH);
         earlypHOutSolved = true;
-        inRevellepH[0] = pHs[1];
-        inRevellepH[1] = pHs[2];
         inRevelleSolved = true;
     }
     fillDerived(r, 11, inParts, inArguments, DerivedContext{whichKs, SalChem, TempC, Pdbar, K0, VPFac, K, T},
@@ -509,14 +510,7 @@ ComputeOutcome computeSample(const SampleInputs& sample, SampleResults& results,
                                    sameBits(TCO2, inArguments.TCO2);
         if (outParts.revelle && !revelleCopied && TCO2 != 0.0f) {
             // Its two solves stepped together with this one.
-            const RevellePairs pairs = RevelleSolvePairs(static_cast<short>(whichKs), TAheld, TCO2, T);
-            const float TAs[3] = {TA, pairs.TAplus, pairs.TAminus};
-            const float TCs[3] = {TCO2, pairs.TCplus, pairs.TCminus};
-            float pHs[3];
-            CalculateThreepHfromTATC(TAs, TCs, K, T, pHs);
-            pHOut = pHs[0];
-            outRevellepH[0] = pHs[1];
-            outRevellepH[1] = pHs[2];
+            pHOut = pHWithRevellepH(whichKs, TA, TAheld, TCO2, K, T, outRevellepH);
             outRevelleSolved = true;
         } else {
             CalculatepHfromTATC(TA, TCO2, K, T, pHOut);
