@@ -329,7 +329,9 @@ Chemistry<double> Values(const Chemistry<R>& h) {
 // `start` (pH 8, or a nearby root already known). Step: -F/F', halved while larger than 1 pH unit. Stop: a step below
 // 1e-12 pH units; cap: 200 steps (converging samples take under 10), after
 // which the solve has failed (NaN). Returns the root and sets `slope` to
-// dF/dpH there.
+// dF/dpH there: the slope just evaluated where the last step left the pH
+// unchanged (a step below half its last digit, the usual end of the
+// quadratic convergence), otherwise one more evaluation at the root.
 template <class F>
 double NewtonRoot(F residual, double start, double& slope) {
     using D1 = ad::Dual<1>;
@@ -339,11 +341,12 @@ double NewtonRoot(F residual, double start, double& slope) {
         double delta = -f.v / f.d[0];
         if (!std::isfinite(delta)) break;
         while (std::fabs(delta) > 1.0) delta /= 2.0;
-        pH += delta;
+        const double next = pH + delta;
         if (std::fabs(delta) < 1e-12) {
-            slope = residual(D1::variable(pH, 0)).d[0];
-            return pH;
+            slope = next == pH ? f.d[0] : residual(D1::variable(next, 0)).d[0];
+            return next;
         }
+        pH = next;
     }
     return std::nan("");
 }
