@@ -115,10 +115,11 @@ R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH) 
         const Chemistry<double> v = Values(h);
         const double TA = TAused.v, TCplus = TC.v + kRevelleStep, TCminus = TC.v - kRevelleStep;
         double slopePlus = 0.0, slopeMinus = 0.0;
-        const double pHplus = NewtonRoot(
-            [&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCplus); }, pH, slopePlus);
-        const double pHminus = NewtonRoot(
-            [&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCminus); }, pH, slopeMinus);
+        const std::array<double, 2> roots =
+            NewtonRootPair([&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCplus); },
+                           [&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCminus); }, pH, slopePlus,
+                           slopeMinus);
+        const double pHplus = roots[0], pHminus = roots[1];
         const double fplus = fCO2fromTCpH(v, TCplus, pHplus);
         const double fminus = fCO2fromTCpH(v, TCminus, pHminus);
         const double revelle = ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);

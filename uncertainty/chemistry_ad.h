@@ -351,6 +351,46 @@ double NewtonRoot(F residual, double start, double& slope) {
     return std::nan("");
 }
 
+// Two roots by NewtonRoot, the steps of the two solves taken side by side
+// (each solve the same steps, to the same bits, as on its own; the two
+// evaluations of a step do not wait for each other). Returns the roots of
+// `residualA` and `residualB` and sets their slopes.
+template <class FA, class FB>
+std::array<double, 2> NewtonRootPair(FA residualA, FB residualB, double start, double& slopeA, double& slopeB) {
+    using D1 = ad::Dual<1>;
+    std::array<double, 2> pH{start, start};
+    std::array<double, 2> root{std::nan(""), std::nan("")};
+    std::array<bool, 2> done{false, false};
+    std::array<double*, 2> slope{&slopeA, &slopeB};
+    for (int step = 0; step < 200 && !(done[0] && done[1]); ++step) {
+        std::array<D1, 2> f;
+        if (!done[0]) f[0] = residualA(D1::variable(pH[0], 0));
+        if (!done[1]) f[1] = residualB(D1::variable(pH[1], 0));
+        for (std::size_t s = 0; s < 2; ++s) {
+            if (done[s]) continue;
+            double delta = -f[s].v / f[s].d[0];
+            if (!std::isfinite(delta)) {
+                done[s] = true;
+                continue;
+            }
+            while (std::fabs(delta) > 1.0) delta /= 2.0;
+            const double next = pH[s] + delta;
+            if (std::fabs(delta) < 1e-12) {
+                if (next == pH[s]) {
+                    *slope[s] = f[s].d[0];
+                } else {
+                    *slope[s] = (s == 0 ? residualA(D1::variable(next, 0)) : residualB(D1::variable(next, 0))).d[0];
+                }
+                root[s] = next;
+                done[s] = true;
+                continue;
+            }
+            pH[s] = next;
+        }
+    }
+    return root;
+}
+
 // ---- Gradients of the residuals at a fixed pH ----
 //
 // At the root the pH is a constant, and the residual is a sum of terms in
