@@ -130,15 +130,7 @@ def _batch_layout(df):
 
 def _by_name(df, columns, items, results, validate, threads):
     """Results of the rows of ``df`` with inputs from the named columns."""
-    inputs = {}
-    for name, column in columns.items():
-        if not isinstance(column, str):  # a number for every row
-            inputs[name] = column
-            continue
-        if column not in df.columns:
-            raise ValueError(f"{name}: the DataFrame has no column {column!r}; its columns: "
-                             f"{', '.join(map(str, df.columns))}")
-        inputs[name] = df[column]
+    inputs = _columns_of(df, columns)
     for name in ("salinity", "temperature"):
         if name not in inputs:
             raise ValueError(f"{name}: a column is needed")
