@@ -69,29 +69,29 @@ R fCO2fromTCpH(const Chemistry<R>& h, const R& TC, const R& pH) {
 }
 
 // Partial derivatives of one result in quantities of the calculation,
-// gathered by quantity and then turned into its gradient at once (one scaled
-// addition of a gradient per quantity).
+// gathered by quantity (each in its own slot, summed in the order of its
+// calls) and then turned into its gradient at once (one scaled addition of
+// a gradient per quantity, in the order of the slots).
 template <class R, std::size_t M>
 struct Partials {
     std::array<const R*, M> x{};
-    std::array<double, M> c{};
-    std::size_t n = 0;
-    void add(double partial, const R& quantity) {
-        for (std::size_t k = 0; k < n; ++k) {
-            if (x[k] == &quantity) {
-                c[k] += partial;
-                return;
-            }
-        }
-        x[n] = &quantity;
-        c[n++] = partial;
+    std::array<double, M> c;
+    Partials() { c.fill(-0.0); }  // -0.0 + p is p for every p
+    void add(std::size_t slot, double partial, const R& quantity) {
+        x[slot] = &quantity;
+        c[slot] += partial;
     }
     R gradient(double v) const {
         R r(v);
-        for (std::size_t k = 0; k < n; ++k) AddScaled(r, c[k], *x[k]);
+        for (std::size_t k = 0; k < M; ++k) AddScaled(r, c[k], *x[k]);
         return r;
     }
 };
+
+// The quantities of the Revelle factor's partial derivatives, in the order
+// they first arrive.
+enum RevelleQuantity : std::size_t { kRevelleTC, kRevelleK0, kRevelleK1, kRevelleK2, kRevelleTA, kRevelleNonCarbonate };
+constexpr std::size_t kRevelleQuantities = kRevelleNonCarbonate + kNonCarbonateQuantities;
 
 // Revelle factor: the centred difference of fCO2 in TC at fixed TA of the
 // record (1 micromol/kg either side, reference TC the lower one), here on
@@ -99,26 +99,34 @@ struct Partials {
 // each of the two fCO2 values is differentiated in TC, K0, K1, K2 and its pH,
 // whose derivatives come from the TA-TC residual at its root (implicit
 // differentiation), and the partial derivatives of the whole are summed by
-// quantity before a single pass over the gradients.
+// quantity before a single pass over the gradients. `terms`: those at the
+// pH, if a solve left them there.
 template <class R>
-R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH) {
+R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH, const TermsAt& terms) {
     if (value(TC) == 0.0) return R(0.0);
     if constexpr (std::is_same_v<R, double>) {
         const R TCplus = TC + kRevelleStep;
         const R TCminus = TC - kRevelleStep;
         // The solves start from the pH at TC, a few 1e-4 away.
-        const R fplus = fCO2fromTCpH(h, TCplus, SolvepHTATC(h, TAused, TCplus, pH));
-        const R fminus = fCO2fromTCpH(h, TCminus, SolvepHTATC(h, TAused, TCminus, pH));
+        TermsAt last;
+        const R fplus = fCO2fromTCpH(h, TCplus, SolvepHTATC(h, TAused, TCplus, last, pH));
+        const R fminus = fCO2fromTCpH(h, TCminus, SolvepHTATC(h, TAused, TCminus, last, pH));
         return ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
     } else {
         // The same values, in the same operations, as on doubles.
         const Chemistry<double> v = Values(h);
         const double TA = TAused.v, TCplus = TC.v + kRevelleStep, TCminus = TC.v - kRevelleStep;
         double slopePlus = 0.0, slopeMinus = 0.0;
+        // Both solves start at the pH: one set of terms there serves both.
+        TermsAt own;
+        if (!terms.at(pH)) own.form(ad::Dual<1>::variable(pH, 0), v);
+        const TermsAt& start = terms.at(pH) ? terms : own;
+        const std::array<ad::Dual<1>, 2> first{ResidualTATCWith(start.H, start.a, v, TA, TCplus),
+                                               ResidualTATCWith(start.H, start.a, v, TA, TCminus)};
         const std::array<double, 2> roots =
             NewtonRootPair([&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCplus); },
                            [&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCminus); }, pH, slopePlus,
-                           slopeMinus);
+                           slopeMinus, first);
         const double pHplus = roots[0], pHminus = roots[1];
         const double fplus = fCO2fromTCpH(v, TCplus, pHplus);
         const double fminus = fCO2fromTCpH(v, TCminus, pHminus);
@@ -126,26 +134,28 @@ R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH) 
         // R = (A / step) / (B / TCminus), A = f+ - f-, B = f+ + f-.
         const double A = fplus - fminus, B = fplus + fminus;
         const double K0 = v.k.K0, K1 = v.k.K1, K2 = v.k.K2;
-        Partials<R, 24> partials;
-        partials.add(A / (kRevelleStep * B), TC);  // through TCminus
+        Partials<R, kRevelleQuantities> partials;
+        partials.add(kRevelleTC, A / (kRevelleStep * B), TC);  // through TCminus
         // One fCO2 value of weight w at TC + dTC and its pH.
         const auto side = [&](double w, double tc, double pHside, double slope, double f) {
             const double H = std::pow(10.0, -pHside);
             const double D = H * H + K1 * H + K1 * K2;
-            partials.add(w * f / tc, TC);
-            partials.add(-w * f / K0, h.k.K0);
-            partials.add(-w * f * (H + K2) / D, h.k.K1);
-            partials.add(-w * f * K1 / D, h.k.K2);
+            partials.add(kRevelleTC, w * f / tc, TC);
+            partials.add(kRevelleK0, -w * f / K0, h.k.K0);
+            partials.add(kRevelleK1, -w * f * (H + K2) / D, h.k.K1);
+            partials.add(kRevelleK2, -w * f * K1 / D, h.k.K2);
             // d fCO2/d pH, then the pH's derivatives: minus those of the
             // residual over its slope.
             const double dfdpH = f * (2.0 / H - (2.0 * H + K1) / D) * (-kLn10 * H);
             const double viaPH = -w * dfdpH / slope;
             const double num = tc * K1 * (H + 2.0 * K2);
-            partials.add(viaPH, TAused);
-            partials.add(viaPH * (-K1 * (H + 2.0 * K2) / D), TC);
-            partials.add(viaPH * (-(tc * (H + 2.0 * K2) * D - num * (H + K2)) / (D * D)), h.k.K1);
-            partials.add(viaPH * (-(2.0 * tc * K1 * D - num * K1) / (D * D)), h.k.K2);
-            NonCarbonatePartials(H, h, [&](double partial, const R& x) { partials.add(viaPH * partial, x); });
+            partials.add(kRevelleTA, viaPH, TAused);
+            partials.add(kRevelleTC, viaPH * (-K1 * (H + 2.0 * K2) / D), TC);
+            partials.add(kRevelleK1, viaPH * (-(tc * (H + 2.0 * K2) * D - num * (H + K2)) / (D * D)), h.k.K1);
+            partials.add(kRevelleK2, viaPH * (-(2.0 * tc * K1 * D - num * K1) / (D * D)), h.k.K2);
+            NonCarbonatePartials(H, h, [&](std::size_t term, double partial, const R& x) {
+                partials.add(kRevelleNonCarbonate + term, viaPH * partial, x);
+            });
         };
         side(TCminus * 2.0 * fminus / (kRevelleStep * B * B), TCplus, pHplus, slopePlus, fplus);
         side(-TCminus * 2.0 * fplus / (kRevelleStep * B * B), TCminus, pHminus, slopeMinus, fminus);
@@ -190,7 +200,7 @@ R Flux(int code, const Chemistry<R>& h, const R& S, const R& u, const R& pCO2air
 // and flux).
 template <class R>
 void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const R& TA, const R& TC, const R& pH,
-             const R& fCO2, const R& pCO2, const R& wind, const R& pCO2air, bool input, R* q) {
+             const TermsAt& terms, const R& fCO2, const R& pCO2, const R& wind, const R& pCO2air, bool input, R* q) {
     const ConditionConstants<R>& k = h.k;
     // [H+] and the carbonate species, micromol/kg.
     const auto species = Local<4>(std::array<const R*, 4>{&pH, &TC, &k.K1, &k.K2}, [](const auto& v) {
@@ -248,7 +258,7 @@ void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const
     q[i++] = OH;
     q[i++] = PAlk;
     q[i++] = SiAlk;
-    q[i++] = RevelleFactor(h, TAused, TC, value(pH));
+    q[i++] = RevelleFactor(h, TAused, TC, value(pH), terms);
     q[i++] = omega[0];
     q[i++] = omega[1];
     q[i++] = LocalOne(std::array<const R*, 2>{&pCO2, &k.VPFac}, [](const auto& v) {
@@ -299,8 +309,9 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     const Chemistry<R> in = ChemistryAt(options, SalChem, TempC, Pdbar, TP, TSi, src);
     const bool outside = whichKs == kGeosecsPhosphateSet;
 
-    // The pair, in chemistry units.
+    // The pair, in chemistry units; the terms of a pH solve's root.
     R TA(0.0), TC(0.0), pH(0.0), fCO2(0.0), pCO2(0.0);
+    TermsAt inTerms, outTerms;
     const auto take = [&](int code, const R& v) {
         if (code == 1) TA = v / kMicro;
         if (code == 2) TC = v / kMicro;
@@ -316,7 +327,7 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
 
     switch (10 * sample.first + sample.second) {
         case 12:
-            pH = SolvepHTATC(in, TA - TPoutside, TC);
+            pH = SolvepHTATC(in, TA - TPoutside, TC, inTerms);
             fCO2 = fCO2fromTCpH(in, TC, pH);
             pCO2 = fCO2 / in.k.FugFac;
             break;
@@ -327,7 +338,7 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
             break;
         case 14:
         case 15:
-            pH = SolvepHTAfCO2(in, TA - TPoutside, fCO2);
+            pH = SolvepHTAfCO2(in, TA - TPoutside, fCO2, inTerms);
             TC = TCfromTApH(in, TA - TPoutside, pH);
             break;
         case 23:
@@ -356,7 +367,7 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
             return Outcome::kRefused;
     }
     if (!std::isfinite(value(pH))) return Outcome::kNoSolution;
-    Derived(whichKs, options.fluxCode, in, SalChem, TA, TC, pH, fCO2, pCO2, wind, pCO2air, true, &out[0]);
+    Derived(whichKs, options.fluxCode, in, SalChem, TA, TC, pH, inTerms, fCO2, pCO2, wind, pCO2air, true, &out[0]);
 
     // Output conditions, TA and TC held. An output temperature and pressure
     // of 0 repeat the input ones: the input's constants serve again (the
@@ -365,11 +376,11 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     std::optional<Chemistry<R>> ownOut;
     if (!sameConditions) ownOut.emplace(ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src));
     const Chemistry<R>& outChem = sameConditions ? in : *ownOut;
-    const R pHOut = SolvepHTATC(outChem, TA - TPoutside, TC, value(pH));
+    const R pHOut = SolvepHTATC(outChem, TA - TPoutside, TC, outTerms, value(pH));
     if (!std::isfinite(value(pHOut))) return Outcome::kNoSolution;
     const R fCO2Out = fCO2fromTCpH(outChem, TC, pHOut);
     const R pCO2Out = fCO2Out / outChem.k.FugFac;
-    Derived(whichKs, options.fluxCode, outChem, SalChem, TA, TC, pHOut, fCO2Out, pCO2Out, wind, pCO2air, false,
+    Derived(whichKs, options.fluxCode, outChem, SalChem, TA, TC, pHOut, outTerms, fCO2Out, pCO2Out, wind, pCO2air, false,
             &out[kFirstOutQuantity]);
     return Outcome::kComputed;
 }

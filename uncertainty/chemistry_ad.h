@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <type_traits>
 #include <utility>
@@ -289,24 +290,53 @@ NonCarbonate<Mixed<T, R>> NonCarbonateTerms(const T& H, const Chemistry<R>& h) {
 
 // TA minus the modelled alkalinity at pH, for TA and TC given (the TA-TC
 // residual) or for TA and fCO2 given (the TA-fCO2 residual). mol/kg-SW.
+// The residuals from [H+] and the non-carbonate terms there, formed by the
+// caller (the same operations as from the pH itself).
+template <class T, class R>
+Mixed<T, R> ResidualTATCWith(const T& H, const NonCarbonate<Mixed<T, R>>& a, const Chemistry<R>& h, const R& TA,
+                             const R& TC) {
+    const ConditionConstants<R>& k = h.k;
+    const Mixed<T, R> CAlk = TC * k.K1 * (H + 2.0 * k.K2) / (H * H + k.K1 * H + k.K1 * k.K2);
+    return TA - CAlk - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
+}
+template <class T, class R>
+Mixed<T, R> ResidualTAfCO2With(const T& H, const NonCarbonate<Mixed<T, R>>& a, const Chemistry<R>& h, const R& TA,
+                               const R& fCO2) {
+    const ConditionConstants<R>& k = h.k;
+    const R K0K1fCO2 = k.K0 * k.K1 * fCO2;
+    const Mixed<T, R> CAlk = K0K1fCO2 / H + 2.0 * K0K1fCO2 * k.K2 / (H * H);
+    return TA - CAlk - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
+}
+
 template <class T, class R>
 Mixed<T, R> ResidualTATC(const T& pH, const Chemistry<R>& h, const R& TA, const R& TC) {
     const T H = pow(10.0, -pH);
-    const ConditionConstants<R>& k = h.k;
-    const Mixed<T, R> CAlk = TC * k.K1 * (H + 2.0 * k.K2) / (H * H + k.K1 * H + k.K1 * k.K2);
-    const NonCarbonate<Mixed<T, R>> a = NonCarbonateTerms(H, h);
-    return TA - CAlk - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
+    return ResidualTATCWith(H, NonCarbonateTerms(H, h), h, TA, TC);
 }
 
 template <class T, class R>
 Mixed<T, R> ResidualTAfCO2(const T& pH, const Chemistry<R>& h, const R& TA, const R& fCO2) {
     const T H = pow(10.0, -pH);
-    const ConditionConstants<R>& k = h.k;
-    const R K0K1fCO2 = k.K0 * k.K1 * fCO2;
-    const Mixed<T, R> CAlk = K0K1fCO2 / H + 2.0 * K0K1fCO2 * k.K2 / (H * H);
-    const NonCarbonate<Mixed<T, R>> a = NonCarbonateTerms(H, h);
-    return TA - CAlk - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
+    return ResidualTAfCO2With(H, NonCarbonateTerms(H, h), h, TA, fCO2);
 }
+
+// [H+] and the non-carbonate terms at one pH, as value and slope in pH (on
+// one-direction duals): the part of a residual that the pair does not
+// enter. A solve keeps those of its last evaluation, which is at its root;
+// the solves that start there and the derived quantities read them instead
+// of forming them again (the same numbers).
+struct TermsAt {
+    double pH = std::numeric_limits<double>::quiet_NaN();  // where formed; NaN: not yet
+    ad::Dual<1> H;
+    NonCarbonate<ad::Dual<1>> a;
+
+    void form(const ad::Dual<1>& x, const Chemistry<double>& v) {
+        pH = x.v;
+        H = pow(10.0, -x);
+        a = NonCarbonateTerms(H, v);
+    }
+    bool at(double x) const { return pH == x; }
+};
 
 // The values of a chemistry of duals (or doubles).
 template <class R>
@@ -355,8 +385,10 @@ double NewtonRoot(F residual, double start, double& slope) {
 // (each solve the same steps, to the same bits, as on its own; the two
 // evaluations of a step do not wait for each other). Returns the roots of
 // `residualA` and `residualB` and sets their slopes.
+// `first`: the two residuals at `start`, formed by the caller.
 template <class FA, class FB>
-std::array<double, 2> NewtonRootPair(FA residualA, FB residualB, double start, double& slopeA, double& slopeB) {
+std::array<double, 2> NewtonRootPair(FA residualA, FB residualB, double start, double& slopeA, double& slopeB,
+                                     const std::array<ad::Dual<1>, 2>& first) {
     using D1 = ad::Dual<1>;
     std::array<double, 2> pH{start, start};
     std::array<double, 2> root{std::nan(""), std::nan("")};
@@ -364,8 +396,12 @@ std::array<double, 2> NewtonRootPair(FA residualA, FB residualB, double start, d
     std::array<double*, 2> slope{&slopeA, &slopeB};
     for (int step = 0; step < 200 && !(done[0] && done[1]); ++step) {
         std::array<D1, 2> f;
-        if (!done[0]) f[0] = residualA(D1::variable(pH[0], 0));
-        if (!done[1]) f[1] = residualB(D1::variable(pH[1], 0));
+        if (step == 0) {
+            f = first;
+        } else {
+            if (!done[0]) f[0] = residualA(D1::variable(pH[0], 0));
+            if (!done[1]) f[1] = residualB(D1::variable(pH[1], 0));
+        }
         for (std::size_t s = 0; s < 2; ++s) {
             if (done[s]) continue;
             double delta = -f[s].v / f[s].d[0];
@@ -400,7 +436,11 @@ std::array<double, 2> NewtonRootPair(FA residualA, FB residualB, double start, d
 // gradient instead of the 35 operations on gradients of the residual itself.
 
 // The partial derivatives of -BAlk - OH - PAlk - SiAlk + Hfree + HSO4 + HF
-// at H in the totals and constants: add(partial, quantity) for each.
+// at H in the totals and constants: add(term, partial, quantity) for each,
+// the terms numbered 0 to kNonCarbonateQuantities - 1 in the order of the
+// calls.
+constexpr std::size_t kNonCarbonateQuantities = 13;
+
 template <class R, class Add>
 void NonCarbonatePartials(double H, const Chemistry<R>& h, Add&& add) {
     const ConditionConstants<R>& k = h.k;
@@ -409,23 +449,23 @@ void NonCarbonatePartials(double H, const Chemistry<R>& h, Add&& add) {
     const double TS = k.TS.v, KS = k.KS.v, TF = k.TF.v, KF = k.KF.v;
     // Borate: TB KB/(KB + H).
     const double bD = KB + H;
-    add(-KB / bD, k.TB);
-    add(-TB * H / (bD * bD), k.KB);
+    add(0, -KB / bD, k.TB);
+    add(1, -TB * H / (bD * bD), k.KB);
     // Hydroxide: KW/H.
-    add(-1.0 / H, k.KW);
+    add(2, -1.0 / H, k.KW);
     // Phosphate: TP Num/Den.
     const double HH = H * H, HHH = HH * H;
     const double num = KP1 * KP2 * H + 2.0 * KP1 * KP2 * KP3 - HHH;
     const double den = HHH + KP1 * HH + KP1 * KP2 * H + KP1 * KP2 * KP3;
     const auto phosphate = [&](double dNum, double dDen) { return -TP * (dNum * den - num * dDen) / (den * den); };
-    add(-num / den, h.TP);
-    add(phosphate(KP2 * H + 2.0 * KP2 * KP3, HH + KP2 * H + KP2 * KP3), k.KP1);
-    add(phosphate(KP1 * H + 2.0 * KP1 * KP3, KP1 * H + KP1 * KP3), k.KP2);
-    add(phosphate(2.0 * KP1 * KP2, KP1 * KP2), k.KP3);
+    add(3, -num / den, h.TP);
+    add(4, phosphate(KP2 * H + 2.0 * KP2 * KP3, HH + KP2 * H + KP2 * KP3), k.KP1);
+    add(5, phosphate(KP1 * H + 2.0 * KP1 * KP3, KP1 * H + KP1 * KP3), k.KP2);
+    add(6, phosphate(2.0 * KP1 * KP2, KP1 * KP2), k.KP3);
     // Silicate: TSi KSi/(KSi + H).
     const double sD = KSi + H;
-    add(-KSi / sD, h.TSi);
-    add(-TSi * H / (sD * sD), k.KSi);
+    add(7, -KSi / sD, h.TSi);
+    add(8, -TSi * H / (sD * sD), k.KSi);
     // Hfree = H/a, a = 1 + TS/KS; HSO4 = TS/b, b = 1 + KS/Hfree; HF = TF/c, c = 1 + KF/Hfree.
     const double a = 1.0 + TS / KS;
     const double Hfree = H / a;
@@ -434,25 +474,25 @@ void NonCarbonatePartials(double H, const Chemistry<R>& h, Add&& add) {
     const double dHfreedKS = H * TS / (a * a * KS * KS);
     // Everything that Hfree reaches: Hfree itself, HSO4 and HF through it.
     const double viaHfree = 1.0 + TS * KS / (b * b * Hfree * Hfree) + TF * KF / (c * c * Hfree * Hfree);
-    add(1.0 / b + viaHfree * dHfreedTS, k.TS);
-    add(-TS / (b * b * Hfree) + viaHfree * dHfreedKS, k.KS);
-    add(1.0 / c, k.TF);
-    add(-TF / (c * c * Hfree), k.KF);
+    add(9, 1.0 / b + viaHfree * dHfreedTS, k.TS);
+    add(10, -TS / (b * b * Hfree) + viaHfree * dHfreedKS, k.KS);
+    add(11, 1.0 / c, k.TF);
+    add(12, -TF / (c * c * Hfree), k.KF);
 }
 
 // Adds the gradient of -BAlk - OH - PAlk - SiAlk + Hfree + HSO4 + HF at H.
 template <std::size_t N>
 void AddNonCarbonateGradient(double H, const Chemistry<ad::Dual<N>>& h, ad::Dual<N>& g) {
-    NonCarbonatePartials(H, h, [&g](double partial, const ad::Dual<N>& x) { AddScaled(g, partial, x); });
+    NonCarbonatePartials(H, h,
+                         [&g](std::size_t, double partial, const ad::Dual<N>& x) { AddScaled(g, partial, x); });
 }
 
 // The gradient of the TA-TC residual at a fixed pH (the root: its value,
 // there 0, is not formed; only the gradient is used).
 template <std::size_t N>
-ad::Dual<N> ResidualTATCAt(double pH, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
+ad::Dual<N> ResidualTATCAt(double H, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
                            const ad::Dual<N>& TC) {
     const ConditionConstants<ad::Dual<N>>& k = h.k;
-    const double H = std::pow(10.0, -pH);
     const double K1 = k.K1.v, K2 = k.K2.v, C = TC.v;
     const double D = H * H + K1 * H + K1 * K2;
     const double num = C * K1 * (H + 2.0 * K2);
@@ -467,10 +507,9 @@ ad::Dual<N> ResidualTATCAt(double pH, const Chemistry<ad::Dual<N>>& h, const ad:
 
 // The gradient of the TA-fCO2 residual at a fixed pH (the root), as above.
 template <std::size_t N>
-ad::Dual<N> ResidualTAfCO2At(double pH, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
+ad::Dual<N> ResidualTAfCO2At(double H, const Chemistry<ad::Dual<N>>& h, const ad::Dual<N>& TA,
                              const ad::Dual<N>& fCO2) {
     const ConditionConstants<ad::Dual<N>>& k = h.k;
-    const double H = std::pow(10.0, -pH);
     const double K0 = k.K0.v, K1 = k.K1.v, K2 = k.K2.v, f = fCO2.v;
     const double carbonate = 1.0 / H + 2.0 * K2 / (H * H);  // CAlk/(K0 K1 fCO2)
     ad::Dual<N> g(0.0);
@@ -483,48 +522,53 @@ ad::Dual<N> ResidualTAfCO2At(double pH, const Chemistry<ad::Dual<N>>& h, const a
     return g;
 }
 
-// On doubles the residuals themselves (not used: a double root has no gradient).
-inline double ResidualTATCAt(double pH, const Chemistry<double>& h, double TA, double TC) {
-    return ResidualTATC(pH, h, TA, TC);
-}
-inline double ResidualTAfCO2At(double pH, const Chemistry<double>& h, double TA, double fCO2) {
-    return ResidualTAfCO2(pH, h, TA, fCO2);
+
+// The root as a dual: its value, and the gradient -(dF/dp)/(dF/dpH) from
+// the gradient `f` of the residual at the root (the pH there a constant).
+template <std::size_t N>
+ad::Dual<N> ImplicitRoot(double root, double slope, const ad::Dual<N>& f) {
+    ad::Dual<N> r(root);
+    for (std::size_t i = 0; i < N; ++i) r.d[i] = -f.d[i] / slope;
+    return r;
 }
 
-// The root as a number of type R: its value, and the gradient -(dF/dp)/(dF/dpH)
-// from the residual evaluated on R at the root (the pH there a constant).
-template <class R, class F>
-R ImplicitRoot(double root, double slope, F residualOnR) {
-    if constexpr (std::is_same_v<R, double>) {
-        return root;
-    } else {
-        const R f = residualOnR(root);
-        R r(root);
-        for (std::size_t i = 0; i < r.d.size(); ++i) r.d[i] = -f.d[i] / slope;
-        return r;
-    }
-}
-
-// pH from TA and TC [mol/kg-SW].
+// pH from TA and TC [mol/kg-SW]; `last` receives the terms of the last
+// evaluation (at the root).
 template <class R>
-R SolvepHTATC(const Chemistry<R>& h, const R& TA, const R& TC, double start = 8.0) {
+R SolvepHTATC(const Chemistry<R>& h, const R& TA, const R& TC, TermsAt& last, double start = 8.0) {
     const Chemistry<double> v = Values(h);
     const double TAv = value(TA), TCv = value(TC);
     double slope = 0.0;
-    const double root =
-        NewtonRoot([&](const ad::Dual<1>& pH) { return ResidualTATC(pH, v, TAv, TCv); }, start, slope);
-    return ImplicitRoot<R>(root, slope, [&](double pH) { return ResidualTATCAt(pH, h, TA, TC); });
+    const double root = NewtonRoot(
+        [&](const ad::Dual<1>& pH) {
+            last.form(pH, v);
+            return ResidualTATCWith(last.H, last.a, v, TAv, TCv);
+        },
+        start, slope);
+    if constexpr (std::is_same_v<R, double>) {
+        return root;
+    } else {
+        return ImplicitRoot(root, slope, ResidualTATCAt(last.H.v, h, TA, TC));
+    }
 }
 
-// pH from TA [mol/kg-SW] and fCO2 [atm].
+// pH from TA [mol/kg-SW] and fCO2 [atm], as above.
 template <class R>
-R SolvepHTAfCO2(const Chemistry<R>& h, const R& TA, const R& fCO2) {
+R SolvepHTAfCO2(const Chemistry<R>& h, const R& TA, const R& fCO2, TermsAt& last) {
     const Chemistry<double> v = Values(h);
     const double TAv = value(TA), fv = value(fCO2);
     double slope = 0.0;
-    const double root =
-        NewtonRoot([&](const ad::Dual<1>& pH) { return ResidualTAfCO2(pH, v, TAv, fv); }, 8.0, slope);
-    return ImplicitRoot<R>(root, slope, [&](double pH) { return ResidualTAfCO2At(pH, h, TA, fCO2); });
+    const double root = NewtonRoot(
+        [&](const ad::Dual<1>& pH) {
+            last.form(pH, v);
+            return ResidualTAfCO2With(last.H, last.a, v, TAv, fv);
+        },
+        8.0, slope);
+    if constexpr (std::is_same_v<R, double>) {
+        return root;
+    } else {
+        return ImplicitRoot(root, slope, ResidualTAfCO2At(last.H.v, h, TA, fCO2));
+    }
 }
 
 }  // namespace brinora::uncertainty::detail
