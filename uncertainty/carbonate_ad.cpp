@@ -59,11 +59,12 @@ R TCfrompHfCO2(const Chemistry<R>& h, const R& pH, const R& fCO2) {
     const R H = pow(10.0, -pH);
     return h.k.K0 * fCO2 * Denominator(H, h.k) / (H * H);
 }
+// (fCO2 from TC and pH with H = 10^-pH known.)
 template <class R>
-R fCO2fromTCpH(const Chemistry<R>& h, const R& TC, const R& pH) {
-    return LocalOne(std::array<const R*, 5>{&TC, &pH, &h.k.K0, &h.k.K1, &h.k.K2}, [](const auto& v) {
+R fCO2fromTCpH(const Chemistry<R>& h, const R& TC, const R& pH, double Hknown) {
+    return LocalOne(std::array<const R*, 5>{&TC, &pH, &h.k.K0, &h.k.K1, &h.k.K2}, [Hknown](const auto& v) {
         using T = Element<decltype(v)>;
-        const T H = pow(10.0, -v[1]);
+        const T H = TenToMinusKnown(v[1], Hknown);
         return std::array<T, 1>{v[0] * H * H / (H * H + v[3] * H + v[3] * v[4]) / v[2]};
     });
 }
@@ -109,8 +110,10 @@ R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH, 
         const R TCminus = TC - kRevelleStep;
         // The solves start from the pH at TC, a few 1e-4 away.
         TermsAt last;
-        const R fplus = fCO2fromTCpH(h, TCplus, SolvepHTATC(h, TAused, TCplus, last, pH));
-        const R fminus = fCO2fromTCpH(h, TCminus, SolvepHTATC(h, TAused, TCminus, last, pH));
+        const R pHplus = SolvepHTATC(h, TAused, TCplus, last, pH);
+        const R fplus = fCO2fromTCpH(h, TCplus, pHplus, TenToMinusAt(last, pHplus));
+        const R pHminus = SolvepHTATC(h, TAused, TCminus, last, pH);
+        const R fminus = fCO2fromTCpH(h, TCminus, pHminus, TenToMinusAt(last, pHminus));
         return ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
     } else {
         // The same values, in the same operations, as on doubles.
@@ -123,13 +126,21 @@ R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH, 
         const TermsAt& start = terms.at(pH) ? terms : own;
         const std::array<ad::Dual<1>, 2> first{ResidualTATCWith(start.H, start.a, v, TA, TCplus),
                                                ResidualTATCWith(start.H, start.a, v, TA, TCminus)};
-        const std::array<double, 2> roots =
-            NewtonRootPair([&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCplus); },
-                           [&](const ad::Dual<1>& x) { return ResidualTATC(x, v, TA, TCminus); }, pH, slopePlus,
-                           slopeMinus, first);
+        TermsAt plus, minus;  // those of each solve's last evaluation
+        const std::array<double, 2> roots = NewtonRootPair(
+            [&](const ad::Dual<1>& x) {
+                plus.form(x, v);
+                return ResidualTATCWith(plus.H, plus.a, v, TA, TCplus);
+            },
+            [&](const ad::Dual<1>& x) {
+                minus.form(x, v);
+                return ResidualTATCWith(minus.H, minus.a, v, TA, TCminus);
+            },
+            pH, slopePlus, slopeMinus, first);
         const double pHplus = roots[0], pHminus = roots[1];
-        const double fplus = fCO2fromTCpH(v, TCplus, pHplus);
-        const double fminus = fCO2fromTCpH(v, TCminus, pHminus);
+        const double Hplus = TenToMinusAt(plus, pHplus), Hminus = TenToMinusAt(minus, pHminus);
+        const double fplus = fCO2fromTCpH(v, TCplus, pHplus, Hplus);
+        const double fminus = fCO2fromTCpH(v, TCminus, pHminus, Hminus);
         const double revelle = ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
         // R = (A / step) / (B / TCminus), A = f+ - f-, B = f+ + f-.
         const double A = fplus - fminus, B = fplus + fminus;
@@ -137,8 +148,7 @@ R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH, 
         Partials<R, kRevelleQuantities> partials;
         partials.add(kRevelleTC, A / (kRevelleStep * B), TC);  // through TCminus
         // One fCO2 value of weight w at TC + dTC and its pH.
-        const auto side = [&](double w, double tc, double pHside, double slope, double f) {
-            const double H = std::pow(10.0, -pHside);
+        const auto side = [&](double w, double tc, double H, double slope, double f) {
             const double D = H * H + K1 * H + K1 * K2;
             partials.add(kRevelleTC, w * f / tc, TC);
             partials.add(kRevelleK0, -w * f / K0, h.k.K0);
@@ -157,8 +167,8 @@ R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH, 
                 partials.add(kRevelleNonCarbonate + term, viaPH * partial, x);
             });
         };
-        side(TCminus * 2.0 * fminus / (kRevelleStep * B * B), TCplus, pHplus, slopePlus, fplus);
-        side(-TCminus * 2.0 * fplus / (kRevelleStep * B * B), TCminus, pHminus, slopeMinus, fminus);
+        side(TCminus * 2.0 * fminus / (kRevelleStep * B * B), TCplus, Hplus, slopePlus, fplus);
+        side(-TCminus * 2.0 * fplus / (kRevelleStep * B * B), TCminus, Hminus, slopeMinus, fminus);
         return partials.gradient(revelle);
     }
 }
@@ -203,9 +213,10 @@ void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const
              const TermsAt& terms, const R& fCO2, const R& pCO2, const R& wind, const R& pCO2air, bool input, R* q) {
     const ConditionConstants<R>& k = h.k;
     // [H+] and the carbonate species, micromol/kg.
-    const auto species = Local<4>(std::array<const R*, 4>{&pH, &TC, &k.K1, &k.K2}, [](const auto& v) {
+    const double Hknown = TenToMinusAt(terms, value(pH));
+    const auto species = Local<4>(std::array<const R*, 4>{&pH, &TC, &k.K1, &k.K2}, [Hknown](const auto& v) {
         using T = Element<decltype(v)>;
-        const T H = pow(10.0, -v[0]);
+        const T H = TenToMinusKnown(v[0], Hknown);
         const T D = H * H + v[2] * H + v[2] * v[3];
         return std::array<T, 4>{H * kMicro, v[1] * v[2] * H / D * kMicro, v[1] * v[2] * v[3] / D * kMicro,
                                 v[1] * H * H / D * kMicro};
@@ -328,12 +339,12 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     switch (10 * sample.first + sample.second) {
         case 12:
             pH = SolvepHTATC(in, TA - TPoutside, TC, inTerms);
-            fCO2 = fCO2fromTCpH(in, TC, pH);
+            fCO2 = fCO2fromTCpH(in, TC, pH, TenToMinusAt(inTerms, value(pH)));
             pCO2 = fCO2 / in.k.FugFac;
             break;
         case 13:
             TC = TCfromTApH(in, TA - TPoutside, pH);
-            fCO2 = fCO2fromTCpH(in, TC, pH);
+            fCO2 = fCO2fromTCpH(in, TC, pH, TenToMinusAt(inTerms, value(pH)));
             pCO2 = fCO2 / in.k.FugFac;
             break;
         case 14:
@@ -343,7 +354,7 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
             break;
         case 23:
             TA = TAfromTCpH(in, TC, pH) + TPoutside;
-            fCO2 = fCO2fromTCpH(in, TC, pH);
+            fCO2 = fCO2fromTCpH(in, TC, pH, TenToMinusAt(inTerms, value(pH)));
             pCO2 = fCO2 / in.k.FugFac;
             break;
         case 24:
@@ -378,7 +389,7 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     const Chemistry<R>& outChem = sameConditions ? in : *ownOut;
     const R pHOut = SolvepHTATC(outChem, TA - TPoutside, TC, outTerms, value(pH));
     if (!std::isfinite(value(pHOut))) return Outcome::kNoSolution;
-    const R fCO2Out = fCO2fromTCpH(outChem, TC, pHOut);
+    const R fCO2Out = fCO2fromTCpH(outChem, TC, pHOut, TenToMinusAt(outTerms, value(pHOut)));
     const R pCO2Out = fCO2Out / outChem.k.FugFac;
     Derived(whichKs, options.fluxCode, outChem, SalChem, TA, TC, pHOut, outTerms, fCO2Out, pCO2Out, wind, pCO2air, false,
             &out[kFirstOutQuantity]);

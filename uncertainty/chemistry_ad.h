@@ -338,6 +338,22 @@ struct TermsAt {
     bool at(double x) const { return pH == x; }
 };
 
+// 10^-pH on doubles: from the terms where they are at that pH.
+inline double TenToMinusAt(const TermsAt& terms, double pH) {
+    return terms.at(pH) ? terms.H.v : std::pow(10.0, -pH);
+}
+
+// 10^-pH in the number type of pH, for H = 10^-pH known: the same number as
+// pow(10.0, -pH).
+template <class T>
+T TenToMinusKnown(const T& pH, double H) {
+    if constexpr (std::is_same_v<T, double>) {
+        return H;
+    } else {
+        return ad::chain(-pH, H, H * std::log(10.0));
+    }
+}
+
 // The values of a chemistry of duals (or doubles).
 template <class R>
 Chemistry<double> Values(const Chemistry<R>& h) {

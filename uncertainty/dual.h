@@ -185,9 +185,11 @@ Dual<N> operator/(double a, const Dual<N>& b) {
     return chain(b, q, -q / b.v);
 }
 
+// exp; at 0 (every pressure correction at the surface) the value is 1 exactly
+// and the library is not called.
 template <std::size_t N>
 Dual<N> exp(const Dual<N>& x) {
-    const double e = std::exp(x.v);
+    const double e = x.v == 0.0 ? 1.0 : std::exp(x.v);
     return chain(x, e, e);
 }
 template <std::size_t N>
