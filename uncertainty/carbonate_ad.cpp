@@ -94,54 +94,46 @@ struct Partials {
 enum RevelleQuantity : std::size_t { kRevelleTC, kRevelleK0, kRevelleK1, kRevelleK2, kRevelleTA, kRevelleNonCarbonate };
 constexpr std::size_t kRevelleQuantities = kRevelleNonCarbonate + kNonCarbonateQuantities;
 
+// The two pH solves of the Revelle factor at one set of conditions: TC plus
+// and minus the step, TA held, each from the pH at TC (a few 1e-4 away).
+struct RevelleRoots {
+    std::array<double, 2> pH{std::nan(""), std::nan("")};
+    std::array<double, 2> slope{0.0, 0.0};
+    std::array<TermsAt, 2> last;  // those of each solve's last evaluation
+
+    // The two solves on the conditions `v`, for TA and TC [mol/kg-SW].
+    std::array<TATCSolve, 2> solves(const Chemistry<double>& v, double TA, double TC) {
+        return {TATCSolve{&v, TA, TC + kRevelleStep, &last[0]}, TATCSolve{&v, TA, TC - kRevelleStep, &last[1]}};
+    }
+};
+
+// The residuals of the Revelle factor's two solves at their start, from the
+// terms there.
+std::array<ad::Dual<1>, 2> RevelleStart(const TermsAt& start, const Chemistry<double>& v, double TA, double TC) {
+    return {ResidualTATCWith(start.H, start.a, v, TA, TC + kRevelleStep),
+            ResidualTATCWith(start.H, start.a, v, TA, TC - kRevelleStep)};
+}
+
 // Revelle factor: the centred difference of fCO2 in TC at fixed TA of the
 // record (1 micromol/kg either side, reference TC the lower one), here on
-// double-precision solves. On gradients, the derivative of that difference:
-// each of the two fCO2 values is differentiated in TC, K0, K1, K2 and its pH,
-// whose derivatives come from the TA-TC residual at its root (implicit
-// differentiation), and the partial derivatives of the whole are summed by
-// quantity before a single pass over the gradients. `terms`: those at the
-// pH, if a solve left them there.
+// double-precision solves (`roots`). On gradients, the derivative of that
+// difference: each of the two fCO2 values is differentiated in TC, K0, K1,
+// K2 and its pH, whose derivatives come from the TA-TC residual at its root
+// (implicit differentiation), and the partial derivatives of the whole are
+// summed by quantity before a single pass over the gradients.
 template <class R>
-R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH, const TermsAt& terms) {
+R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, const RevelleRoots& roots) {
     if (value(TC) == 0.0) return R(0.0);
+    const Chemistry<double> v = Values(h);
+    const double TCplus = value(TC) + kRevelleStep, TCminus = value(TC) - kRevelleStep;
+    const double pHplus = roots.pH[0], pHminus = roots.pH[1];
+    const double Hplus = TenToMinusAt(roots.last[0], pHplus), Hminus = TenToMinusAt(roots.last[1], pHminus);
+    const double fplus = fCO2fromTCpH(v, TCplus, pHplus, Hplus);
+    const double fminus = fCO2fromTCpH(v, TCminus, pHminus, Hminus);
+    const double revelle = ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
     if constexpr (std::is_same_v<R, double>) {
-        const R TCplus = TC + kRevelleStep;
-        const R TCminus = TC - kRevelleStep;
-        // The solves start from the pH at TC, a few 1e-4 away.
-        TermsAt last;
-        const R pHplus = SolvepHTATC(h, TAused, TCplus, last, pH);
-        const R fplus = fCO2fromTCpH(h, TCplus, pHplus, TenToMinusAt(last, pHplus));
-        const R pHminus = SolvepHTATC(h, TAused, TCminus, last, pH);
-        const R fminus = fCO2fromTCpH(h, TCminus, pHminus, TenToMinusAt(last, pHminus));
-        return ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
+        return revelle;
     } else {
-        // The same values, in the same operations, as on doubles.
-        const Chemistry<double> v = Values(h);
-        const double TA = TAused.v, TCplus = TC.v + kRevelleStep, TCminus = TC.v - kRevelleStep;
-        double slopePlus = 0.0, slopeMinus = 0.0;
-        // Both solves start at the pH: one set of terms there serves both.
-        TermsAt own;
-        if (!terms.at(pH)) own.form(ad::Dual<1>::variable(pH, 0), v);
-        const TermsAt& start = terms.at(pH) ? terms : own;
-        const std::array<ad::Dual<1>, 2> first{ResidualTATCWith(start.H, start.a, v, TA, TCplus),
-                                               ResidualTATCWith(start.H, start.a, v, TA, TCminus)};
-        TermsAt plus, minus;  // those of each solve's last evaluation
-        const std::array<double, 2> roots = NewtonRootPair(
-            [&](const ad::Dual<1>& x) {
-                plus.form(x, v);
-                return ResidualTATCWith(plus.H, plus.a, v, TA, TCplus);
-            },
-            [&](const ad::Dual<1>& x) {
-                minus.form(x, v);
-                return ResidualTATCWith(minus.H, minus.a, v, TA, TCminus);
-            },
-            pH, slopePlus, slopeMinus, first);
-        const double pHplus = roots[0], pHminus = roots[1];
-        const double Hplus = TenToMinusAt(plus, pHplus), Hminus = TenToMinusAt(minus, pHminus);
-        const double fplus = fCO2fromTCpH(v, TCplus, pHplus, Hplus);
-        const double fminus = fCO2fromTCpH(v, TCminus, pHminus, Hminus);
-        const double revelle = ((fplus - fminus) / kRevelleStep) / ((fplus + fminus) / TCminus);
         // R = (A / step) / (B / TCminus), A = f+ - f-, B = f+ + f-.
         const double A = fplus - fminus, B = fplus + fminus;
         const double K0 = v.k.K0, K1 = v.k.K1, K2 = v.k.K2;
@@ -167,8 +159,8 @@ R RevelleFactor(const Chemistry<R>& h, const R& TAused, const R& TC, double pH, 
                 partials.add(kRevelleNonCarbonate + term, viaPH * partial, x);
             });
         };
-        side(TCminus * 2.0 * fminus / (kRevelleStep * B * B), TCplus, Hplus, slopePlus, fplus);
-        side(-TCminus * 2.0 * fplus / (kRevelleStep * B * B), TCminus, Hminus, slopeMinus, fminus);
+        side(TCminus * 2.0 * fminus / (kRevelleStep * B * B), TCplus, Hplus, roots.slope[0], fplus);
+        side(-TCminus * 2.0 * fplus / (kRevelleStep * B * B), TCminus, Hminus, roots.slope[1], fminus);
         return partials.gradient(revelle);
     }
 }
@@ -210,7 +202,8 @@ R Flux(int code, const Chemistry<R>& h, const R& S, const R& u, const R& pCO2air
 // and flux).
 template <class R>
 void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const R& TA, const R& TC, const R& pH,
-             const TermsAt& terms, const R& fCO2, const R& pCO2, const R& wind, const R& pCO2air, bool input, R* q) {
+             const TermsAt& terms, const RevelleRoots& revelle, const R& fCO2, const R& pCO2, const R& wind,
+             const R& pCO2air, bool input, R* q) {
     const ConditionConstants<R>& k = h.k;
     // [H+] and the carbonate species, micromol/kg.
     const double Hknown = TenToMinusAt(terms, value(pH));
@@ -269,7 +262,7 @@ void Derived(int whichKs, int fluxCode, const Chemistry<R>& h, const R& S, const
     q[i++] = OH;
     q[i++] = PAlk;
     q[i++] = SiAlk;
-    q[i++] = RevelleFactor(h, TAused, TC, value(pH), terms);
+    q[i++] = RevelleFactor(h, TAused, TC, revelle);
     q[i++] = omega[0];
     q[i++] = omega[1];
     q[i++] = LocalOne(std::array<const R*, 2>{&pCO2, &k.VPFac}, [](const auto& v) {
@@ -378,7 +371,6 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
             return Outcome::kRefused;
     }
     if (!std::isfinite(value(pH))) return Outcome::kNoSolution;
-    Derived(whichKs, options.fluxCode, in, SalChem, TA, TC, pH, inTerms, fCO2, pCO2, wind, pCO2air, true, &out[0]);
 
     // Output conditions, TA and TC held. An output temperature and pressure
     // of 0 repeat the input ones: the input's constants serve again (the
@@ -387,12 +379,57 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     std::optional<Chemistry<R>> ownOut;
     if (!sameConditions) ownOut.emplace(ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src));
     const Chemistry<R>& outChem = sameConditions ? in : *ownOut;
-    const R pHOut = SolvepHTATC(outChem, TA - TPoutside, TC, outTerms, value(pH));
+    const Chemistry<double> vIn = Values(in), vOut = Values(outChem);
+    const R TAheld = TA - TPoutside;
+    const double TAv = value(TAheld), TCv = value(TC), pHv = value(pH);
+
+    // The output pH and the two pH solves of the input Revelle factor all
+    // start at the input pH: their Newton steps are taken side by side.
+    RevelleRoots revelleIn, revelleOut;
+    double rootOut = 0.0, slopeOut = 0.0;
+    if (TCv == 0.0) {  // no Revelle factor
+        rootOut = NewtonRoot(TATCSolve{&vOut, TAv, TCv, &outTerms}, pHv, slopeOut);
+    } else {
+        TermsAt own;  // the terms at the input pH where no solve left them
+        if (!inTerms.at(pHv)) own.form(ad::Dual<1>::variable(pHv, 0), vIn);
+        const TermsAt& start = inTerms.at(pHv) ? inTerms : own;
+        const std::array<ad::Dual<1>, 2> firstIn = RevelleStart(start, vIn, TAv, TCv);
+        // At the same conditions the output solve starts where the input's
+        // terms are: its first residual is formed from them.
+        ad::Dual<1> firstOut;
+        if (sameConditions) {
+            outTerms = start;
+            firstOut = ResidualTATCWith(start.H, start.a, vIn, TAv, TCv);
+        }
+        const std::array<TATCSolve, 2> revelle = revelleIn.solves(vIn, TAv, TCv);
+        std::array<double, 3> slopes{};
+        const std::array<TATCSolve, 3> solves{TATCSolve{&vOut, TAv, TCv, &outTerms}, revelle[0], revelle[1]};
+        const std::array<const ad::Dual<1>*, 3> first{sameConditions ? &firstOut : nullptr, &firstIn[0],
+                                                      &firstIn[1]};
+        const std::array<double, 3> roots = NewtonRoots(solves, pHv, slopes, first);
+        rootOut = roots[0];
+        slopeOut = slopes[0];
+        revelleIn.pH = {roots[1], roots[2]};
+        revelleIn.slope = {slopes[1], slopes[2]};
+    }
+    const R pHOut = TATCRoot(rootOut, slopeOut, outChem, TAheld, TC, outTerms);
+    Derived(whichKs, options.fluxCode, in, SalChem, TA, TC, pH, inTerms, revelleIn, fCO2, pCO2, wind, pCO2air, true,
+            &out[0]);
     if (!std::isfinite(value(pHOut))) return Outcome::kNoSolution;
-    const R fCO2Out = fCO2fromTCpH(outChem, TC, pHOut, TenToMinusAt(outTerms, value(pHOut)));
+    const R fCO2Out = fCO2fromTCpH(outChem, TC, pHOut, TenToMinusAt(outTerms, rootOut));
     const R pCO2Out = fCO2Out / outChem.k.FugFac;
-    Derived(whichKs, options.fluxCode, outChem, SalChem, TA, TC, pHOut, outTerms, fCO2Out, pCO2Out, wind, pCO2air, false,
-            &out[kFirstOutQuantity]);
+    if (TCv != 0.0) {
+        TermsAt own;
+        if (!outTerms.at(rootOut)) own.form(ad::Dual<1>::variable(rootOut, 0), vOut);
+        const TermsAt& start = outTerms.at(rootOut) ? outTerms : own;
+        const std::array<ad::Dual<1>, 2> first = RevelleStart(start, vOut, TAv, TCv);
+        std::array<double, 2> slopes{};
+        revelleOut.pH = NewtonRoots(revelleOut.solves(vOut, TAv, TCv), rootOut, slopes,
+                                    std::array<const ad::Dual<1>*, 2>{&first[0], &first[1]});
+        revelleOut.slope = slopes;
+    }
+    Derived(whichKs, options.fluxCode, outChem, SalChem, TA, TC, pHOut, outTerms, revelleOut, fCO2Out, pCO2Out, wind,
+            pCO2air, false, &out[kFirstOutQuantity]);
     return Outcome::kComputed;
 }
 

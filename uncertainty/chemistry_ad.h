@@ -338,6 +338,18 @@ struct TermsAt {
     bool at(double x) const { return pH == x; }
 };
 
+// The TA-TC residual of one solve on doubles (TA and TC [mol/kg-SW]) as a
+// Newton step evaluates it, keeping the terms of its last evaluation.
+struct TATCSolve {
+    const Chemistry<double>* v;
+    double TA, TC;
+    TermsAt* last;
+    ad::Dual<1> operator()(const ad::Dual<1>& pH) const {
+        last->form(pH, *v);
+        return ResidualTATCWith(last->H, last->a, *v, TA, TC);
+    }
+};
+
 // 10^-pH on doubles: from the terms where they are at that pH.
 inline double TenToMinusAt(const TermsAt& terms, double pH) {
     return terms.at(pH) ? terms.H.v : std::pow(10.0, -pH);
@@ -397,44 +409,43 @@ double NewtonRoot(F residual, double start, double& slope) {
     return std::nan("");
 }
 
-// Two roots by NewtonRoot, the steps of the two solves taken side by side
-// (each solve the same steps, to the same bits, as on its own; the two
-// evaluations of a step do not wait for each other). Returns the roots of
-// `residualA` and `residualB` and sets their slopes.
-// `first`: the two residuals at `start`, formed by the caller.
-template <class FA, class FB>
-std::array<double, 2> NewtonRootPair(FA residualA, FB residualB, double start, double& slopeA, double& slopeB,
-                                     const std::array<ad::Dual<1>, 2>& first) {
+// K roots by NewtonRoot from one start, the steps of the K solves taken side
+// by side (each solve the same steps, to the same bits, as on its own; the
+// evaluations of a step do not wait for each other). `first[s]`, where not
+// null, is the residual of solve s at the start, formed by the caller.
+// Returns the roots and sets their slopes.
+template <std::size_t K, class F>
+std::array<double, K> NewtonRoots(const std::array<F, K>& residual, double start, std::array<double, K>& slope,
+                                  const std::array<const ad::Dual<1>*, K>& first) {
     using D1 = ad::Dual<1>;
-    std::array<double, 2> pH{start, start};
-    std::array<double, 2> root{std::nan(""), std::nan("")};
-    std::array<bool, 2> done{false, false};
-    std::array<double*, 2> slope{&slopeA, &slopeB};
-    for (int step = 0; step < 200 && !(done[0] && done[1]); ++step) {
-        std::array<D1, 2> f;
-        if (step == 0) {
-            f = first;
-        } else {
-            if (!done[0]) f[0] = residualA(D1::variable(pH[0], 0));
-            if (!done[1]) f[1] = residualB(D1::variable(pH[1], 0));
+    std::array<double, K> pH;
+    std::array<double, K> root;
+    std::array<bool, K> done;
+    pH.fill(start);
+    root.fill(std::nan(""));
+    done.fill(false);
+    std::size_t open = K;
+    for (int step = 0; step < 200 && open > 0; ++step) {
+        std::array<D1, K> f;
+        for (std::size_t s = 0; s < K; ++s) {
+            if (done[s]) continue;
+            f[s] = step == 0 && first[s] != nullptr ? *first[s] : residual[s](D1::variable(pH[s], 0));
         }
-        for (std::size_t s = 0; s < 2; ++s) {
+        for (std::size_t s = 0; s < K; ++s) {
             if (done[s]) continue;
             double delta = -f[s].v / f[s].d[0];
             if (!std::isfinite(delta)) {
                 done[s] = true;
+                --open;
                 continue;
             }
             while (std::fabs(delta) > 1.0) delta /= 2.0;
             const double next = pH[s] + delta;
             if (std::fabs(delta) < 1e-12) {
-                if (next == pH[s]) {
-                    *slope[s] = f[s].d[0];
-                } else {
-                    *slope[s] = (s == 0 ? residualA(D1::variable(next, 0)) : residualB(D1::variable(next, 0))).d[0];
-                }
+                slope[s] = next == pH[s] ? f[s].d[0] : residual[s](D1::variable(next, 0)).d[0];
                 root[s] = next;
                 done[s] = true;
+                --open;
                 continue;
             }
             pH[s] = next;
@@ -548,24 +559,25 @@ ad::Dual<N> ImplicitRoot(double root, double slope, const ad::Dual<N>& f) {
     return r;
 }
 
+// pH as a number of type R from its root and slope on the TA-TC residual
+// (TA and TC [mol/kg-SW]), `last` the terms there.
+template <class R>
+R TATCRoot(double root, double slope, const Chemistry<R>& h, const R& TA, const R& TC, const TermsAt& last) {
+    if constexpr (std::is_same_v<R, double>) {
+        return root;
+    } else {
+        return ImplicitRoot(root, slope, ResidualTATCAt(TenToMinusAt(last, root), h, TA, TC));
+    }
+}
+
 // pH from TA and TC [mol/kg-SW]; `last` receives the terms of the last
 // evaluation (at the root).
 template <class R>
 R SolvepHTATC(const Chemistry<R>& h, const R& TA, const R& TC, TermsAt& last, double start = 8.0) {
     const Chemistry<double> v = Values(h);
-    const double TAv = value(TA), TCv = value(TC);
     double slope = 0.0;
-    const double root = NewtonRoot(
-        [&](const ad::Dual<1>& pH) {
-            last.form(pH, v);
-            return ResidualTATCWith(last.H, last.a, v, TAv, TCv);
-        },
-        start, slope);
-    if constexpr (std::is_same_v<R, double>) {
-        return root;
-    } else {
-        return ImplicitRoot(root, slope, ResidualTATCAt(last.H.v, h, TA, TC));
-    }
+    const double root = NewtonRoot(TATCSolve{&v, value(TA), value(TC), &last}, start, slope);
+    return TATCRoot(root, slope, h, TA, TC, last);
 }
 
 // pH from TA [mol/kg-SW] and fCO2 [atm], as above.
