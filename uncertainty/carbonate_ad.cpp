@@ -39,27 +39,27 @@ R Denominator(const R& H, const ConditionConstants<R>& k) {
     return H * H + k.K1 * H + k.K1 * k.K2;
 }
 
-// TA from TC and pH; TC from TA and pH; TC from pH and fCO2; fCO2 from TC and pH.
+// TA from TC and pH; TC from TA and pH; TC from pH and fCO2; fCO2 from TC and
+// pH; each with Hknown = 10^-pH.
 template <class R>
-R TAfromTCpH(const Chemistry<R>& h, const R& TC, const R& pH) {
-    const R H = pow(10.0, -pH);
+R TAfromTCpH(const Chemistry<R>& h, const R& TC, const R& pH, double Hknown) {
+    const R H = TenToMinusKnown(pH, Hknown);
     const R CAlk = TC * h.k.K1 * (H + 2.0 * h.k.K2) / Denominator(H, h.k);
     const NonCarbonate<R> a = NonCarbonateTerms(H, h);
     return CAlk + a.BAlk + a.OH + a.PAlk + a.SiAlk - a.Hfree - a.HSO4 - a.HF;
 }
 template <class R>
-R TCfromTApH(const Chemistry<R>& h, const R& TA, const R& pH) {
-    const R H = pow(10.0, -pH);
+R TCfromTApH(const Chemistry<R>& h, const R& TA, const R& pH, double Hknown) {
+    const R H = TenToMinusKnown(pH, Hknown);
     const NonCarbonate<R> a = NonCarbonateTerms(H, h);
     const R CAlk = TA - a.BAlk - a.OH - a.PAlk - a.SiAlk + a.Hfree + a.HSO4 + a.HF;
     return CAlk * Denominator(H, h.k) / (h.k.K1 * (H + 2.0 * h.k.K2));
 }
 template <class R>
-R TCfrompHfCO2(const Chemistry<R>& h, const R& pH, const R& fCO2) {
-    const R H = pow(10.0, -pH);
+R TCfrompHfCO2(const Chemistry<R>& h, const R& pH, const R& fCO2, double Hknown) {
+    const R H = TenToMinusKnown(pH, Hknown);
     return h.k.K0 * fCO2 * Denominator(H, h.k) / (H * H);
 }
-// (fCO2 from TC and pH with H = 10^-pH known.)
 template <class R>
 R fCO2fromTCpH(const Chemistry<R>& h, const R& TC, const R& pH, double Hknown) {
     return LocalOne(std::array<const R*, 5>{&TC, &pH, &h.k.K0, &h.k.K1, &h.k.K2}, [Hknown](const auto& v) {
@@ -313,9 +313,15 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     const Chemistry<R> in = ChemistryAt(options, SalChem, TempC, Pdbar, TP, TSi, src);
     const bool outside = whichKs == kGeosecsPhosphateSet;
 
-    // The pair, in chemistry units; the terms of a pH solve's root.
+    // The pair, in chemistry units; the terms at the input pH (those of its
+    // solve's root, or formed at a pH given or computed) and at the output pH.
     R TA(0.0), TC(0.0), pH(0.0), fCO2(0.0), pCO2(0.0);
+    const Chemistry<double> vIn = Values(in);
     TermsAt inTerms, outTerms;
+    const auto HAt = [&](const R& p) {
+        if (!inTerms.at(value(p))) inTerms.form(ad::Dual<1>::variable(value(p), 0), vIn);
+        return inTerms.H.v;
+    };
     const auto take = [&](int code, const R& v) {
         if (code == 1) TA = v / kMicro;
         if (code == 2) TC = v / kMicro;
@@ -332,22 +338,22 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     switch (10 * sample.first + sample.second) {
         case 12:
             pH = SolvepHTATC(in, TA - TPoutside, TC, inTerms);
-            fCO2 = fCO2fromTCpH(in, TC, pH, TenToMinusAt(inTerms, value(pH)));
+            fCO2 = fCO2fromTCpH(in, TC, pH, HAt(pH));
             pCO2 = fCO2 / in.k.FugFac;
             break;
         case 13:
-            TC = TCfromTApH(in, TA - TPoutside, pH);
-            fCO2 = fCO2fromTCpH(in, TC, pH, TenToMinusAt(inTerms, value(pH)));
+            TC = TCfromTApH(in, TA - TPoutside, pH, HAt(pH));
+            fCO2 = fCO2fromTCpH(in, TC, pH, HAt(pH));
             pCO2 = fCO2 / in.k.FugFac;
             break;
         case 14:
         case 15:
             pH = SolvepHTAfCO2(in, TA - TPoutside, fCO2, inTerms);
-            TC = TCfromTApH(in, TA - TPoutside, pH);
+            TC = TCfromTApH(in, TA - TPoutside, pH, HAt(pH));
             break;
         case 23:
-            TA = TAfromTCpH(in, TC, pH) + TPoutside;
-            fCO2 = fCO2fromTCpH(in, TC, pH, TenToMinusAt(inTerms, value(pH)));
+            TA = TAfromTCpH(in, TC, pH, HAt(pH)) + TPoutside;
+            fCO2 = fCO2fromTCpH(in, TC, pH, HAt(pH));
             pCO2 = fCO2 / in.k.FugFac;
             break;
         case 24:
@@ -359,13 +365,13 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
             const R H = 0.5 * (K1X + sqrt(K1X * K1X + 4.0 * (1.0 - X) * in.k.K1 * in.k.K2 * X)) / (1.0 - X);
             if (value(H) <= 0.0) return Outcome::kNoSolution;
             pH = -log(H) / kLn10;
-            TA = TAfromTCpH(in, TC, pH) + TPoutside;
+            TA = TAfromTCpH(in, TC, pH, HAt(pH)) + TPoutside;
             break;
         }
         case 34:
         case 35:
-            TC = TCfrompHfCO2(in, pH, fCO2);
-            TA = TAfromTCpH(in, TC, pH) + TPoutside;
+            TC = TCfrompHfCO2(in, pH, fCO2, HAt(pH));
+            TA = TAfromTCpH(in, TC, pH, HAt(pH)) + TPoutside;
             break;
         default:
             return Outcome::kRefused;
@@ -379,7 +385,7 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     std::optional<Chemistry<R>> ownOut;
     if (!sameConditions) ownOut.emplace(ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src));
     const Chemistry<R>& outChem = sameConditions ? in : *ownOut;
-    const Chemistry<double> vIn = Values(in), vOut = Values(outChem);
+    const Chemistry<double> vOut = Values(outChem);
     const R TAheld = TA - TPoutside;
     const double TAv = value(TAheld), TCv = value(TC), pHv = value(pH);
 
