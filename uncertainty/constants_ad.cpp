@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <type_traits>
 
 #include "constants/process_values.h"
 
@@ -224,9 +225,25 @@ Acids<R> AcidConstants(int code, int pHScale, const R& S, const R& sqS, const R&
 
 // ---- Pressure corrections, Millero (1995) ----
 
+// Whether a pressure is 0 with no gradient (the surface, held fixed).
+template <class R>
+bool HeldAtZero(const R& Pbar) {
+    if constexpr (std::is_same_v<R, double>) {
+        return Pbar == 0.0;
+    } else {
+        if (Pbar.v != 0.0) return false;
+        for (const double d : Pbar.d) {
+            if (d != 0.0 || std::signbit(d)) return false;
+        }
+        return true;
+    }
+}
+
 // exp((-deltaV + 0.5 Kappa P) P/RT). deltaV [cm3/mol], Kappa [cm3/(mol bar)].
+// At a surface held fixed, 1.
 template <class R>
 R PressureFactor(const R& deltaV, const R& Kappa, const R& Pbar, const R& RT) {
+    if (HeldAtZero(Pbar)) return R(1.0);
     return exp((-deltaV + 0.5 * Kappa * Pbar) * Pbar / RT);
 }
 
