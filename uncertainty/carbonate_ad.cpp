@@ -281,17 +281,20 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
             const Directions* directions = nullptr) {
     const int whichKs = options.whichKs;
     std::array<R, kSourceCount> src;
+    Directions along;  // the direction of each source on R
     for (std::size_t i = 0; i < kSourceCount; ++i) {
         if constexpr (std::is_same_v<R, double>) {
             src[i] = sample.x[i];
+            along[i] = -1;
         } else {
             // Seeded in place (a copy of a number just written stalls).
             src[i] = R(sample.x[i]);
             if constexpr (std::is_same_v<R, Gradient>) {
-                src[i].d[i] = 1.0;
-            } else if (const int d = (*directions)[i]; d >= 0) {
-                src[i].d[static_cast<std::size_t>(d)] = 1.0;
+                along[i] = static_cast<int>(i);
+            } else {
+                along[i] = (*directions)[i];
             }
+            if (along[i] >= 0) src[i].d[static_cast<std::size_t>(along[i])] = 1.0;
         }
     }
     const auto& x = sample.x;
@@ -310,7 +313,7 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     const R TSi = noNutrients ? R(0.0) : condition(kSilicate) / kMicro;
     const R wind = src[kWindSpeed], pCO2air = src[kpCO2Air];
 
-    const Chemistry<R> in = ChemistryAt(options, SalChem, TempC, Pdbar, TP, TSi, src);
+    const Chemistry<R> in = ChemistryAt(options, SalChem, TempC, Pdbar, TP, TSi, src, along);
     const bool outside = whichKs == kGeosecsPhosphateSet;
 
     // The pair, in chemistry units; the terms at the input pH (those of its
@@ -383,7 +386,7 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     // same numbers, computed once).
     const bool sameConditions = x[kTemperatureOut] == 0.0 && x[kPressureOut] == 0.0;
     std::optional<Chemistry<R>> ownOut;
-    if (!sameConditions) ownOut.emplace(ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src));
+    if (!sameConditions) ownOut.emplace(ChemistryAt(options, SalChem, TempCOut, PdbarOut, TP, TSi, src, along));
     const Chemistry<R>& outChem = sameConditions ? in : *ownOut;
     const Chemistry<double> vOut = Values(outChem);
     const R TAheld = TA - TPoutside;

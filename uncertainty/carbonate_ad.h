@@ -37,10 +37,6 @@ Outcome EvaluateSample(const ChemistryOptions& options, const Sample& sample,
 Outcome DifferentiateSample(const ChemistryOptions& options, const Sample& sample,
                             std::array<Gradient, kQuantityCount>& out);
 
-// The direction of each source in a gradient of fewer directions; -1 for a
-// source held fixed (no derivative is carried along it).
-using Directions = std::array<int, kSourceCount>;
-
 // The same along the sources of `directions` only, on gradients of N
 // directions (N = 4, 8, 12 or 16). Each derivative is the one that
 // DifferentiateSample gives along that source, bit for bit: every operation

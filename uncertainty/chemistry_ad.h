@@ -171,7 +171,8 @@ struct Chemistry {
 template <class C, class R>
 Chemistry<R> ChemistryOn(const ChemistryOptions& options, const R& S, const R& TempC, const R& Pdbar,
                          const R& TP, const R& TSi, const std::array<R, kSourceCount>& src,
-                         const std::array<int, 3>& seeds, const std::array<int, 3>& lanes) {
+                         const std::array<int, 3>& seeds, const std::array<int, 3>& lanes,
+                         const Directions& directions) {
     const std::array<const R*, 3> conditions{&S, &TempC, &Pdbar};
     std::array<C, 3> at;
     for (std::size_t k = 0; k < 3; ++k) {
@@ -186,14 +187,21 @@ Chemistry<R> ChemistryOn(const ChemistryOptions& options, const R& S, const R& T
     Chemistry<R> h;  // every gradient 0; each constant is formed where it is kept
     auto lift = [&](R& r, const C& v) { LiftInto<R, C>(r, v, S, TempC, Pdbar, seeds, lanes); };
     // A constant times 10^-offset; at an offset of 0 (the calculation itself)
-    // its gradient gains -ln(10) K along the offset.
+    // its gradient gains -ln(10) K along the offset. The offset is a source:
+    // its gradient is 1 along its own direction and 0 along the others, where
+    // adding -ln(10) K times 0 (that is -0, for K > 0) changes nothing.
     auto perturbed = [&](R& r, const C& x, Source offset) {
         lift(r, x);
         if constexpr (std::is_same_v<R, double>) {
             if (src[offset] != 0.0) r = r * TenToMinus(src[offset]);
         } else {
             if (src[offset].v == 0.0) {
-                AddScaled(r, -kLn10 * r.v, src[offset]);
+                const double slope = -kLn10 * r.v;
+                if (!std::signbit(slope)) {
+                    AddScaled(r, slope, src[offset]);
+                } else if (const int d = directions[offset]; d >= 0) {
+                    r.d[static_cast<std::size_t>(d)] += slope;
+                }
             } else {
                 r = r * TenToMinus(src[offset]);
             }
@@ -234,11 +242,12 @@ Chemistry<R> ChemistryOn(const ChemistryOptions& options, const R& S, const R& T
 // derivative is the one of the three-direction evaluation, bit for bit.
 template <class R>
 Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& TempC, const R& Pdbar,
-                         const R& TP, const R& TSi, const std::array<R, kSourceCount>& src) {
+                         const R& TP, const R& TSi, const std::array<R, kSourceCount>& src,
+                         const Directions& directions) {
     std::array<int, 3> seeds{-1, -1, -1};
     std::array<int, 3> lanes{-1, -1, -1};
     if constexpr (std::is_same_v<R, double>) {
-        return ChemistryOn<double>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+        return ChemistryOn<double>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes, directions);
     } else {
         seeds = {SeedDirection(S), SeedDirection(TempC), SeedDirection(Pdbar)};
         int varying = 0;
@@ -247,13 +256,13 @@ Chemistry<R> ChemistryAt(const ChemistryOptions& options, const R& S, const R& T
         }
         switch (varying) {
             case 0:
-                return ChemistryOn<double>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+                return ChemistryOn<double>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes, directions);
             case 1:
-                return ChemistryOn<ad::Dual<1>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+                return ChemistryOn<ad::Dual<1>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes, directions);
             case 2:
-                return ChemistryOn<ad::Dual<2>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+                return ChemistryOn<ad::Dual<2>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes, directions);
             default:
-                return ChemistryOn<ad::Dual<3>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes);
+                return ChemistryOn<ad::Dual<3>>(options, S, TempC, Pdbar, TP, TSi, src, seeds, lanes, directions);
         }
     }
 }
