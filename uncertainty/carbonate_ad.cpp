@@ -309,8 +309,20 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
     // Set 8 is the freshwater set (no salinity, no nutrients); set 6 carries no nutrients.
     const bool noNutrients = whichKs == 8 || whichKs == 6;
     const R SalChem = whichKs == 8 ? R(0.0) : S;
-    const R TP = noNutrients ? R(0.0) : condition(kPhosphate) / kMicro;
-    const R TSi = noNutrients ? R(0.0) : condition(kSilicate) / kMicro;
+    // A source (or 0) in chemistry units: its gradient is 1 along its own
+    // direction and 0 along the others, so only that derivative is divided
+    // (0 divided is 0).
+    const auto inUnits = [&](Source s, const R& v) {
+        if constexpr (std::is_same_v<R, double>) {
+            return v / kMicro;
+        } else {
+            R r(v.v / kMicro);
+            if (const int d = along[s]; d >= 0) r.d[static_cast<std::size_t>(d)] = v.d[static_cast<std::size_t>(d)] / kMicro;
+            return r;
+        }
+    };
+    const R TP = noNutrients ? R(0.0) : inUnits(kPhosphate, condition(kPhosphate));
+    const R TSi = noNutrients ? R(0.0) : inUnits(kSilicate, condition(kSilicate));
     const R wind = src[kWindSpeed], pCO2air = src[kpCO2Air];
 
     const Chemistry<R> in = ChemistryAt(options, SalChem, TempC, Pdbar, TP, TSi, src, along);
@@ -325,15 +337,15 @@ Outcome Run(const ChemistryOptions& options, const Sample& sample, std::array<R,
         if (!inTerms.at(value(p))) inTerms.form(ad::Dual<1>::variable(value(p), 0), vIn);
         return inTerms.H.v;
     };
-    const auto take = [&](int code, const R& v) {
-        if (code == 1) TA = v / kMicro;
-        if (code == 2) TC = v / kMicro;
-        if (code == 3) pH = v;
-        if (code == 4) fCO2 = v / kMicro;
-        if (code == 5) pCO2 = v / kMicro;
+    const auto take = [&](int code, Source s) {
+        if (code == 1) TA = inUnits(s, src[s]);
+        if (code == 2) TC = inUnits(s, src[s]);
+        if (code == 3) pH = src[s];
+        if (code == 4) fCO2 = inUnits(s, src[s]);
+        if (code == 5) pCO2 = inUnits(s, src[s]);
     };
-    take(sample.first, src[kFirstParameter]);
-    take(sample.second, src[kSecondParameter]);
+    take(sample.first, kFirstParameter);
+    take(sample.second, kSecondParameter);
     if (sample.first == 4 || sample.second == 4) pCO2 = fCO2 / in.k.FugFac;
     if (sample.first == 5 || sample.second == 5) fCO2 = pCO2 * in.k.FugFac;
     const R TPoutside = outside ? TP : R(0.0);

@@ -255,6 +255,7 @@ struct Factors {
 template <class R>
 Factors<R> PressureFactors(int code, const R& t, const R& Pbar, const R& RT) {
     Factors<R> f;
+    if (HeldAtZero(Pbar)) return f;  // every factor 1
     const double kappaBoric = static_cast<double>(-0.00284f);
     const R boricV = -29.48 + 0.1622 * t - 0.002608 * t * t;
     if (IsSeawaterSet(code)) {
