@@ -44,11 +44,11 @@ enum Source : std::size_t {
 };
 constexpr std::size_t kInputSourceCount = kpK0;  // sources before the constants
 
-// Names of the sources; the first two are those of the pair (ParameterName).
 // The direction of each source in a gradient of fewer directions; -1 for a
 // source held fixed (no derivative is carried along it).
 using Directions = std::array<int, kSourceCount>;
 
+// Names of the sources; the first two are those of the pair (ParameterName).
 constexpr std::array<std::string_view, kSourceCount> kSourceNames = {
     "", "", "salinity", "temperature", "pressure", "phosphate", "silicate", "temperature_out", "pressure_out",
     "pco2_air", "wind_speed", "pk0", "pk1", "pk2", "pkb", "pkw", "pkspa", "pkspc", "pks", "pkf", "pkp1", "pkp2",
