@@ -69,16 +69,24 @@ inline constexpr std::string_view kUncertaintySalinity = "uncertaintySalinity";
 inline constexpr std::string_view kUncertaintyTemperature = "uncertaintyTemperature";  // deg C
 inline constexpr std::string_view kUncertaintyPhosphate = "uncertaintyPhosphate";    // micromol/kg
 inline constexpr std::string_view kUncertaintySilicate = "uncertaintySilicate";      // micromol/kg
-inline constexpr std::string_view kUncertaintyConstants = "uncertaintyConstants";    // "standard" or "none"
+inline constexpr std::string_view kUncertaintyConstants = "uncertaintyConstants";    // "standard", "none" or "custom"
 inline constexpr std::string_view kUncertaintyCorrelation = "uncertaintyCorrelation";  // of the pair, -1..1
 inline constexpr std::string_view kUncertaintyBudgetResult = "uncertaintyBudgetResult";  // result of the budget chart
 inline constexpr std::string_view kUncertaintyBatchFile = "uncertaintyBatchFile";    // "1": batch writes the file
+// The user's own uncertainties of the constants ("custom"): pK units, total
+// boron relative (0.02 is 2 %), in the order pK0 pK1 pK2 pKB pKW pKspA pKspC
+// pKS pKF pKP1 pKP2 pKP3 pKSi, total boron.
+inline constexpr std::array<std::string_view, 14> kUncertaintyConstantKeys = {
+    "uncertaintypK0",  "uncertaintypK1", "uncertaintypK2",  "uncertaintypKB",  "uncertaintypKW",
+    "uncertaintypKspA", "uncertaintypKspC", "uncertaintypKS", "uncertaintypKF", "uncertaintypKP1",
+    "uncertaintypKP2", "uncertaintypKP3", "uncertaintypKSi", "uncertaintyBoron"};
 
 // The uncertainty keys with their defaults, registered after kDefaults: the
 // standard uncertainties of good practice in Orr et al. (2018): TA and TCO2
 // 2 micromol/kg, pH 0.01, fCO2 and pCO2 2 microatmosphere, salinity 0.01,
-// temperature 0.01 deg C, the constants' standard set.
-inline constexpr std::array<std::pair<std::string_view, std::string_view>, 14> kUncertaintyDefaults = {{
+// temperature 0.01 deg C, the constants' standard set (and, as the start of
+// a set of the user's own, its values).
+inline constexpr std::array<std::pair<std::string_view, std::string_view>, 28> kUncertaintyDefaults = {{
     {kUncertaintyShown, "0"},
     {kUncertaintyTA, "2"},
     {kUncertaintyTCO2, "2"},
@@ -93,6 +101,20 @@ inline constexpr std::array<std::pair<std::string_view, std::string_view>, 14> k
     {kUncertaintyCorrelation, "0"},
     {kUncertaintyBudgetResult, "ph"},
     {kUncertaintyBatchFile, "0"},
+    {kUncertaintyConstantKeys[0], "0.002"},
+    {kUncertaintyConstantKeys[1], "0.0075"},
+    {kUncertaintyConstantKeys[2], "0.015"},
+    {kUncertaintyConstantKeys[3], "0.01"},
+    {kUncertaintyConstantKeys[4], "0.01"},
+    {kUncertaintyConstantKeys[5], "0.02"},
+    {kUncertaintyConstantKeys[6], "0.02"},
+    {kUncertaintyConstantKeys[7], "0"},
+    {kUncertaintyConstantKeys[8], "0"},
+    {kUncertaintyConstantKeys[9], "0"},
+    {kUncertaintyConstantKeys[10], "0"},
+    {kUncertaintyConstantKeys[11], "0"},
+    {kUncertaintyConstantKeys[12], "0"},
+    {kUncertaintyConstantKeys[13], "0.02"},
 }};
 
 // Organisation and application name under which the settings are kept.

@@ -6,6 +6,7 @@
 
 #include "app/settings_keys.h"
 #include "pipeline/batch_pipeline.h"
+#include "uncertainty/propagation.h"
 
 namespace brinora {
 
@@ -46,6 +47,14 @@ constexpr std::array<std::string_view, 6> kParameterKeys = {
 
 }  // namespace
 
+std::array<double, kConstantSources> StandardConstantSet() {
+    std::array<double, uncertainty::kSourceCount> u{};
+    uncertainty::SetStandardConstantUncertainties(u);
+    std::array<double, kConstantSources> set{};
+    for (std::size_t c = 0; c < kConstantSources; ++c) set[c] = u[uncertainty::kpK0 + c];
+    return set;
+}
+
 std::string storedNumber(double value) {
     char text[64];
     const auto [end, error] = std::to_chars(text, text + sizeof text, value);
@@ -60,7 +69,11 @@ UncertaintyChoice loadUncertaintyChoice(const SettingsStore& store) {
     choice.temperature = uncertaintyValue(store, settings::kUncertaintyTemperature);
     choice.phosphate = uncertaintyValue(store, settings::kUncertaintyPhosphate);
     choice.silicate = uncertaintyValue(store, settings::kUncertaintySilicate);
-    choice.standardConstants = store.value(settings::kUncertaintyConstants).value_or("standard") != "none";
+    const std::string set = store.value(settings::kUncertaintyConstants).value_or("standard");
+    choice.constantsSet = set == "none" ? ConstantsSet::None : set == "custom" ? ConstantsSet::Custom : ConstantsSet::Standard;
+    for (std::size_t c = 0; c < kConstantSources; ++c) {
+        choice.constants[c] = uncertaintyValue(store, settings::kUncertaintyConstantKeys[c]);
+    }
     choice.correlation = std::clamp(storedValue(store, settings::kUncertaintyCorrelation), -1.0, 1.0);
     choice.budgetResult = store.value(settings::kUncertaintyBudgetResult).value_or("ph");
     choice.batchFile = storedFlag(store, settings::kUncertaintyBatchFile);
@@ -74,7 +87,12 @@ void storeUncertaintyChoice(SettingsStore& store, const UncertaintyChoice& choic
     store.setValue(settings::kUncertaintyTemperature, storedNumber(choice.temperature));
     store.setValue(settings::kUncertaintyPhosphate, storedNumber(choice.phosphate));
     store.setValue(settings::kUncertaintySilicate, storedNumber(choice.silicate));
-    store.setValue(settings::kUncertaintyConstants, choice.standardConstants ? "standard" : "none");
+    store.setValue(settings::kUncertaintyConstants, choice.constantsSet == ConstantsSet::None     ? "none"
+                                                    : choice.constantsSet == ConstantsSet::Custom ? "custom"
+                                                                                                  : "standard");
+    for (std::size_t c = 0; c < kConstantSources; ++c) {
+        store.setValue(settings::kUncertaintyConstantKeys[c], storedNumber(choice.constants[c]));
+    }
     store.setValue(settings::kUncertaintyCorrelation, storedNumber(choice.correlation));
     store.setValue(settings::kUncertaintyBudgetResult, choice.budgetResult);
     store.setValue(settings::kUncertaintyBatchFile, choice.batchFile ? "1" : "0");
@@ -89,7 +107,10 @@ uncertainty::UncertaintyRequest requestOf(const UncertaintyChoice& choice) {
     request.source[kPhosphate] = choice.phosphate;
     request.source[kSilicate] = choice.silicate;
     request.correlation = choice.correlation;
-    SetConstantsSet(choice.standardConstants, request);
+    SetConstantsSet(choice.constantsSet == ConstantsSet::Standard, request);
+    if (choice.constantsSet == ConstantsSet::Custom) {
+        for (std::size_t c = 0; c < kConstantSources; ++c) request.source[kpK0 + c] = choice.constants[c];
+    }
     return request;
 }
 

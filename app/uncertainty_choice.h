@@ -1,7 +1,8 @@
 // The uncertainties a user chose on the desktop: the standard uncertainty of
 // each carbonate parameter (the two of a sample's pair are used), of
 // salinity, temperature, phosphate and silicate, the constants' set
-// ("standard" or none), the pair's correlation, and whether the form and the
+// ("standard", none or the user's own), the pair's correlation, and whether
+// the form and the
 // batch run propagate them. Kept as text in the stored settings; turned into
 // the request that `brinora calc --u-...` and `brinora batch --u-...` make.
 #pragma once
@@ -9,12 +10,24 @@
 #include <array>
 #include <string>
 
+#include "app/settings_keys.h"
 #include "app/ui.h"
 #include "engine/board.h"
 #include "uncertainty_io/sample_uncertainty.h"
 #include "uncertainty_io/uncertainty_file.h"
 
 namespace brinora {
+
+// The uncertainties of the constants: the standard set of Orr et al.
+// (2018), none, or the user's own (UncertaintyChoice::constants).
+enum class ConstantsSet { Standard, None, Custom };
+
+// The constants' sources, pK0 to total boron, in their order.
+inline constexpr std::size_t kConstantSources = uncertainty::kSourceCount - uncertainty::kpK0;
+static_assert(kConstantSources == settings::kUncertaintyConstantKeys.size());
+
+// The standard set of the constants' uncertainties, by constant source.
+std::array<double, kConstantSources> StandardConstantSet();
 
 struct UncertaintyChoice {
     bool shown = false;                 // the form shows "± u" after Calculate
@@ -23,7 +36,10 @@ struct UncertaintyChoice {
     double temperature = 0.0;           // deg C
     double phosphate = 0.0;             // micromol/kg
     double silicate = 0.0;              // micromol/kg
-    bool standardConstants = true;      // Orr et al. (2018); false: none
+    ConstantsSet constantsSet = ConstantsSet::Standard;
+    // The user's own set: pK0 .. pKSi in pK units, total boron relative (by
+    // source, from uncertainty::kpK0); the standard values until changed.
+    std::array<double, kConstantSources> constants = StandardConstantSet();
     double correlation = 0.0;           // of the two parameters of the pair, -1..1
     std::string budgetResult = "ph";    // the result whose budget is drawn (a name of uncertainty::kQuantityNames)
     bool batchFile = false;             // the batch run writes the uncertainty file
@@ -39,7 +55,8 @@ void storeUncertaintyChoice(SettingsStore& store, const UncertaintyChoice& choic
 std::string storedNumber(double value);
 
 // The request of `brinora calc --u-<each> ... --u-constants standard|none
-// --correlation R` for this choice.
+// (or --u-pk0 .. --u-bt for the user's own set) --correlation R` for this
+// choice.
 uncertainty::UncertaintyRequest requestOf(const UncertaintyChoice& choice);
 
 // The propagation of the sample on board `inputs` (inputs and option slots

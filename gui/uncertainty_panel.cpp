@@ -34,6 +34,18 @@ constexpr FieldRow kFieldRows[] = {
     {"uSilicate", "u(Silicate)", "µmol/kg", 0},
 };
 
+// The fields of the user's own set of the constants' uncertainties, in the
+// order of the constants' sources: object name and label.
+struct ConstantRow {
+    const char* name;
+    const char* label;
+};
+constexpr ConstantRow kConstantRows[kConstantSources] = {
+    {"upK0", "pK0"},   {"upK1", "pK1"},     {"upK2", "pK2"},     {"upKB", "pKB"}, {"upKW", "pKW"},
+    {"upKspA", "pKspA"}, {"upKspC", "pKspC"}, {"upKS", "pKS"},     {"upKF", "pKF"}, {"upKP1", "pKP1"},
+    {"upKP2", "pKP2"}, {"upKP3", "pKP3"},   {"upKSi", "pKSi"},   {"uBoron", "Total boron"},
+};
+
 // A field's number: its text read in the C locale, 0 when it holds none.
 double numberOf(const QLineEdit* field) {
     bool ok = false;
@@ -101,9 +113,10 @@ UncertaintyPanel::UncertaintyPanel(SettingsStore& defaults, QWidget* parent)
     constants_->setObjectName("uConstants");
     constants_->addItem(tr("standard (Orr et al. 2018)"));
     constants_->addItem(tr("none"));
-    constants_->setCurrentIndex(stored.standardConstants ? 0 : 1);
-    constants_->setToolTip(tr("pK0 0.002, pK1 0.0075, pK2 0.015, pKB 0.01, pKW 0.01, pKspA 0.02, pKspC 0.02, "
-                              "total boron 2 %"));
+    constants_->addItem(tr("custom (below)"));
+    constants_->setCurrentIndex(static_cast<int>(stored.constantsSet));  // the order of ConstantsSet
+    constants_->setToolTip(tr("standard: pK0 0.002, pK1 0.0075, pK2 0.015, pKB 0.01, pKW 0.01, pKspA 0.02, "
+                              "pKspC 0.02, total boron 2 %"));
     {
         const int row = grid->rowCount();
         auto* caption = new QLabel(tr("Constants"), inputs);
@@ -111,6 +124,30 @@ UncertaintyPanel::UncertaintyPanel(SettingsStore& defaults, QWidget* parent)
         grid->addWidget(caption, row, 0);
         grid->addWidget(constants_, row, 1, 1, 2);
     }
+    // The user's own set, three constants a row; shown when "custom" is chosen.
+    ownConstants_ = new QWidget(inputs);
+    ownConstants_->setObjectName("uConstantSet");
+    auto* own = new QGridLayout(ownConstants_);
+    own->setContentsMargins(0, 0, 0, 0);
+    for (std::size_t c = 0; c < kConstantSources; ++c) {
+        const QString name = QString::fromLatin1(kConstantRows[c].name);
+        auto* field = new QLineEdit(QString::fromStdString(storedNumber(stored.constants[c])), ownConstants_);
+        field->setObjectName(name);
+        field->setValidator(validator);
+        field->setMaximumWidth(80);
+        auto* caption = new QLabel(QString::fromLatin1(kConstantRows[c].label), ownConstants_);
+        caption->setBuddy(field);
+        const int row = static_cast<int>(c / 3), column = static_cast<int>(c % 3) * 2;
+        own->addWidget(caption, row, column);
+        own->addWidget(field, row, column + 1);
+        fields_[name] = field;
+        connect(field, &QLineEdit::textChanged, this, [this] { store(); });
+    }
+    auto* ownNote = new QLabel(tr("pK units; total boron relative (0.02 is 2 %)."), ownConstants_);
+    ownNote->setObjectName("note");
+    own->addWidget(ownNote, own->rowCount(), 0, 1, 6);
+    ownConstants_->setHidden(stored.constantsSet != ConstantsSet::Custom);
+    grid->addWidget(ownConstants_, grid->rowCount(), 0, 1, 3);
     auto* note = new QLabel(tr("Only the two carbonate parameters of the sample's pair are used. The same "
                                "uncertainties go into the batch's uncertainty file when its check box is on."),
                             inputs);
@@ -148,7 +185,10 @@ UncertaintyPanel::UncertaintyPanel(SettingsStore& defaults, QWidget* parent)
         drawBudget();
     });
     connect(shown_, &QCheckBox::toggled, this, [this] { store(); });
-    connect(constants_, &QComboBox::currentIndexChanged, this, [this] { store(); });
+    connect(constants_, &QComboBox::currentIndexChanged, this, [this](int index) {
+        ownConstants_->setHidden(index != static_cast<int>(ConstantsSet::Custom));
+        store();
+    });
     chart_->setBars(tr("Calculate a sample to see its budget."), {});
 
     auto* layout = new QHBoxLayout(this);
@@ -173,7 +213,13 @@ UncertaintyChoice UncertaintyPanel::choice() const {
     choice.phosphate = numberOf(field(QStringLiteral("uPhosphate")));
     choice.silicate = numberOf(field(QStringLiteral("uSilicate")));
     choice.correlation = std::clamp(numberOf(field(QStringLiteral("uCorrelation"))), -1.0, 1.0);
-    choice.standardConstants = constants_->currentIndex() != 1;
+    const int set = constants_->currentIndex();
+    choice.constantsSet = set == static_cast<int>(ConstantsSet::None)     ? ConstantsSet::None
+                          : set == static_cast<int>(ConstantsSet::Custom) ? ConstantsSet::Custom
+                                                                          : ConstantsSet::Standard;
+    for (std::size_t c = 0; c < kConstantSources; ++c) {
+        choice.constants[c] = std::max(0.0, numberOf(field(QString::fromLatin1(kConstantRows[c].name))));
+    }
     choice.budgetResult = budgetResult_->currentData().toString().toStdString();
     return choice;
 }

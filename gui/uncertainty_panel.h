@@ -1,7 +1,8 @@
 // The one-sample form's uncertainty panel: the standard uncertainties of the
 // carbonate parameters (the two of the sample's pair are used), salinity,
 // temperature, phosphate and silicate, the constants' uncertainties
-// (the standard set of Orr et al. 2018, or none), the pair's correlation and
+// (the standard set of Orr et al. 2018, none, or the user's own, one field
+// per constant), the pair's correlation and
 // whether Calculate propagates them; and the budget of one result as a bar
 // chart. Every change is stored at once in the stored settings.
 #pragma once
@@ -35,10 +36,13 @@ public:
     void clearBudget(const QString& why);
 
     // The input field named `name`: "uTA", "uTCO2", "upH", "ufCO2", "upCO2",
-    // "uSalinity", "uTemperature", "uPhosphate", "uSilicate", "uCorrelation".
+    // "uSalinity", "uTemperature", "uPhosphate", "uSilicate", "uCorrelation",
+    // and of the user's own constants' set "upK0" .. "upKSi", "uBoron".
     QLineEdit* field(const QString& name) const;
     QCheckBox* shownBox() const { return shown_; }
     QComboBox* constantsMenu() const { return constants_; }
+    // The fields of the user's own constants' set (shown with "custom").
+    QWidget* ownConstants() const { return ownConstants_; }
     QComboBox* budgetMenu() const { return budgetResult_; }
     BudgetChart* chart() const { return chart_; }
 
@@ -54,6 +58,7 @@ private:
     std::map<QString, QLineEdit*> fields_;
     QCheckBox* shown_ = nullptr;
     QComboBox* constants_ = nullptr;
+    QWidget* ownConstants_ = nullptr;
     QComboBox* budgetResult_ = nullptr;
     BudgetChart* chart_ = nullptr;
     std::optional<uncertainty::SampleUncertainty> last_;

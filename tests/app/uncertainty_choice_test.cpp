@@ -29,8 +29,16 @@ TEST(UncertaintyChoice, StartUpRegistersTheDefaultsAfterTheOtherKeys) {
     EXPECT_EQ(choice.salinity, 0.01);
     EXPECT_EQ(choice.temperature, 0.01);
     EXPECT_EQ(choice.phosphate, 0.0);
-    EXPECT_TRUE(choice.standardConstants);
+    EXPECT_EQ(choice.constantsSet, ConstantsSet::Standard);
     EXPECT_EQ(choice.budgetResult, "ph");
+    // The user's own set starts as the standard one.
+    EXPECT_EQ(store.value("uncertaintypK2"), "0.015");
+    EXPECT_EQ(store.value("uncertaintypKSi"), "0");
+    EXPECT_EQ(store.value("uncertaintyBoron"), "0.02");
+    const std::array<double, kConstantSources> standard{0.002, 0.0075, 0.015, 0.01, 0.01, 0.02, 0.02,
+                                                        0.0,   0.0,    0.0,   0.0,  0.0,  0.0,  0.02};
+    EXPECT_EQ(choice.constants, standard);
+    EXPECT_EQ(StandardConstantSet(), standard);
     // A stored value is never replaced.
     store.setValue("uncertaintyTA", "4");
     registerUncertaintyDefaults(store);
@@ -49,7 +57,7 @@ TEST(UncertaintyChoice, StoredAsShortestTextAndReadBack) {
     choice.temperature = 0.05;
     choice.phosphate = 0.1;
     choice.silicate = 0.7;
-    choice.standardConstants = false;
+    choice.constantsSet = ConstantsSet::None;
     choice.correlation = 0.3;
     choice.budgetResult = "omega_aragonite_out";
     choice.batchFile = true;
@@ -61,7 +69,7 @@ TEST(UncertaintyChoice, StoredAsShortestTextAndReadBack) {
     EXPECT_EQ(read.parameter, choice.parameter);
     EXPECT_EQ(read.salinity, 0.002);
     EXPECT_EQ(read.silicate, 0.7);
-    EXPECT_FALSE(read.standardConstants);
+    EXPECT_EQ(read.constantsSet, ConstantsSet::None);
     EXPECT_EQ(read.correlation, 0.3);
     EXPECT_EQ(read.budgetResult, "omega_aragonite_out");
     EXPECT_TRUE(read.batchFile);
@@ -98,10 +106,41 @@ TEST(UncertaintyChoice, TheRequestIsTheCommandLines) {
     EXPECT_EQ(request.source[kpK2], 0.015);
     EXPECT_EQ(request.source[kTotalBoron], 0.02);
     EXPECT_EQ(request.source[kpKS], 0.0);
-    choice.standardConstants = false;
+    choice.constantsSet = ConstantsSet::None;
     request = requestOf(choice);
     EXPECT_EQ(request.source[kpK2], 0.0);
     EXPECT_EQ(request.source[kTotalBoron], 0.0);
+    // The user's own set, as --u-pk0 .. --u-bt give it.
+    choice.constantsSet = ConstantsSet::Custom;
+    choice.constants[kpK2 - kpK0] = 0.03;
+    choice.constants[kpKSi - kpK0] = 0.05;
+    choice.constants[kTotalBoron - kpK0] = 0.0;
+    request = requestOf(choice);
+    EXPECT_EQ(request.source[kpK0], 0.002);
+    EXPECT_EQ(request.source[kpK2], 0.03);
+    EXPECT_EQ(request.source[kpKSi], 0.05);
+    EXPECT_EQ(request.source[kTotalBoron], 0.0);
+}
+
+TEST(UncertaintyChoice, TheUsersOwnConstantsAreStoredAndReadBack) {
+    MemorySettings store;
+    UncertaintyChoice choice;
+    choice.constantsSet = ConstantsSet::Custom;
+    choice.constants[kpK1 - kpK0] = 0.004;
+    choice.constants[kpKF - kpK0] = 0.1;
+    storeUncertaintyChoice(store, choice);
+    EXPECT_EQ(store.value("uncertaintyConstants"), "custom");
+    EXPECT_EQ(store.value("uncertaintypK1"), "0.004");
+    EXPECT_EQ(store.value("uncertaintypKF"), "0.1");
+    const UncertaintyChoice read = loadUncertaintyChoice(store);
+    EXPECT_EQ(read.constantsSet, ConstantsSet::Custom);
+    EXPECT_EQ(read.constants, choice.constants);
+    // An unknown set is the standard one; a negative value is read as 0.
+    store.setValue("uncertaintyConstants", "mine");
+    store.setValue("uncertaintypK1", "-1");
+    const UncertaintyChoice other = loadUncertaintyChoice(store);
+    EXPECT_EQ(other.constantsSet, ConstantsSet::Standard);
+    EXPECT_EQ(other.constants[kpK1 - kpK0], 0.0);
 }
 
 TEST(UncertaintyChoice, TheBatchFileTakesTheMenusAsTheCommandLineTakesItsFlags) {

@@ -140,6 +140,31 @@ TEST_F(UncertaintyWindowTest, CorrelatedPairWithoutConstants) {
     EXPECT_EQ(plusMinus(slot::kpHIn), "± 0.000312");
 }
 
+TEST_F(UncertaintyWindowTest, TheUsersOwnConstantsAsTheCommandLinesOptions) {
+    // The fields start as the standard set and are shown with "custom" only.
+    EXPECT_EQ(panel()->field(QStringLiteral("upK2"))->text().toStdString(), "0.015");
+    EXPECT_EQ(panel()->field(QStringLiteral("uBoron"))->text().toStdString(), "0.02");
+    EXPECT_TRUE(panel()->ownConstants()->isHidden());
+    calculateWorkedCase();
+    EXPECT_EQ(plusMinus(slot::kpHIn), "± 0.0119");
+    panel()->constantsMenu()->setCurrentIndex(2);
+    EXPECT_FALSE(panel()->ownConstants()->isHidden());
+    EXPECT_EQ(store->value("uncertaintyConstants"), "custom");
+    // brinora calc ... --u-constants standard --u-pk2 0.03 --u-pksi 0.05: 8.152 ± 0.0213
+    // (no silicate: pKSi adds nothing).
+    setField("upK2", QStringLiteral("0.03"));
+    setField("upKSi", QStringLiteral("0.05"));
+    EXPECT_EQ(store->value("uncertaintypK2"), "0.03");
+    click(window->calculateButton());
+    EXPECT_EQ(plusMinus(slot::kpHIn), "± 0.0213");
+    // Back to the standard set: the own values are kept but not used.
+    panel()->constantsMenu()->setCurrentIndex(0);
+    EXPECT_TRUE(panel()->ownConstants()->isHidden());
+    click(window->calculateButton());
+    EXPECT_EQ(plusMinus(slot::kpHIn), "± 0.0119");
+    EXPECT_EQ(store->value("uncertaintypK2"), "0.03");
+}
+
 TEST_F(UncertaintyWindowTest, ThePanelIsKeptInTheStoredSettings) {
     EXPECT_EQ(store->value("uncertaintyTA"), "2");
     EXPECT_EQ(store->value("uncertaintypH"), "0.01");
