@@ -70,7 +70,9 @@ UncertaintyChoice loadUncertaintyChoice(const SettingsStore& store) {
     choice.phosphate = uncertaintyValue(store, settings::kUncertaintyPhosphate);
     choice.silicate = uncertaintyValue(store, settings::kUncertaintySilicate);
     const std::string set = store.value(settings::kUncertaintyConstants).value_or("standard");
-    choice.constantsSet = set == "none" ? ConstantsSet::None : set == "custom" ? ConstantsSet::Custom : ConstantsSet::Standard;
+    choice.constantsSet = set == "none"     ? ConstantsSet::None
+                          : set == "custom" ? ConstantsSet::Custom
+                                            : ConstantsSet::Standard;
     for (std::size_t c = 0; c < kConstantSources; ++c) {
         choice.constants[c] = uncertaintyValue(store, settings::kUncertaintyConstantKeys[c]);
     }
