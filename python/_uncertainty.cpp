@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -93,6 +94,8 @@ struct Job {
     // of length n, by its own.
     Column<std::uint64_t> seeds;
     unsigned drawThreads = 1;
+    // The covariance made ready once, where it is the same for every sample.
+    std::optional<CovariancePlan> plan;
     // The sources whose budget is wanted (those of non-zero uncertainty).
     std::vector<std::size_t> budgetSources;
     Outputs out;
@@ -112,6 +115,19 @@ bool MakeSample(const Job& job, std::size_t i, Sample& s) {
     return s.x[kFirstParameter] != 0.0 && s.x[kSecondParameter] != 0.0;
 }
 
+// The covariance of sample i of the job.
+Covariance CovarianceAt(const Job& job, std::size_t i) {
+    Covariance c{};
+    if (job.covariance) {
+        std::copy(job.covariance, job.covariance + c.size(), c.begin());
+    } else {
+        std::array<double, kSourceCount> u{};
+        for (std::size_t s = 0; s < kSourceCount; ++s) u[s] = job.u[s].at(i);
+        c = CovarianceOf(u, job.correlation.at(i));
+    }
+    return c;
+}
+
 // Sample i of the job, its results written at position j of `o`.
 void ComputeOne(const Job& job, std::size_t i, const Outputs& o, std::size_t j) {
     const double nan = std::numeric_limits<double>::quiet_NaN();
@@ -120,18 +136,17 @@ void ComputeOne(const Job& job, std::size_t i, const Outputs& o, std::size_t j) 
     std::array<Gradient, kQuantityCount> g;
     Propagated p;
     BufferFactors in, out;
-    if (outcome == Outcome::kComputed && (o.gradient.p || o.u.p)) {
+    // Uncertainties without the gradients: the derivatives are carried along
+    // the sources of the covariance only (the same numbers, fewer directions).
+    const bool alongPlan = o.u.p && !o.gradient.p && job.draws == 0;
+    if (outcome == Outcome::kComputed && (o.gradient.p || (o.u.p && !alongPlan))) {
         outcome = DifferentiateSample(job.options, sample, g);
     }
-    if (outcome == Outcome::kComputed && o.u.p) {
-        Covariance c{};
-        if (job.covariance) {
-            std::copy(job.covariance, job.covariance + c.size(), c.begin());
-        } else {
-            std::array<double, kSourceCount> u{};
-            for (std::size_t s = 0; s < kSourceCount; ++s) u[s] = job.u[s].at(i);
-            c = CovarianceOf(u, job.correlation.at(i));
-        }
+    if (outcome == Outcome::kComputed && alongPlan) {
+        outcome = job.plan ? Propagate(job.options, sample, *job.plan, p)
+                           : Propagate(job.options, sample, CovarianceAt(job, i), p);
+    } else if (outcome == Outcome::kComputed && o.u.p) {
+        const Covariance c = CovarianceAt(job, i);
         if (job.draws > 0) {
             MonteCarloResult mc;
             const std::uint64_t seed = job.seeds.perSample ? job.seeds.at(i) : job.seeds.at(0) + i;
@@ -145,7 +160,7 @@ void ComputeOne(const Job& job, std::size_t i, const Outputs& o, std::size_t j) 
     const bool ok = outcome == Outcome::kComputed;
     o.status[j] = ok ? kComputed : outcome == Outcome::kNoSolution ? kNoSolution : kRefused;
     for (std::size_t q = 0; q < kQuantityCount; ++q) {
-        if (o.values.p) o.values.set(q, j, ok ? g[q].v : nan);
+        if (o.values.p) o.values.set(q, j, ok ? (alongPlan ? p.value[q] : g[q].v) : nan);
         if (o.u.p) o.u.set(q, j, ok ? p.u[q] : nan);
         for (std::size_t s = 0; s < kSourceCount; ++s) {
             if (o.gradient.p) o.gradient.set(q * kSourceCount + s, j, ok ? g[q].d[s] : nan);
@@ -281,6 +296,9 @@ py::tuple Propagation(const std::vector<FloatArray>& inputs, std::size_t n, std:
     job.budgetSources = budgetSources;
     job.draws = draws;
     job.seeds = ColumnOf(seeds, n, "seeds");
+    bool perSample = job.correlation.perSample;
+    for (const Column<double>& column : job.u) perSample = perSample || column.perSample;
+    if (draws == 0 && (job.covariance || !perSample)) job.plan = PlanOf(CovarianceAt(job, 0));
     // Monte Carlo of one sample spreads its draws over the threads.
     job.drawThreads = n == 1 ? std::max(1u, threads) : 1u;
     const auto N = static_cast<py::ssize_t>(n), Q = static_cast<py::ssize_t>(kQuantityCount);

@@ -63,6 +63,17 @@ def test_broadcasting_and_per_sample_uncertainties():
     assert u["ph"][1, 1] == float(single["ph"])
 
 
+def test_u_is_the_propagation_of_the_sensitivities():
+    # u is formed on the sources of non-zero uncertainty only; the sum over
+    # every source of the full derivatives squared gives the same number.
+    d = brinora.sensitivities(**WORKED)
+    u = brinora.uncertainty(**WORKED, **WORKED_U)
+    given = {"ta": 2, "tco2": 2, "salinity": 0.01, "temperature": 0.01, **STANDARD}
+    for name in ("ph", "pco2", "carbonate", "revelle_factor", "ph_out", "co2_flux"):
+        total = sum((float(d[name][source]) * value) ** 2 for source, value in given.items())
+        assert float(u[name]) == pytest.approx(np.sqrt(total), rel=1e-13)
+
+
 def test_total_squared_is_inputs_squared_plus_constants_squared():
     total = brinora.uncertainty(**WORKED, **WORKED_U)
     inputs = brinora.uncertainty(**WORKED, **WORKED_U, u_constants=None)
