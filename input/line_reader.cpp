@@ -13,6 +13,8 @@
 #include <emmintrin.h>
 #endif
 
+#include "input/utf8_sequence.h"
+
 namespace brinora {
 namespace {
 
@@ -146,30 +148,13 @@ void BatchLineReader::checkNewBytes() {
             ++i;
             continue;
         }
-        std::size_t length = 0;
-        unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
-        if (lead >= 0xC2 && lead <= 0xDF) {
-            length = 2;
-        } else if (lead == 0xE0) {
-            length = 3, low = 0xA0;
-        } else if (lead >= 0xE1 && lead <= 0xEC) {
-            length = 3;
-        } else if (lead == 0xED) {
-            length = 3, high = 0x9F;
-        } else if (lead >= 0xEE && lead <= 0xEF) {
-            length = 3;
-        } else if (lead == 0xF0) {
-            length = 4, low = 0x90;
-        } else if (lead >= 0xF1 && lead <= 0xF3) {
-            length = 4;
-        } else if (lead == 0xF4) {
-            length = 4, high = 0x8F;
-        }
+        const Utf8Lead sequence = Utf8LeadOf(lead);
+        const std::size_t length = sequence.length;
         bool bad = length == 0;
         const std::size_t available = end_ - i;
-        if (!bad && available >= 2 && (bytes[i + 1] < low || bytes[i + 1] > high)) bad = true;
+        if (!bad && available >= 2 && (bytes[i + 1] < sequence.low || bytes[i + 1] > sequence.high)) bad = true;
         for (std::size_t k = 2; !bad && k < length && k < available; ++k) {
-            if (bytes[i + k] < 0x80 || bytes[i + k] > 0xBF) bad = true;
+            if (!IsUtf8Continuation(bytes[i + k])) bad = true;
         }
         if (!bad && available < length) {
             if (!endOfFile_) break;  // the rest of the sequence is in the next block

@@ -8,6 +8,7 @@
 #include "records/output_record.h"
 #include "engine/quantities.h"
 #include "engine/slots.h"
+#include "input/utf8_sequence.h"
 
 namespace brinora {
 namespace {
@@ -55,27 +56,11 @@ namespace {
 // Length of the well-formed UTF-8 sequence at the start of `bytes` (U+0080
 // and above); 0 for a byte that starts none.
 std::size_t xmlCharacterLength(const unsigned char* bytes, std::size_t size) {
-    const unsigned char lead = bytes[0];
-    std::size_t length = 0;
-    unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2;
-    } else if (lead == 0xE0) {
-        length = 3, low = 0xA0;
-    } else if ((lead >= 0xE1 && lead <= 0xEC) || lead == 0xEE || lead == 0xEF) {
-        length = 3;
-    } else if (lead == 0xED) {
-        length = 3, high = 0x9F;  // no surrogates
-    } else if (lead == 0xF0) {
-        length = 4, low = 0x90;
-    } else if (lead >= 0xF1 && lead <= 0xF3) {
-        length = 4;
-    } else if (lead == 0xF4) {
-        length = 4, high = 0x8F;
-    }
-    if (length == 0 || size < length || bytes[1] < low || bytes[1] > high) return 0;
+    const Utf8Lead sequence = Utf8LeadOf(bytes[0]);
+    const std::size_t length = sequence.length;
+    if (length == 0 || size < length || bytes[1] < sequence.low || bytes[1] > sequence.high) return 0;
     for (std::size_t k = 2; k < length; ++k) {
-        if (bytes[k] < 0x80 || bytes[k] > 0xBF) return 0;
+        if (!IsUtf8Continuation(bytes[k])) return 0;
     }
     return length;
 }
