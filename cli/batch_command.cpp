@@ -65,13 +65,7 @@ int runBatch(const BatchArgs& args) {
         return 1;
     }
 
-    PipelineRun run;
-    run.request.input = args.input;
-    run.request.mode = RunMode::kRecords;
-    run.request.jobs = args.jobs;
-    run.request.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
-    run.sink = &sink;
-    run.output = args.output;
+    PipelineRun run = writingRun(RunMode::kRecords, args.input, args.output, args.jobs, args.verbose, sink);
     // The uncertainty file's rows are made beside the records, up to the
     // line that stops the run; when it fails, neither file is kept.
     if (uncertaintyFile && !startUncertaintyFile(session, *uncertaintyFile, run.request)) {

@@ -290,6 +290,18 @@ bool checkStandardInput(const Session& session, const std::string& input) {
     return false;
 }
 
+PipelineRun writingRun(RunMode mode, const std::string& input, const std::string& output, unsigned jobs,
+                       bool verbose, ByteSink& sink) {
+    PipelineRun run;
+    run.request.input = input;
+    run.request.mode = mode;
+    run.request.jobs = jobs;
+    run.request.sampleLogLines = verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
+    run.sink = &sink;
+    run.output = output;
+    return run;
+}
+
 BatchResult runPipeline(Session& session, PipelineRun& run, const std::function<void(DictRecord)>& onPreviewRow) {
     BatchRequest& request = run.request;
     const RunMode mode = request.mode;

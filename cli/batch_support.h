@@ -141,6 +141,11 @@ struct PipelineRun {
     std::string output;        // the output as given, for the closing lines
 };
 
+// The run of batch or kml (`mode`) over `input` into `sink` (`output` as
+// given) on `jobs` jobs, with every sample's log line under -v.
+PipelineRun writingRun(RunMode mode, const std::string& input, const std::string& output, unsigned jobs,
+                       bool verbose, ByteSink& sink);
+
 // -v/--verbose: every log line on stderr while the result lives.
 std::unique_ptr<log::ScopedSink> verboseLog(bool verbose);
 

@@ -46,13 +46,7 @@ int runKml(const KmlArgs& args) {
     }
     OutputTargetSink sink(*target);
 
-    PipelineRun run;
-    run.request.input = args.input;
-    run.request.mode = RunMode::kKml;
-    run.request.jobs = args.jobs;
-    run.request.sampleLogLines = args.verbose ? SampleLogLines::kEvery : SampleLogLines::kOmitted;
-    run.sink = &sink;
-    run.output = args.output;
+    PipelineRun run = writingRun(RunMode::kKml, args.input, args.output, args.jobs, args.verbose, sink);
     const BatchResult result = runPipeline(session, run);
     if (result.status == RunStatus::kReadError) {
         target->abandon();  // the reading error has been shown
